@@ -1,0 +1,13 @@
+// ORVANE_API marks a function that liborvane.so exports with C linkage. Everything else is hidden.
+#ifndef ORVANE_BASE_EXPORT_H_
+#define ORVANE_BASE_EXPORT_H_
+
+#ifdef __cplusplus
+#define ORVANE_EXTERN_C extern "C"
+#else
+#define ORVANE_EXTERN_C extern
+#endif
+
+#define ORVANE_API ORVANE_EXTERN_C __attribute__((visibility("default")))
+
+#endif  // ORVANE_BASE_EXPORT_H_

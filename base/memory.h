@@ -1,0 +1,39 @@
+// The library's only door to the heap, for plain records and samples.
+#ifndef ORVANE_BASE_MEMORY_H_
+#define ORVANE_BASE_MEMORY_H_
+
+#include <stddef.h>
+#include <stdint.h>
+#include <stdlib.h>
+
+#include "base/checked.h"
+#include "base/result.h"
+
+// A zero-filled array of n x m x ... elements of T, or null when the heap has no room for it. The
+// product aborts when it does not fit size_t. An empty array is still a valid pointer: one element
+// is taken, because calloc(0) may answer null without having failed.
+template <typename T, typename... Sizes>
+T* alloc_zeroed(Sizes... sizes) {
+  size_t count = 1;
+  ((count = checked_mul(count, size_t{sizes})), ...);
+  return static_cast<T*>(calloc(count ? count : 1, sizeof(T)));
+}
+
+// Frees every pointer and sets it to null; nulls are passed over.
+template <typename... T>
+void release(T*&... pointers) {
+  ((free(pointers), pointers = nullptr), ...);
+}
+
+// Puts a zero-filled array of `count` elements in the place of `array`, whose contents are lost.
+// When the heap has no room the old array stays and the result is UBR_NO_MEMORY.
+template <typename T>
+uint32_t replace_zeroed(T*& array, size_t count) {
+  T* fresh = alloc_zeroed<T>(count);
+  if (!fresh) return UBR_NO_MEMORY;
+  free(array);
+  array = fresh;
+  return UBR_OK;
+}
+
+#endif  // ORVANE_BASE_MEMORY_H_
