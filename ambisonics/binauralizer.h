@@ -1,0 +1,74 @@
+// Ambisonics to two ears: every channel is convolved with the compiled-in response of its spherical
+// harmonic and summed, by overlap-add in the frequency domain, one transform per block and channel.
+// Only left-ear responses are stored. The head is taken as symmetric, so the right ear is the same
+// sum with the channels of negative order m negated. The responses delay the signal by 145 samples.
+#ifndef ORVANE_AMBISONICS_BINAURALIZER_H_
+#define ORVANE_AMBISONICS_BINAURALIZER_H_
+
+#include <stdint.h>
+
+#include "base/export.h"
+#include "numerics/float_matrix.h"
+
+struct PFFFT_Setup;
+
+typedef struct binauralizer_t {
+  uint32_t num_ears;         // 2: left, right
+  uint32_t num_sh_channels;  // (order + 1)^2
+  uint32_t hrir_length;      // taps of a response
+  uint32_t fft_size;         // N: power of two, at least maximum frame + hrir_length
+  uint32_t tail_length;      // N minus the frames of this block: samples kept as overlap
+  uint32_t prev_tail_length;
+  int32_t* sh_degree_m;             // order m of every channel
+  float* time_buffer;               // N
+  float** overlap_tails;            // num_ears rows of N - 1
+  float* spectrum_buffer;           // N
+  ubr_float_matrix_t hrtf_spectra;  // num_sh_channels x N, PFFFT's internal layout
+  float** ear_spectra;              // num_ears rows of N
+  struct PFFFT_Setup* fft_setup;
+  float* fft_work;  // private: N, only where the transform would need too much stack
+} binauralizer_t;
+
+// Builds a binauralizer for orders 0 to 4 and blocks of up to `max_frame_size` samples.
+// Returns UBR_OK; 1 when the transform or the table of orders m cannot be made; UBR_NO_MEMORY for a
+// null record or any other failed allocation. binauralizer_cleanup releases what was built. An
+// order above 4 or a maximum below 0 or above 2^30 - hrir_length aborts the process.
+ORVANE_API uint32_t binauralizer_init(binauralizer_t* binauralizer, uint32_t order,
+                                      int32_t max_frame_size);
+
+// Renders one block.
+//
+//   sh_in       num_sh_channels channels of `frame_size` samples, ACN/SN3D
+//   ears_out    left and right, `frame_size` samples each, overwritten
+//   frame_size  1 to the maximum given at init, in any mix; above the transform's length it aborts
+//
+// A record that is not built, as after a failure, renders silence. Returns UBR_OK. Allocates
+// nothing.
+ORVANE_API uint32_t binauralizer_process(binauralizer_t* binauralizer, const float* const* sh_in,
+                                         float* const* ears_out, uint32_t frame_size);
+
+// Silences all state and makes the transform anew. Returns UBR_OK, also for a null or zero-filled
+// record, or 1 when the transform cannot be made; a later reset tries again.
+ORVANE_API uint32_t binauralizer_reset(binauralizer_t* binauralizer);
+
+// Grows for blocks of up to `max_frame_size` samples and carries the overlap on; never shrinks. A
+// null or zero-filled record stays as it is.
+//
+//   save_buffers  num_ears arrays of at least prev_tail_length floats; zeroed on return
+//
+// Deliberate: returns UBR_OK even when memory ran out; binauralizer_is_built tells. The overlap is
+// lost then, and the next call builds again for the maximum that it is given.
+ORVANE_API uint32_t binauralizer_reset_max_frame_size(binauralizer_t* binauralizer,
+                                                      uint32_t max_frame_size,
+                                                      float* const* save_buffers);
+
+// Frees what the binauralizer owns and zeroes it; null and half-built records are accepted.
+// Returns UBR_OK.
+ORVANE_API uint32_t binauralizer_cleanup(binauralizer_t* binauralizer);
+
+#ifdef __cplusplus
+// Whether every buffer of a successful binauralizer_init exists.
+bool binauralizer_is_built(const binauralizer_t& binauralizer);
+#endif
+
+#endif  // ORVANE_AMBISONICS_BINAURALIZER_H_

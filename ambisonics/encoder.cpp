@@ -1,0 +1,206 @@
+#include "ambisonics/encoder.h"
+
+#include <math.h>
+#include <string.h>
+
+#include "base/checked.h"
+#include "base/memory.h"
+#include "base/result.h"
+#include "numerics/mix_rows.h"
+
+namespace {
+
+bool is_dynamic(uint32_t type) {
+  return type == ENCODER_SOURCE_WORLD || type == ENCODER_SOURCE_LOUDSPEAKER;
+}
+
+bool is_static(uint32_t type) { return type == ENCODER_SOURCE_HEAD_LOCKED; }
+
+// Geometry and distance gain, without the beam.
+void update_geometry(const encoder_t* e, encoder_source_t* source) {
+  calculate_source_position_sph(source, e->user_position);
+  const bool fades = source->type == ENCODER_SOURCE_WORLD && source->distance > 1.0f;
+  source->distance_gain = fades ? 1.0f / source->distance : 1.0f;
+}
+
+// Packs samples and beams of the selected sources into the first rows of the input and the gain
+// matrix and returns how many there are. The padding needs no clearing: that of the gain matrix is
+// never written, that of the sample rows only reaches samples which nobody reads.
+uint32_t gather_sources(encoder_t* e, const float* const* inputs, uint32_t frames,
+                        bool (*is_selected)(uint32_t type)) {
+  uint32_t row = 0;
+  for (uint32_t s = 0; s < e->num_sources; ++s) {
+    const encoder_source_t& source = e->sources[s];
+    if (!is_selected(source.type)) continue;
+    memcpy(e->input_matrix + size_t{row} * e->padded_frame, inputs[s], frames * sizeof(float));
+    memcpy(e->gain_matrix + size_t{row} * e->padded_channels, source.beam,
+           e->ambisonics->num_channels * sizeof(float));
+    ++row;
+  }
+  return row;
+}
+
+// output_matrix = transpose of the gain matrix * input_matrix, over the first `rows` rows of both.
+void mix_sources(encoder_t* e, uint32_t rows, uint32_t frames) {
+  mix_rows({e->gain_matrix, e->padded_channels, 1}, {e->input_matrix, e->padded_frame, rows},
+           {e->output_matrix, e->padded_frame, e->padded_channels}, round_up_to_4(frames));
+}
+
+void write_outputs(const encoder_t* e, float* const* outputs, uint32_t frames,
+                   uint32_t accumulate) {
+  for (uint32_t c = 0; c < e->ambisonics->num_channels; ++c) {
+    const float* row = e->output_matrix + size_t{c} * e->padded_frame;
+    if (accumulate) {
+      for (uint32_t t = 0; t < frames; ++t) outputs[c][t] += row[t];
+    } else {
+      memcpy(outputs[c], row, frames * sizeof(float));
+    }
+  }
+}
+
+void encode(encoder_t* e, const float* const* inputs, float* const* outputs, uint32_t frames,
+            uint32_t accumulate, bool (*is_selected)(uint32_t type)) {
+  const uint32_t rows = gather_sources(e, inputs, frames, is_selected);
+  mix_sources(e, rows, frames);
+  write_outputs(e, outputs, frames, accumulate);
+}
+
+void add_lfe(const encoder_t* e, const float* const* inputs, float* omni, uint32_t frames) {
+  for (uint32_t s = 0; s < e->num_sources; ++s) {
+    if (e->sources[s].type != ENCODER_SOURCE_LFE) continue;
+    for (uint32_t t = 0; t < frames; ++t) omni[t] += inputs[s][t];
+  }
+}
+
+}  // namespace
+
+uint32_t encoder_init(encoder_t* e, const ambisonics_base_t* ambisonics, uint32_t num_sources,
+                      uint32_t max_frame_size) {
+  if (!e) return UBR_NO_MEMORY;  // Deliberate: inits report a missing record as 3.
+  *e = {};
+  e->ambisonics = ambisonics;
+  e->num_sources = num_sources;
+  e->max_frame_size = max_frame_size;
+  e->padded_sources = round_up_to_4(num_sources);
+  e->padded_channels = round_up_to_4(ambisonics->num_channels);
+  e->padded_frame = round_up_to_4(max_frame_size);
+  e->sources = alloc_zeroed<encoder_source_t>(num_sources);
+  e->input_matrix = alloc_zeroed<float>(e->padded_sources, e->padded_frame);
+  e->gain_matrix = alloc_zeroed<float>(e->padded_sources, e->padded_channels);
+  e->output_matrix = alloc_zeroed<float>(e->padded_channels, e->padded_frame);
+  if (!e->sources || !e->input_matrix || !e->gain_matrix || !e->output_matrix) return UBR_NO_MEMORY;
+  for (uint32_t s = 0; s < num_sources; ++s) encoder_set_source_position(e, s, 1.0f, 0.0f, 0.0f);
+  return UBR_OK;
+}
+
+uint32_t encoder_set_source_position(encoder_t* e, uint32_t index, float x, float y, float z) {
+  if (!e) return UBR_MISSING;
+  if (index >= e->num_sources) return UBR_INVALID;
+  encoder_source_t& source = e->sources[index];
+  source.position[0] = x;
+  source.position[1] = y;
+  source.position[2] = z;
+  update_geometry(e, &source);
+  return ambisonics_base_generate_beam(e->ambisonics, source.beam, source.azimuth, source.elevation,
+                                       source.distance_gain);
+}
+
+uint32_t encoder_set_source_type(encoder_t* e, uint32_t index, uint32_t type) {
+  if (!e) return UBR_MISSING;
+  if (index >= e->num_sources) return UBR_INVALID;
+  e->sources[index].type = type;
+  update_geometry(e, &e->sources[index]);  // Deliberate: the beam stays until the next position.
+  return UBR_OK;
+}
+
+uint32_t encoder_set_source_direction(encoder_t* e, uint32_t index, float azimuth,
+                                      float elevation) {
+  if (!e) return UBR_MISSING;
+  if (index >= e->num_sources) return UBR_INVALID;
+  return ambisonics_base_generate_beam(e->ambisonics, e->sources[index].beam, azimuth, elevation,
+                                       1.0f);
+}
+
+uint32_t encoder_set_user_position(encoder_t* e, float x, float y, float z) {
+  if (!e) return UBR_MISSING;
+  e->user_position[0] = x;
+  e->user_position[1] = y;
+  e->user_position[2] = z;
+  // Deliberate: beams stay; a source is heard from its new direction once it is positioned again.
+  for (uint32_t s = 0; s < e->num_sources; ++s) {
+    if (e->sources[s].type == ENCODER_SOURCE_WORLD) update_geometry(e, &e->sources[s]);
+  }
+  return UBR_OK;
+}
+
+uint32_t encoder_reset(encoder_t* e) { return encoder_set_user_position(e, 0.0f, 0.0f, 0.0f); }
+
+uint32_t encoder_reset_max_frame_size(encoder_t* e, uint32_t max_frame_size) {
+  if (!e) return UBR_MISSING;
+  const uint32_t padded_frame = round_up_to_4(max_frame_size);
+  float* input_matrix = alloc_zeroed<float>(e->padded_sources, padded_frame);
+  float* output_matrix = alloc_zeroed<float>(e->padded_channels, padded_frame);
+  if (!input_matrix || !output_matrix) {
+    release(input_matrix, output_matrix);
+    return UBR_NO_MEMORY;
+  }
+  release(e->input_matrix, e->output_matrix);
+  e->input_matrix = input_matrix;
+  e->output_matrix = output_matrix;
+  e->max_frame_size = max_frame_size;
+  e->padded_frame = padded_frame;
+  return UBR_OK;
+}
+
+uint32_t encoder_process(encoder_t* e, const float* const* inputs, float* const* outputs,
+                         uint32_t frames, uint32_t mode) {
+  if (!e || frames > e->max_frame_size) return UBR_MISSING;
+  switch (mode) {
+    case 0:
+      encoder_process_dynamic(e, inputs, outputs, frames, 0);
+      return encoder_process_static(e, inputs, outputs, frames, 1);
+    case 1:
+      return encoder_process_dynamic(e, inputs, outputs, frames, 0);
+    case 2:
+      return encoder_process_static(e, inputs, outputs, frames, 0);
+    case 3:
+      return encoder_process_dynamic(e, inputs, outputs, frames, 1);
+    case 4:
+      return encoder_process_static(e, inputs, outputs, frames, 1);
+    default:
+      return UBR_OK;  // Deliberate: an unknown mode is no error.
+  }
+}
+
+uint32_t encoder_process_dynamic(encoder_t* e, const float* const* inputs, float* const* outputs,
+                                 uint32_t frames, uint32_t accumulate) {
+  if (!e) return UBR_MISSING;
+  encode(e, inputs, outputs, frames, accumulate, is_dynamic);
+  return UBR_OK;
+}
+
+uint32_t encoder_process_static(encoder_t* e, const float* const* inputs, float* const* outputs,
+                                uint32_t frames, uint32_t accumulate) {
+  if (!e) return UBR_MISSING;
+  encode(e, inputs, outputs, frames, accumulate, is_static);
+  add_lfe(e, inputs, outputs[0], frames);
+  return UBR_OK;
+}
+
+uint32_t encoder_cleanup(encoder_t* e) {
+  if (!e) return UBR_OK;
+  release(e->sources, e->input_matrix, e->gain_matrix, e->output_matrix);
+  *e = {};
+  return UBR_OK;
+}
+
+void calculate_source_position_sph(encoder_source_t* source, const float listener[3]) {
+  float d[3];
+  for (int i = 0; i < 3; ++i) {
+    d[i] = source->position[i] - (source->type == ENCODER_SOURCE_WORLD ? listener[i] : 0.0f);
+  }
+  const float horizontal = d[0] * d[0] + d[1] * d[1];
+  source->distance = sqrtf(horizontal + d[2] * d[2]);
+  source->azimuth = atan2f(d[1], d[0]);
+  source->elevation = atan2f(d[2], sqrtf(horizontal));
+}

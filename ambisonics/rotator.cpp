@@ -1,0 +1,168 @@
+#include "ambisonics/rotator.h"
+
+#include <string.h>
+
+#include "ambisonics/sphere_directions.h"
+#include "base/checked.h"
+#include "base/memory.h"
+#include "base/result.h"
+#include "numerics/mix_rows.h"
+
+namespace {
+
+constexpr uint32_t kTile = 4;  // samples that share one matrix of the fade
+constexpr uint32_t kMaxPaddedChannels = round_up_to_4(AMBISONICS_MAX_CHANNELS);
+
+uint32_t allocate(rotator_t* r) {
+  const uint32_t num_channels = r->ambisonics->num_channels;
+  r->input_buffer = alloc_zeroed<float>(r->padded_channels, r->padded_frame);
+  r->previous_matrix = alloc_zeroed<float>(r->padded_channels, r->padded_channels);
+  r->current_matrix = alloc_zeroed<float>(r->padded_channels, r->padded_channels);
+  r->delta_matrix = alloc_zeroed<float>(r->padded_channels, r->padded_channels);
+  r->output_buffer = alloc_zeroed<float>(r->padded_channels, r->padded_frame);
+  r->beam_matrix = alloc_zeroed<float>(num_channels, num_channels);
+  r->beam_matrix_pinv = alloc_zeroed<float>(num_channels, num_channels);
+  if (!r->input_buffer || !r->previous_matrix || !r->current_matrix || !r->delta_matrix ||
+      !r->output_buffer || !r->beam_matrix || !r->beam_matrix_pinv) {
+    return UBR_NO_MEMORY;
+  }
+  if (const uint32_t code = ubr_init_float_matrix(&r->rotated_beams, num_channels, num_channels)) {
+    return code;
+  }
+  if (const uint32_t code = ubr_init_float_matrix(&r->directions_xyz, num_channels, 3)) return code;
+  return ubr_init_float_matrix(&r->directions_sph, num_channels, 2);
+}
+
+void copy_directions(rotator_t* r) {
+  const uint32_t order = r->ambisonics->order;
+  const sphere_direction_t* directions = sphere_directions(order);
+  if (!directions) return;  // Deliberate: the directions of order 0 stay zero and still serve it.
+  for (uint32_t d = 0; d < r->ambisonics->num_channels; ++d) {
+    const sphere_direction_t& direction = directions[checked_index(d, (order + 1) * (order + 1))];
+    r->directions_xyz[d][0] = direction.x;
+    r->directions_xyz[d][1] = direction.y;
+    r->directions_xyz[d][2] = direction.z;
+    r->directions_sph[d][0] = direction.azimuth;
+    r->directions_sph[d][1] = direction.elevation;
+  }
+}
+
+// Y and its inverse. ubr_pinv reads and writes column-major, which transposes both: since the
+// inverse of a transpose is the transpose of the inverse, row-major goes in and comes out.
+void build_beam_matrices(rotator_t* r) {
+  const uint32_t num_channels = r->ambisonics->num_channels;
+  for (uint32_t d = 0; d < num_channels; ++d) {
+    ambisonics_base_generate_beam(r->ambisonics, r->beam_matrix + d * num_channels,
+                                  r->directions_sph[d][0], r->directions_sph[d][1], 1.0f);
+  }
+  const int32_t size[2] = {r->beam_rows, r->beam_cols};
+  int32_t inverse_size[2];
+  ubr_pinv(r->pinv_workspace, r->beam_matrix, size, r->beam_matrix_pinv, inverse_size);
+}
+
+void settle_on_current_matrix(rotator_t* r) {
+  memcpy(r->previous_matrix, r->current_matrix,
+         size_t{r->padded_channels} * r->padded_channels * sizeof(float));
+}
+
+void update_delta_matrix(rotator_t* r, uint32_t frames) {
+  const float scale = 1.0f / static_cast<float>(frames);
+  const uint32_t size = r->padded_channels * r->padded_channels;
+  for (uint32_t i = 0; i < size; ++i) {
+    r->delta_matrix[i] = (r->current_matrix[i] - r->previous_matrix[i]) * scale;
+  }
+}
+
+void read_inputs(rotator_t* r, const float* const* inputs, uint32_t frames) {
+  for (uint32_t c = 0; c < r->ambisonics->num_channels; ++c) {
+    memcpy(r->input_buffer + size_t{c} * r->padded_frame, inputs[c], frames * sizeof(float));
+  }
+}
+
+// The last tile stops one step short of the current matrix; the next block starts on it.
+void mix_fading(rotator_t* r, uint32_t frames) {
+  const uint32_t padded = r->padded_channels;
+  float tile_matrix[kMaxPaddedChannels * kMaxPaddedChannels];
+  for (uint32_t t = 0; t < frames; t += kTile) {
+    const float elapsed = static_cast<float>(t);
+    for (uint32_t i = 0; i < padded * padded; ++i) {
+      tile_matrix[i] = r->previous_matrix[i] + r->delta_matrix[i] * elapsed;
+    }
+    mix_rows({tile_matrix, padded, 1},
+             {r->input_buffer + t, r->padded_frame, r->ambisonics->num_channels},
+             {r->output_buffer + t, r->padded_frame, padded}, kTile);
+  }
+}
+
+void write_outputs(const rotator_t* r, float* const* outputs, uint32_t frames) {
+  for (uint32_t c = 0; c < r->ambisonics->num_channels; ++c) {
+    memcpy(outputs[c], r->output_buffer + size_t{c} * r->padded_frame, frames * sizeof(float));
+  }
+}
+
+}  // namespace
+
+uint32_t rotator_init(rotator_t* r, const ambisonics_base_t* ambisonics, uint32_t max_frame_size) {
+  if (!r) return UBR_NO_MEMORY;  // Deliberate: inits report a missing record as 3.
+  *r = {};
+  r->ambisonics = ambisonics;
+  r->max_frame_size = max_frame_size;
+  r->beam_rows = r->beam_cols = static_cast<int32_t>(ambisonics->num_channels);
+  r->padded_channels = round_up_to_4(ambisonics->num_channels);
+  r->padded_frame = round_up_to_4(max_frame_size);
+  if (const uint32_t code = allocate(r)) return code;
+  copy_directions(r);
+  build_beam_matrices(r);
+  const float straight_ahead[3] = {0.0f, 0.0f, 0.0f};
+  if (const uint32_t code = rotator_set_orientation(r, straight_ahead, ROTATOR_EULER_A)) {
+    return code;
+  }
+  settle_on_current_matrix(r);  // the first block does not fade
+  return UBR_OK;
+}
+
+uint32_t rotator_reset(rotator_t* r) {
+  if (!r) return UBR_MISSING;
+  const float straight_ahead[3] = {0.0f, 0.0f, 0.0f};
+  return rotator_set_orientation(r, straight_ahead, ROTATOR_ROTATION_VECTOR);
+}
+
+uint32_t rotator_reset_max_frame_size(rotator_t* r, uint32_t max_frame_size) {
+  if (!r) return UBR_MISSING;
+  const uint32_t padded_frame = round_up_to_4(max_frame_size);
+  float* input_buffer = alloc_zeroed<float>(r->padded_channels, padded_frame);
+  float* output_buffer = alloc_zeroed<float>(r->padded_channels, padded_frame);
+  if (!input_buffer || !output_buffer) {
+    release(input_buffer, output_buffer);
+    return UBR_NO_MEMORY;
+  }
+  release(r->input_buffer, r->output_buffer);
+  r->input_buffer = input_buffer;
+  r->output_buffer = output_buffer;
+  r->max_frame_size = max_frame_size;
+  r->padded_frame = padded_frame;
+  return UBR_OK;
+}
+
+uint32_t rotator_process(rotator_t* r, const float* const* inputs, float* const* outputs,
+                         uint32_t frames) {
+  if (frames > r->max_frame_size) return UBR_MISSING;
+  update_delta_matrix(r, frames);
+  read_inputs(r, inputs, frames);
+  mix_fading(r, frames);
+  write_outputs(r, outputs, frames);
+  settle_on_current_matrix(r);
+  return UBR_OK;
+}
+
+uint32_t rotator_cleanup(rotator_t* r) {
+  if (!r) return UBR_OK;
+  const uint32_t num_channels = static_cast<uint32_t>(r->beam_rows);
+  ubr_free_float_matrix(r->directions_xyz, num_channels);
+  ubr_free_float_matrix(r->directions_sph, num_channels);
+  ubr_free_float_matrix(r->rotated_beams, num_channels);
+  release(r->beam_matrix, r->beam_matrix_pinv, r->input_buffer, r->previous_matrix,
+          r->current_matrix, r->delta_matrix, r->output_buffer);
+  *r = {};
+  return UBR_OK;
+}

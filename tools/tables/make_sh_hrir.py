@@ -1,0 +1,54 @@
+#!/usr/bin/python3
+"""Makes ambisonics/sh_hrir_table.cpp from measured head-related impulse responses.
+
+Needs the Debian packages libmysofa1 (the measured set), python3-numpy, python3-scipy, python3-h5py
+and python3-matplotlib. Prints the quality figures of docs/data.md and draws its plot.
+"""
+
+import argparse
+from pathlib import Path
+
+from cpp_writer import ROOT
+from hrir import constraints, measured_set, pipeline, quality_plot, report, table_file
+
+PLOT_PATH = ROOT / "docs" / "sh_hrir_quality.svg"
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--sofa", type=Path, default=measured_set.DEFAULT_PATH)
+    parser.add_argument(
+        "--held-out", action="store_true", help="only print the figures on unseen directions"
+    )
+    parser.add_argument(
+        "--search-alignment", action="store_true", help="only find the common all-pass again"
+    )
+    return parser.parse_args()
+
+
+def write_table(path):
+    """Makes the table, refuses one that breaks its constraints, writes it and its figures."""
+    result = pipeline.make_table(path)
+    pipeline.check_constraints(result.table)
+    table_file.PATH.write_text(table_file.render(result.table))
+    quality_plot.draw(result, PLOT_PATH)
+    print(report.HEAD)
+    print("\n".join(report.rows(pipeline.evaluate_methods(result))))
+    print(report.peaks_line(constraints.main_peaks(result.table)))
+
+
+def main():
+    arguments = parse_arguments()
+    if arguments.search_alignment:
+        found, gain = pipeline.search_alignment(arguments.sofa)
+        print(f"{found}, gain {gain}")
+    elif arguments.held_out:
+        figures = pipeline.evaluate_held_out(pipeline.prepare(arguments.sofa))
+        print(report.HEAD)
+        print(report.row("the table, unseen directions", figures))
+    else:
+        write_table(arguments.sofa)
+
+
+if __name__ == "__main__":
+    main()
