@@ -1,0 +1,182 @@
+// Building, resetting and releasing the renderer.
+#include "renderer/ubr.h"
+
+#include <math.h>
+
+#include <algorithm>
+
+#include "base/memory.h"
+#include "base/result.h"
+#include "numerics/float_matrix.h"
+
+namespace {
+
+constexpr uint32_t kNumEars = 2;
+constexpr float kHalfPower = 0.707f;
+
+bool takes_ambisonics(const ubr_t& r) { return r.input_type == UBR_INPUT_AMBISONICS; }
+
+bool is_tracked(const ubr_t& r) {
+  return r.render_mode == UBR_MODE_AMBISONIC_TRACKED || r.render_mode == UBR_MODE_BINAURAL_TRACKED;
+}
+
+bool is_binaural(const ubr_t& r) {
+  return r.render_mode == UBR_MODE_BINAURAL_TRACKED || r.render_mode == UBR_MODE_BINAURAL;
+}
+
+// Order of a field of `num_channels` channels, or 0 (which no caller accepts) when no full order
+// has that many.
+uint32_t order_of_channels(uint32_t num_channels) {
+  const double order = sqrt(num_channels) - 1.0;
+  return order > 0.0 && order == floor(order) ? static_cast<uint32_t>(order) : 0;
+}
+
+bool input_is_offered(const ubr_t& r) {
+  if (takes_ambisonics(r)) {
+    return r.render_mode != UBR_MODE_AMBISONIC && r.render_mode != UBR_MODE_DOWNMIX;
+  }
+  return r.num_inputs >= 1 && r.num_inputs <= UBR_MAX_INPUTS;
+}
+
+bool frame_size_is_offered(uint32_t frames) {
+  return frames >= UBR_MIN_FRAME_SIZE && frames <= UBR_MAX_FRAME_SIZE;
+}
+
+void set_ambisonics_config(ubr_t* r, uint32_t order) {
+  r->ambi_config = {};
+  r->ambi_config.order = order;
+  r->ambi_config.num_channels = (order + 1) * (order + 1);
+}
+
+uint32_t configure(ubr_t* r, uint32_t max_frame_size, uint32_t requested_order) {
+  const uint32_t input_order =
+      takes_ambisonics(*r) ? order_of_channels(r->num_inputs) : requested_order;
+  if (!input_is_offered(*r) || input_order < 1 || input_order > AMBISONICS_MAX_ORDER ||
+      !frame_size_is_offered(max_frame_size)) {
+    return UBR_INVALID;
+  }
+  r->frame_size = r->max_frame_size = max_frame_size;
+  if (r->render_mode == UBR_MODE_DOWNMIX) {
+    r->num_outputs = kNumEars;
+    return ubr_set_downmix_coefficients(r);
+  }
+  set_ambisonics_config(r, std::min(input_order, requested_order));
+  r->num_outputs = is_binaural(*r) ? kNumEars : r->ambi_config.num_channels;
+  return UBR_OK;
+}
+
+uint32_t build_modules(ubr_t* r) {
+  if (r->render_mode == UBR_MODE_DOWNMIX) return UBR_OK;
+  if (const uint32_t code = ubr_init_ambisonics(r)) return code;
+  if (!takes_ambisonics(*r)) {
+    if (const uint32_t code = ubr_init_encoder(r)) return code;
+  }
+  if (is_tracked(*r)) {
+    if (const uint32_t code = ubr_init_rotator(r)) return code;
+  }
+  if (is_binaural(*r)) {
+    if (const uint32_t code = ubr_init_binauralizer(r)) return code;
+  }
+  return UBR_OK;
+}
+
+uint32_t init_hoa_buffer(const ubr_t& r, float*** buffer) {
+  return ubr_init_float_matrix(buffer, r.ambi_config.num_channels, r.max_frame_size);
+}
+
+}  // namespace
+
+uint32_t ubr_init(ubr_t* renderer, uint32_t input_type, uint32_t num_inputs, uint32_t render_mode,
+                  uint32_t max_frame_size, uint32_t order) {
+  if (!renderer) return UBR_MISSING;
+  *renderer = {};
+  renderer->input_type = input_type;
+  renderer->render_mode = render_mode;
+  renderer->num_inputs = num_inputs;
+  if (const uint32_t code = configure(renderer, max_frame_size, order)) return code;
+  return build_modules(renderer);
+}
+
+uint32_t ubr_init_ambisonics(ubr_t* renderer) {
+  if (!renderer) return UBR_MISSING;
+  renderer->ambisonics = alloc_zeroed<ambisonics_base_t>(1u);
+  return ambisonics_base_init(renderer->ambisonics, renderer->ambi_config);
+}
+
+uint32_t ubr_init_encoder(ubr_t* renderer) {
+  if (!renderer || !renderer->ambisonics) return UBR_MISSING;
+  renderer->encoder = alloc_zeroed<encoder_t>(1u);
+  return encoder_init(renderer->encoder, renderer->ambisonics, renderer->num_inputs,
+                      renderer->max_frame_size);
+}
+
+uint32_t ubr_init_rotator(ubr_t* renderer) {
+  if (!renderer || !renderer->ambisonics) return UBR_MISSING;
+  renderer->rotator = alloc_zeroed<rotator_t>(1u);
+  if (const uint32_t code =
+          rotator_init(renderer->rotator, renderer->ambisonics, renderer->max_frame_size)) {
+    return code;
+  }
+  // An ambisonic input is itself the field before rotation.
+  return takes_ambisonics(*renderer) ? uint32_t{UBR_OK}
+                                     : init_hoa_buffer(*renderer, &renderer->hoa_buffer_a);
+}
+
+uint32_t ubr_init_binauralizer(ubr_t* renderer) {
+  if (!renderer || !renderer->ambisonics) return UBR_MISSING;
+  renderer->binauralizer = alloc_zeroed<binauralizer_t>(1u);
+  if (const uint32_t code = binauralizer_init(renderer->binauralizer, renderer->ambi_config.order,
+                                              static_cast<int32_t>(renderer->max_frame_size))) {
+    return code;
+  }
+  // An ambisonic input that is not rotated is itself the field that enters the binauralizer.
+  return takes_ambisonics(*renderer) && !is_tracked(*renderer)
+             ? uint32_t{UBR_OK}
+             : init_hoa_buffer(*renderer, &renderer->hoa_buffer_b);
+}
+
+uint32_t ubr_set_downmix_coefficients(ubr_t* renderer) {
+  if (!renderer) return UBR_MISSING;
+  constexpr float kGains[UBR_DOWNMIX_INPUTS][kNumEars] = {
+      {1.0f, 0.0f},              // front left
+      {0.0f, 1.0f},              // front right
+      {kHalfPower, kHalfPower},  // centre
+      {1.0f, 1.0f},              // LFE
+      {kHalfPower, 0.0f},        // back left
+      {0.0f, kHalfPower},        // back right
+      {kHalfPower, 0.0f},        // side left
+      {0.0f, kHalfPower},        // side right
+  };
+  for (uint32_t i = 0; i < UBR_DOWNMIX_INPUTS; ++i) {
+    renderer->downmix_left[i] = kGains[i][0];
+    renderer->downmix_right[i] = kGains[i][1];
+  }
+  return UBR_OK;
+}
+
+uint32_t ubr_reset(ubr_t* renderer) {
+  if (!renderer) return UBR_MISSING;
+  ubr_t& r = *renderer;
+  ubr_reset_float_matrix(r.hoa_buffer_a, r.ambi_config.num_channels, r.max_frame_size);
+  ubr_reset_float_matrix(r.hoa_buffer_b, r.ambi_config.num_channels, r.max_frame_size);
+  if (r.encoder) encoder_reset(r.encoder);
+  if (r.rotator) {
+    if (const uint32_t code = rotator_reset(r.rotator)) return code;
+  }
+  if (r.binauralizer && binauralizer_reset(r.binauralizer)) return UBR_MISSING;
+  return UBR_OK;
+}
+
+uint32_t ubr_cleanup(ubr_t* renderer) {
+  if (!renderer) return UBR_MISSING;
+  ubr_t& r = *renderer;
+  binauralizer_cleanup(r.binauralizer);
+  rotator_cleanup(r.rotator);
+  encoder_cleanup(r.encoder);
+  ambisonics_base_cleanup(r.ambisonics);
+  release(r.binauralizer, r.rotator, r.encoder, r.ambisonics);
+  ubr_free_float_matrix(r.hoa_buffer_a, r.ambi_config.num_channels);
+  ubr_free_float_matrix(r.hoa_buffer_b, r.ambi_config.num_channels);
+  r = {};
+  return UBR_OK;
+}

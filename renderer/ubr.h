@@ -1,0 +1,144 @@
+// The renderer: one object per effect instance that owns every signal-processing module and the
+// buffers between them. Input is a set of discrete sources, encoded to ambisonics, or an ambisonic
+// field; the render mode chooses which modules exist and how a block flows through them.
+//
+// All signals are planar single-precision channels. Nothing here locks or logs: calls on one
+// renderer must not overlap.
+#ifndef ORVANE_RENDERER_UBR_H_
+#define ORVANE_RENDERER_UBR_H_
+
+#include <stdint.h>
+
+#include "ambisonics/ambisonics_base.h"
+#include "ambisonics/binauralizer.h"
+#include "ambisonics/encoder.h"
+#include "ambisonics/rotator.h"
+#include "base/export.h"
+
+enum ubr_input_type {
+  UBR_INPUT_SOURCES = 0,     // mono signals with a position each
+  UBR_INPUT_AMBISONICS = 1,  // a field of (order + 1)^2 channels, ACN/SN3D
+};
+
+// What comes out, and which inputs may use the mode.
+enum ubr_render_mode {
+  UBR_MODE_AMBISONIC = 0,          // ambisonic field; sources only
+  UBR_MODE_AMBISONIC_TRACKED = 1,  // ambisonic field turned against the head
+  UBR_MODE_BINAURAL_TRACKED = 2,   // two ears, turned against the head
+  UBR_MODE_BINAURAL = 3,           // two ears, head at rest
+  UBR_MODE_DOWNMIX = 4,            // plain stereo downmix; sources only
+};
+
+enum {
+  UBR_MAX_INPUTS = 128,
+  UBR_MIN_FRAME_SIZE = 64,    // accepted maximum frame sizes at initialisation
+  UBR_MAX_FRAME_SIZE = 1024,  // growing later has no upper bound
+  UBR_DOWNMIX_INPUTS = 8,
+};
+
+typedef struct ubr_t {
+  uint32_t input_type;   // ubr_input_type
+  uint32_t render_mode;  // ubr_render_mode
+  uint32_t num_inputs;
+  uint32_t num_outputs;
+  ambisonics_config_t ambi_config;
+  uint32_t frame_size;                     // samples of the current block
+  uint32_t max_frame_size;                 // capacity of every buffer
+  float** hoa_buffer_a;                    // head-tracked field before rotation
+  float** hoa_buffer_b;                    // field that enters the binauralizer
+  float downmix_left[UBR_DOWNMIX_INPUTS];  // gain of each input in the stereo downmix
+  float downmix_right[UBR_DOWNMIX_INPUTS];
+  binauralizer_t* binauralizer;  // every pointer is owned, and null where the module is not built
+  rotator_t* rotator;
+  encoder_t* encoder;
+  ambisonics_base_t* ambisonics;
+  struct ubr_reverb_t* reverb;
+  struct ubr_reflections_t* reflections;
+} ubr_t;
+
+// Builds the modules of an input type and render mode. `renderer` is zeroed first: clean up an
+// earlier build before. A mode above UBR_MODE_DOWNMIX builds the channel set and the encoder, and
+// every ubr_process then refuses it.
+//
+//   num_inputs      sources: 1 to UBR_MAX_INPUTS; ambisonics: a perfect square
+//   max_frame_size  UBR_MIN_FRAME_SIZE to UBR_MAX_FRAME_SIZE samples
+//   order           sources: 1 to 4; ambisonics: the input's own order, itself 1 to 4, is truncated
+//                   to it
+//
+// Returns UBR_OK, UBR_MISSING for a null renderer, UBR_INVALID for an argument or a combination
+// that is not offered, UBR_NO_MEMORY or a module's code. After a failure call ubr_cleanup, nothing
+// else.
+ORVANE_API uint32_t ubr_init(ubr_t* renderer, uint32_t input_type, uint32_t num_inputs,
+                             uint32_t render_mode, uint32_t max_frame_size, uint32_t order);
+
+// The steps of ubr_init: each builds one module and the buffers that come with it, from the fields
+// that ubr_init has set. Return UBR_OK, UBR_MISSING for a null renderer or a missing channel set,
+// UBR_NO_MEMORY or the module's code.
+ORVANE_API uint32_t ubr_init_ambisonics(ubr_t* renderer);
+ORVANE_API uint32_t ubr_init_encoder(ubr_t* renderer);
+ORVANE_API uint32_t ubr_init_rotator(ubr_t* renderer);
+ORVANE_API uint32_t ubr_init_binauralizer(ubr_t* renderer);
+
+// Writes the stereo downmix gains for the channel order front left, front right, centre, LFE, back
+// left, back right, side left, side right. Returns UBR_OK, or UBR_MISSING for null.
+ORVANE_API uint32_t ubr_set_downmix_coefficients(ubr_t* renderer);
+
+// Silences every module, puts the listener at the origin and the head straight ahead. Modules that
+// do not exist are passed over. Returns UBR_OK, UBR_MISSING for null, or the failing module's code.
+ORVANE_API uint32_t ubr_reset(ubr_t* renderer);
+
+// Frees every module and buffer and zeroes the renderer (not the object itself, which is its
+// owner's). Zero-filled and half-built renderers are accepted.
+// Returns UBR_OK, or UBR_MISSING for null.
+ORVANE_API uint32_t ubr_cleanup(ubr_t* renderer);
+
+// Grows every module for blocks of up to `max_frame_size` samples; a smaller size changes nothing.
+// Sound in flight is carried on. Returns UBR_OK, UBR_MISSING for null, or UBR_NO_MEMORY, after
+// which max_frame_size is the old one, blocks of that length still render (silence, if it was the
+// binauralizer that ran out of memory while it was rebuilt), and a retry does the work again.
+ORVANE_API uint32_t ubr_set_max_frame_size(ubr_t* renderer, uint32_t max_frame_size);
+
+// Renders one block.
+//
+//   inputs   num_inputs channels, `num_inputs` as the renderer was built for
+//   outputs  num_outputs channels, overwritten
+//   frames   samples per channel, at most max_frame_size; 0 means max_frame_size
+//
+// Returns UBR_OK; UBR_MISSING for a null renderer, an unsupported mode or a module that does not
+// exist; UBR_INVALID for channel counts or a length that do not match. Allocates nothing.
+ORVANE_API uint32_t ubr_process(ubr_t* renderer, const float* const* inputs, uint32_t num_inputs,
+                                float* const* outputs, uint32_t num_outputs, uint32_t frames);
+
+// The two paths of ubr_process, for frame_size samples. Return UBR_OK, UBR_MISSING for a null
+// renderer, an unsupported mode or a module that does not exist, or a module's code.
+ORVANE_API uint32_t ubr_process_sources(ubr_t* renderer, const float* const* inputs,
+                                        float* const* outputs);
+ORVANE_API uint32_t ubr_process_hoa(ubr_t* renderer, const float* const* inputs,
+                                    float* const* outputs);
+
+// Mixes the first UBR_DOWNMIX_INPUTS inputs to stereo with the downmix gains; frame_size samples.
+// Returns UBR_OK, or UBR_MISSING for null.
+ORVANE_API uint32_t ubr_downmix(ubr_t* renderer, const float* const* inputs, float* const* outputs);
+
+// Type of one source (encoder_source_type); set it before the position, whose beam it shapes.
+// Returns UBR_OK; UBR_MISSING for a null renderer, an ambisonic input or no encoder; UBR_INVALID
+// for an index not below num_inputs.
+ORVANE_API uint32_t ubr_set_source_type(ubr_t* renderer, uint32_t index, uint32_t type);
+
+// Position of one source in metres (+x ahead, +y left, +z up), from the next block on.
+// Returns as ubr_set_source_type.
+ORVANE_API uint32_t ubr_set_source_position(ubr_t* renderer, uint32_t index, float x, float y,
+                                            float z);
+
+// Listener position in metres. Geometry and gain of world sources follow at once, their beams at
+// their next position. Returns UBR_OK, UBR_MISSING for null, UBR_INVALID, nothing changed, for a
+// position that is not finite.
+ORVANE_API uint32_t ubr_set_user_position(ubr_t* renderer, const float position[3]);
+
+// Head orientation in a rotator_orientation_format, faded in over the next block.
+// Returns UBR_MISSING for a null renderer or one without rotator, else rotator_set_orientation's
+// code.
+ORVANE_API uint32_t ubr_set_user_orientation(ubr_t* renderer, const float orientation[3],
+                                             uint32_t format);
+
+#endif  // ORVANE_RENDERER_UBR_H_

@@ -1,0 +1,37 @@
+// Sources and listener.
+#include <math.h>
+
+#include "base/result.h"
+#include "renderer/ubr.h"
+
+namespace {
+
+bool has_sources(const ubr_t* renderer) {
+  return renderer && renderer->input_type != UBR_INPUT_AMBISONICS && renderer->encoder;
+}
+
+bool all_finite(const float v[3]) { return isfinite(v[0]) && isfinite(v[1]) && isfinite(v[2]); }
+
+}  // namespace
+
+uint32_t ubr_set_source_type(ubr_t* renderer, uint32_t index, uint32_t type) {
+  if (!has_sources(renderer)) return UBR_MISSING;
+  return encoder_set_source_type(renderer->encoder, index, type);
+}
+
+uint32_t ubr_set_source_position(ubr_t* renderer, uint32_t index, float x, float y, float z) {
+  if (!has_sources(renderer)) return UBR_MISSING;
+  return encoder_set_source_position(renderer->encoder, index, x, y, z);
+}
+
+uint32_t ubr_set_user_position(ubr_t* renderer, const float position[3]) {
+  if (!renderer) return UBR_MISSING;
+  if (!all_finite(position)) return UBR_INVALID;
+  if (!renderer->encoder) return UBR_OK;
+  return encoder_set_user_position(renderer->encoder, position[0], position[1], position[2]);
+}
+
+uint32_t ubr_set_user_orientation(ubr_t* renderer, const float orientation[3], uint32_t format) {
+  if (!renderer || !renderer->rotator) return UBR_MISSING;
+  return rotator_set_orientation(renderer->rotator, orientation, format);
+}
