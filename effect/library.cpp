@@ -1,0 +1,108 @@
+// What the platform finds in the library: the record AELI, the effect's descriptor and the table of
+// an instance's functions; creation and release of instances.
+#include <errno.h>
+#include <string.h>
+
+#include "base/export.h"
+#include "base/memory.h"
+#include "effect/orvane.h"
+#include "platform/log.h"
+
+#define ORVANE_NAME "KRN Spatial Audio Renderer (orvane)"
+#define ORVANE_IMPLEMENTOR "Tessaly Technologies, Inc."
+
+const effect_interface_s gOrvaneInterface = {
+    .process = orvane_Process,
+    .command = orvane_Command,
+    .get_descriptor = orvane_GetDescriptor,
+    .process_reverse = nullptr,
+};
+
+const effect_descriptor_t gOrvaneDescriptor = {
+    // The platform's type of spatializers, FX_IID_SPATIALIZER.
+    .type = {0xccd4cf09, 0xa79d, 0x46c2, 0x9aae, {0x06, 0xa1, 0x69, 0x8d, 0x6c, 0x8f}},
+    .uuid = {0x5b7e1c42, 0x93d0, 0x4e6a, 0xb1f8, {0x2c, 0x4d, 0x9a, 0x07, 0xe3, 0xb6}},
+    .apiVersion = EFFECT_CONTROL_API_VERSION,
+    .flags = EFFECT_FLAG_TYPE_INSERT | EFFECT_FLAG_INSERT_FIRST,
+    .cpuLoad = 0,
+    .memoryUsage = 0,
+    .name = ORVANE_NAME,
+    .implementor = ORVANE_IMPLEMENTOR,
+};
+
+namespace {
+
+bool is_our_uuid(const effect_uuid_t* uuid) {
+  return memcmp(uuid, &gOrvaneDescriptor.uuid, sizeof(*uuid)) == 0;
+}
+
+// Frees a context and whatever it owns; accepts a half-built one.
+void destroy_module(orvane_module_s* module) {
+  orvane_object_t* object = &module->object;
+  orvane_deallocateBuffers(object, object->buffer_channels);
+  if (object->renderer) ubr_cleanup(object->renderer);
+  release(object->renderer);
+  pthread_mutex_destroy(&object->mutex);
+  release(module);
+}
+
+int32_t orvaneLib_Create(const effect_uuid_t* uuid, int32_t /*sessionId*/, int32_t /*ioId*/,
+                         effect_handle_t* pHandle) {
+  ORVANE_LOGI("orvaneLib_Create()");
+  if (!pHandle || !uuid) return -EINVAL;
+  if (!is_our_uuid(uuid)) return -ENOENT;
+
+  orvane_module_s* module = alloc_zeroed<orvane_module_s>();
+  if (!module || pthread_mutex_init(&module->object.mutex, nullptr) != 0) {
+    ORVANE_LOGE("orvaneLib_Create() init failed");
+    release(module);
+    return -1;
+  }
+  module->itfe = &gOrvaneInterface;
+  if (const int32_t code = orvane_Init(module)) {
+    ORVANE_LOGE("orvaneLib_Create() init failed");
+    destroy_module(module);
+    return code;
+  }
+  *pHandle = reinterpret_cast<effect_handle_t>(module);
+  return 0;
+}
+
+int32_t orvaneLib_Release(effect_handle_t handle) {
+  ORVANE_LOGI("orvaneLib_Release() %p", static_cast<void*>(handle));
+  if (!handle) return -EINVAL;
+  orvane_set_state(orvane_module(handle), ORVANE_STATE_UNINITIALIZED);
+  destroy_module(orvane_module(handle));
+  return 0;
+}
+
+int32_t orvaneLib_GetDescriptor(const effect_uuid_t* uuid, effect_descriptor_t* pDescriptor) {
+  if (!uuid || !pDescriptor) {
+    // Deliberate: the text names Create; log readers look for it.
+    ORVANE_LOGE("orvaneLib_Create() called with NULL pointer");
+    return -EINVAL;
+  }
+  // Deliberate: an unknown UUID is -EINVAL here and -ENOENT at creation.
+  if (!is_our_uuid(uuid)) return -EINVAL;
+  *pDescriptor = gOrvaneDescriptor;
+  return 0;
+}
+
+}  // namespace
+
+int32_t orvane_GetDescriptor(effect_handle_t self, effect_descriptor_t* pDescriptor) {
+  if (!self || orvane_state(orvane_module(self)) == ORVANE_STATE_UNINITIALIZED) return -EINVAL;
+  *pDescriptor = gOrvaneDescriptor;
+  return 0;
+}
+
+ORVANE_API const audio_effect_library_t AELI;
+const audio_effect_library_t AELI = {
+    .tag = AUDIO_EFFECT_LIBRARY_TAG,
+    .version = EFFECT_MAKE_API_VERSION(3, 0),
+    .name = ORVANE_NAME,
+    .implementor = ORVANE_IMPLEMENTOR,
+    .create_effect = orvaneLib_Create,
+    .release_effect = orvaneLib_Release,
+    .get_descriptor = orvaneLib_GetDescriptor,
+};

@@ -1,0 +1,103 @@
+// One instance of the effect: the context behind the platform's handle, and the functions that work
+// on it. The platform enters through the tables in library.cpp on two threads: commands on its
+// control thread, orvane_Process on its audio thread.
+#ifndef ORVANE_EFFECT_ORVANE_H_
+#define ORVANE_EFFECT_ORVANE_H_
+
+#include <pthread.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#include "platform/effect_abi.h"
+#include "renderer/ubr.h"
+
+enum {
+  ORVANE_STATE_UNINITIALIZED = 0,
+  ORVANE_STATE_INITIALIZED = 1,  // initialised or configured, not processing
+  ORVANE_STATE_ACTIVE = 2,       // enabled
+};
+
+typedef struct orvane_object_t {
+  uint32_t state;         // ORVANE_STATE_*; shared with the audio thread, see orvane_state
+  uint8_t channel_count;  // input channels that the renderer was configured for
+  ubr_t* renderer;        // owned
+  float** in_buffers;     // owned: buffer_channels planar buffers of in_frames samples
+  size_t in_frames;
+  float** out_buffers;  // owned: left and right, out_frames samples each
+  size_t out_frames;
+  pthread_mutex_t* lock;  // the instance's mutex from SET_CONFIG on, null after INIT
+
+  int32_t buffer_channels;  // how many in_buffers there are, whatever the configuration says by now
+  pthread_mutex_t mutex;    // held around every renderer call and every other use of config
+} orvane_object_t;
+
+struct orvane_module_s {
+  const effect_interface_s* itfe;  // first: the platform's handle points here
+  effect_config_t config;          // as last accepted, defaults before
+  orvane_object_t object;
+};
+
+extern const effect_interface_s gOrvaneInterface;
+extern const effect_descriptor_t gOrvaneDescriptor;
+
+// Holds an instance's mutex for a scope.
+class ScopedLock {
+ public:
+  explicit ScopedLock(orvane_object_t* object) : mutex_(&object->mutex) {
+    pthread_mutex_lock(mutex_);
+  }
+  ~ScopedLock() { pthread_mutex_unlock(mutex_); }
+  ScopedLock(const ScopedLock&) = delete;
+  ScopedLock& operator=(const ScopedLock&) = delete;
+
+ private:
+  pthread_mutex_t* mutex_;
+};
+
+// The context behind a handle.
+inline orvane_module_s* orvane_module(effect_handle_t handle) {
+  return reinterpret_cast<orvane_module_s*>(handle);
+}
+
+// The audio thread looks at the state before it takes the mutex.
+inline uint32_t orvane_state(const orvane_module_s* module) {
+  return __atomic_load_n(&module->object.state, __ATOMIC_ACQUIRE);
+}
+inline void orvane_set_state(orvane_module_s* module, uint32_t state) {
+  __atomic_store_n(&module->object.state, state, __ATOMIC_RELEASE);
+}
+
+// Puts a context, zero-filled or used, into its defaults and state 1. A renderer is made if there
+// is none, and kept as it is otherwise; the planar buffers are freed, so no block may be under way.
+// Returns 0, -1 when there is no memory for the renderer, or -EINVAL.
+int32_t orvane_Init(orvane_module_s* module);
+
+// Number of channels of an AUDIO_CHANNEL_* mask; 0 for a representation other than positions or
+// indices.
+int32_t orvane_channel_count(uint32_t mask);
+
+// Frees the planar buffers, `channels` of them on the input side, if there are any.
+void orvane_deallocateBuffers(orvane_object_t* object, int32_t channels);
+
+// Whether the effect can run in a configuration: equal sampling rates, stereo output, float
+// samples; the input channels are not looked at. Returns 0, or -EINVAL after logging.
+int32_t orvane_check_config(const effect_config_t* config);
+
+// Takes over an effect_config_t (at any alignment), builds the renderer for its input channels and
+// places their loudspeakers. Returns 0, or -EINVAL after logging:
+//   - bad rate, format or output channels: nothing has changed
+//   - input channels without a layout: `config` has changed, the renderer goes on as it was
+//   - no memory for the renderer: `config` has changed, the renderer is left empty
+int32_t orvane_Configure(orvane_module_s* module, const void* config_data);
+
+// Silences the renderer and turns the head straight ahead. A failure is only logged. The caller
+// holds the mutex.
+void orvane_Reset(orvane_module_s* module);
+
+// Slots of the interface table.
+int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer, audio_buffer_t* outBuffer);
+int32_t orvane_Command(effect_handle_t self, uint32_t cmdCode, uint32_t cmdSize, void* pCmdData,
+                       uint32_t* replySize, void* pReplyData);
+int32_t orvane_GetDescriptor(effect_handle_t self, effect_descriptor_t* pDescriptor);
+
+#endif  // ORVANE_EFFECT_ORVANE_H_

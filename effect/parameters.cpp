@@ -1,0 +1,194 @@
+// The two parameter commands. A parameter is four little-endian words (status, size of the id, size
+// of the value, id) and the value's bytes.
+#include <errno.h>
+#include <string.h>
+
+#include <algorithm>
+
+#include "ambisonics/rotator.h"
+#include "base/result.h"
+#include "effect/command.h"
+#include "effect/orvane.h"
+#include "platform/log.h"
+
+namespace {
+
+struct parameter_header_t {
+  effect_param_t param;
+  int32_t id;
+};
+
+// What a parameter reads as.
+struct value_t {
+  uint8_t bytes[32];
+  uint32_t size;
+};
+
+value_t byte_value(uint8_t byte) { return {{byte}, 1}; }
+
+// A count, then that many values.
+value_t pair_of_bytes(uint8_t first, uint8_t second) { return {{2, first, second}, 3}; }
+
+value_t supported_channel_masks() {
+  // Deliberate: 7.1.2 is advertised, although no configuration with it is accepted.
+  constexpr uint32_t kMasks[] = {
+      7,
+      AUDIO_CHANNEL_OUT_5POINT1,
+      AUDIO_CHANNEL_OUT_5POINT1POINT2,
+      AUDIO_CHANNEL_OUT_5POINT1POINT4,
+      AUDIO_CHANNEL_OUT_7POINT1,
+      AUDIO_CHANNEL_OUT_7POINT1POINT2,
+      AUDIO_CHANNEL_OUT_7POINT1POINT4,
+      AUDIO_CHANNEL_OUT_22POINT2,
+  };
+  static_assert(sizeof(kMasks) == sizeof(value_t::bytes));
+  value_t value = {{}, sizeof(kMasks)};
+  memcpy(value.bytes, kMasks, sizeof(kMasks));
+  ORVANE_LOGI("orvane_getParameter %d SPATIALIZER_PARAM_SUPPORTED_CHANNEL_MASKS are %d ... %d",
+              static_cast<int>(kMasks[0]), static_cast<int>(kMasks[1]),
+              static_cast<int>(kMasks[7]));
+  return value;
+}
+
+// Reads parameter `id`. Returns 0, or -EINVAL, `value` untouched, for one that cannot be read.
+int32_t get_value(int32_t id, value_t* value) {
+  switch (id) {
+    case SPATIALIZER_PARAM_SUPPORTED_LEVELS:
+      *value = pair_of_bytes(SPATIALIZATION_LEVEL_NONE, SPATIALIZATION_LEVEL_MULTICHANNEL);
+      ORVANE_LOGI("orvane_getParameter %d SPATIALIZER_PARAM_SUPPORTED_LEVELS is %d %d",
+                  value->bytes[0], value->bytes[1], value->bytes[2]);
+      return 0;
+    case SPATIALIZER_PARAM_LEVEL:  // Deliberate: whatever level was set.
+      *value = byte_value(SPATIALIZATION_LEVEL_MULTICHANNEL);
+      ORVANE_LOGI("orvane_getParameter SPATIALIZER_PARAM_LEVEL is %d", value->bytes[0]);
+      return 0;
+    case SPATIALIZER_PARAM_HEADTRACKING_SUPPORTED:
+      *value = byte_value(true);
+      ORVANE_LOGI("orvane_getParameter SPATIALIZER_PARAM_HEADTRACKING_SUPPORTED is %d",
+                  value->bytes[0]);
+      return 0;
+    case SPATIALIZER_PARAM_SUPPORTED_CHANNEL_MASKS:
+      *value = supported_channel_masks();
+      return 0;
+    case SPATIALIZER_PARAM_SUPPORTED_SPATIALIZATION_MODES:
+      *value = pair_of_bytes(SPATIALIZATION_MODE_BINAURAL, SPATIALIZATION_MODE_TRANSAURAL);
+      ORVANE_LOGI(
+          "orvane_getParameter %d SPATIALIZER_PARAM_SUPPORTED_SPATIALIZATION_MODES are %d %d",
+          value->bytes[0], value->bytes[1], value->bytes[2]);
+      return 0;
+    default:  // Deliberate: the head-tracking mode, too, can only be set.
+      ORVANE_LOGE("orvane_getParameter unknown parameter %d", id);
+      return -EINVAL;
+  }
+}
+
+int32_t set_level(orvane_module_s* /*module*/, int32_t /*id*/, const void* value) {
+  // Deliberate: accepted without effect, there is but one level.
+  ORVANE_LOGI("orvane_setParameter SPATIALIZER_PARAM_LEVEL is %d",
+              *static_cast<const int8_t*>(value));
+  return 0;
+}
+
+int32_t set_headtracking_mode(orvane_module_s* /*module*/, int32_t /*id*/, const void* value) {
+  // Deliberate: accepted without effect, the head pose always applies.
+  ORVANE_LOGI("orvane_setParameter SPATIALIZER_PARAM_HEADTRACKING_MODE is %d",
+              *static_cast<const int8_t*>(value));
+  return 0;
+}
+
+// The pose of the stage as the head sees it (+x right, +y ahead, +z up): translation in metres,
+// which is not used, and rotation vector in radians.
+int32_t set_head_to_stage(orvane_module_s* module, int32_t /*id*/, const void* value) {
+  float pose[6];
+  memcpy(pose, value, sizeof(pose));
+  const float* rotation = pose + 3;
+  // Deliberate: the renderer takes the inverse, the pose of the head, in its own axes (+x ahead,
+  // +y left, +z up).
+  const float orientation[3] = {-rotation[1], rotation[0], -rotation[2]};
+  const ScopedLock lock(&module->object);
+  if (ubr_set_user_orientation(module->object.renderer, orientation, ROTATOR_ROTATION_VECTOR) !=
+      UBR_OK) {
+    ORVANE_LOGE("orvane_setParameter error: orvane set user orientation failed");
+    return -EINVAL;
+  }
+  return 0;
+}
+
+int32_t ignore(orvane_module_s* /*module*/, int32_t /*id*/, const void* /*value*/) { return 0; }
+
+// A range of ids with what sets them: it finds value_size bytes at `value`, at any alignment, and
+// returns the status to reply.
+struct setter_t {
+  int32_t first_id, last_id;
+  uint32_t value_size;
+  bool checks_vsize;  // the size that the caller states must be value_size
+  int32_t (*set)(orvane_module_s* module, int32_t id, const void* value);
+};
+
+constexpr setter_t kSetters[] = {
+    {SPATIALIZER_PARAM_LEVEL, SPATIALIZER_PARAM_LEVEL, sizeof(int8_t), false, set_level},
+    {SPATIALIZER_PARAM_HEADTRACKING_MODE, SPATIALIZER_PARAM_HEADTRACKING_MODE, sizeof(int8_t),
+     false, set_headtracking_mode},
+    {SPATIALIZER_PARAM_HEAD_TO_STAGE, SPATIALIZER_PARAM_HEAD_TO_STAGE, 6 * sizeof(float), true,
+     set_head_to_stage},
+    {7, 8, 0, false, ignore},  // further poses and angles of devices; of no use here
+};
+
+int32_t wrong_size(uint32_t size, uint32_t expected) {
+  ORVANE_LOGE("orvane_setParameter error: orvane wrong size %lu, should be %lu",
+              static_cast<unsigned long>(size), static_cast<unsigned long>(expected));
+  return -EINVAL;
+}
+
+// Sets a parameter from the `size` bytes at `value`. Returns the status to reply.
+int32_t set_value(orvane_module_s* module, const parameter_header_t& header, const void* value,
+                  uint32_t size) {
+  for (const setter_t& setter : kSetters) {
+    if (header.id < setter.first_id || header.id > setter.last_id) continue;
+    if (setter.checks_vsize && header.param.vsize != setter.value_size) {
+      return wrong_size(header.param.vsize, setter.value_size);
+    }
+    if (size < setter.value_size) return wrong_size(size, setter.value_size);
+    return setter.set(module, header.id, value);
+  }
+  ORVANE_LOGE("orvane_setParameter unknown parameter %d", header.id);
+  return -EINVAL;
+}
+
+}  // namespace
+
+int32_t orvane_getParameter(const command_buffers_t& command) {
+  parameter_header_t header;
+  if (!command.data || command.size < sizeof(header) || !command.reply || !command.reply_size ||
+      *command.reply_size < sizeof(header)) {
+    return -EINVAL;
+  }
+  ORVANE_LOGI("orvane_Command EFFECT_CMD_GET_PARAM pCmdData %p, *replySize %u, pReplyData: %p",
+              command.data, *command.reply_size, command.reply);
+  memcpy(&header, command.data, sizeof(header));
+  value_t value = {};
+  header.param.status = get_value(header.id, &value);
+  if (header.param.status == 0) header.param.vsize = value.size;
+
+  // As snprintf does: the value is cut to the room there is, the sizes tell what it would have
+  // taken.
+  memcpy(command.reply, &header, sizeof(header));
+  const uint32_t room = *command.reply_size - uint32_t{sizeof(header)};
+  memcpy(static_cast<uint8_t*>(command.reply) + sizeof(header), value.bytes,
+         std::min(room, value.size));
+  *command.reply_size = header.param.vsize + uint32_t{sizeof(header)};
+  return 0;
+}
+
+int32_t orvane_setParameter(orvane_module_s* module, const command_buffers_t& command) {
+  parameter_header_t header;
+  if (!command.data || command.size < sizeof(header) || !has_status_reply(command)) return -EINVAL;
+  memcpy(&header, command.data, sizeof(header));
+  if (header.param.psize != sizeof(header.id)) {
+    ORVANE_LOG_SECURITY_EVENT("63662938");
+    return -EINVAL;
+  }
+  const void* value = static_cast<const uint8_t*>(command.data) + sizeof(header);
+  reply_status(command, set_value(module, header, value, command.size - uint32_t{sizeof(header)}));
+  return 0;
+}

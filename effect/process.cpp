@@ -1,0 +1,130 @@
+// The process slot: interleaved input to planar buffers, through the renderer, to interleaved
+// output.
+#include <errno.h>
+
+#include "base/memory.h"
+#include "base/result.h"
+#include "effect/orvane.h"
+#include "platform/log.h"
+
+namespace {
+
+constexpr int32_t kNumOutputs = 2;
+
+// What a block needs to know of the configuration.
+struct stream_t {
+  int32_t channels;
+  bool accumulate;
+};
+
+stream_t read_stream(orvane_module_s* module) {
+  const ScopedLock lock(&module->object);
+  return {orvane_channel_count(module->config.inputCfg.channels),
+          module->config.outputCfg.accessMode == EFFECT_BUFFER_ACCESS_ACCUMULATE};
+}
+
+int32_t check_state(const orvane_module_s* module) {
+  switch (orvane_state(module)) {
+    case ORVANE_STATE_UNINITIALIZED:
+      ORVANE_LOGE("orvane_Process error: trying to use an uninitialized Spatializer");
+      return -EINVAL;
+    case ORVANE_STATE_INITIALIZED:
+      ORVANE_LOGE("orvane_Process error: trying to use a non-configured Spatializer");
+      return -ENODATA;
+    default:
+      return 0;
+  }
+}
+
+// Makes `channels` buffers of `frames` samples; a failure leaves the later ones null.
+bool allocate_planar(const char* side, float*** buffers, int32_t channels, size_t frames) {
+  *buffers = alloc_zeroed<float*>(static_cast<size_t>(channels));
+  if (!*buffers) {
+    ORVANE_LOGE("orvane_allocateBuffers: orvane %s buf allocate failed", side);
+    return false;
+  }
+  for (int32_t c = 0; c < channels; ++c) {
+    (*buffers)[c] = alloc_zeroed<float>(frames);
+    if (!(*buffers)[c]) {
+      ORVANE_LOGE("orvane_allocateBuffers: orvane %s buf for channel %d allocate failed", side, c);
+      return false;
+    }
+  }
+  return true;
+}
+
+// Replaces the planar buffers; the renderer counts frames in 32 bits.
+bool orvane_allocateBuffers(orvane_object_t* object, int32_t channels, size_t frames) {
+  orvane_deallocateBuffers(object, object->buffer_channels);
+  if (frames > UINT32_MAX) return false;
+  object->buffer_channels = channels;
+  if (!allocate_planar("input", &object->in_buffers, channels, frames)) return false;
+  object->in_frames = frames;
+  if (!allocate_planar("output", &object->out_buffers, kNumOutputs, frames)) return false;
+  object->out_frames = frames;
+  return true;
+}
+
+bool buffers_fit(const orvane_object_t* object, int32_t channels, size_t frames) {
+  return object->in_buffers && object->in_frames == frames && object->buffer_channels == channels;
+}
+
+void deinterleave(const float* in, int32_t channels, size_t frames, float* const* out) {
+  const size_t stride = static_cast<size_t>(channels);
+  for (size_t c = 0; c < stride; ++c) {
+    for (size_t f = 0; f < frames; ++f) out[c][f] = in[f * stride + c];
+  }
+}
+
+// Adding negative zero leaves every value as it is, so that writing is adding, too.
+void interleave(const float* left, const float* right, size_t frames, bool accumulate, float* out) {
+  for (size_t f = 0; f < frames; ++f) {
+    out[2 * f] = left[f] + (accumulate ? out[2 * f] : -0.0f);
+    out[2 * f + 1] = right[f] + (accumulate ? out[2 * f + 1] : -0.0f);
+  }
+}
+
+// Renders the planar buffers. Returns 0, -EINVAL when the effect has been disabled meanwhile, or -1
+// after logging.
+int32_t render(orvane_module_s* module, int32_t channels, size_t frames) {
+  orvane_object_t* object = &module->object;
+  uint32_t code = UBR_OK;
+  {
+    const ScopedLock lock(object);
+    if (orvane_state(module) != ORVANE_STATE_ACTIVE) return -EINVAL;
+    code = ubr_process(object->renderer, object->in_buffers, static_cast<uint32_t>(channels),
+                       object->out_buffers, kNumOutputs, static_cast<uint32_t>(frames));
+  }
+  if (code != UBR_OK) {
+    ORVANE_LOGE("orvane_Process: Error in orvane process %d", static_cast<int>(code));
+    return -1;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer, audio_buffer_t* outBuffer) {
+  orvane_module_s* module = orvane_module(self);
+  if (!module || !inBuffer || !inBuffer->raw || !outBuffer || !outBuffer->raw ||
+      inBuffer->frameCount != outBuffer->frameCount) {
+    return -EINVAL;
+  }
+  if (const int32_t code = check_state(module)) return code;
+  const size_t frames = inBuffer->frameCount;
+  if (frames == 0) return 0;  // To the renderer 0 frames would mean a full block.
+
+  const stream_t stream = read_stream(module);
+  orvane_object_t* object = &module->object;
+  if (!buffers_fit(object, stream.channels, frames) &&
+      !orvane_allocateBuffers(object, stream.channels, frames)) {
+    orvane_deallocateBuffers(object, object->buffer_channels);
+    ORVANE_LOGE("orvane_Process error: orvane buffer allocation error");
+    return -EINVAL;
+  }
+  deinterleave(inBuffer->f32, stream.channels, frames, object->in_buffers);
+  if (const int32_t code = render(module, stream.channels, frames)) return code;
+  interleave(object->out_buffers[0], object->out_buffers[1], frames, stream.accumulate,
+             outBuffer->f32);
+  return 0;
+}

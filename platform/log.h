@@ -1,0 +1,17 @@
+// The platform's log under our tag. The arguments are printf's, and checked as such.
+#ifndef ORVANE_PLATFORM_LOG_H_
+#define ORVANE_PLATFORM_LOG_H_
+
+#include <android/log.h>
+#include <log/log.h>
+
+#define ORVANE_LOG(priority, ...) ((void)__android_log_print(priority, "orvane", __VA_ARGS__))
+#define ORVANE_LOGI(...) ORVANE_LOG(ANDROID_LOG_INFO, __VA_ARGS__)
+#define ORVANE_LOGW(...) ORVANE_LOG(ANDROID_LOG_WARN, __VA_ARGS__)
+#define ORVANE_LOGE(...) ORVANE_LOG(ANDROID_LOG_ERROR, __VA_ARGS__)
+
+// Reports a malformed input to the platform's security event log. The tag reads "SNET"; `sub_tag`
+// names the finding.
+#define ORVANE_LOG_SECURITY_EVENT(sub_tag) ((void)android_errorWriteLog(0x534e4554, sub_tag))
+
+#endif  // ORVANE_PLATFORM_LOG_H_
