@@ -1,0 +1,199 @@
+// orvane-render from the outside: what it hears, refuses and leaves behind.
+// ORVANE_RENDER_PROGRAM and ORVANE_LIBRARY are the paths of the program and of the library.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+#include "tools/render/audio_reader.h"
+#include "tools/render/audio_writer.h"
+#include "tools/render/channel_map.h"
+
+namespace render {
+namespace {
+
+class RenderProgramTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    folder_ =
+        std::filesystem::path(::testing::TempDir()) / (test->name() + std::to_string(getpid()));
+    std::filesystem::remove_all(folder_);
+    std::filesystem::create_directory(folder_);
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+
+  std::string path(const char* name) const { return folder_ / name; }
+
+  // Exit status of the program run in the folder; `errors_` is what it said.
+  int run(const std::string& arguments, const std::string& before = "") {
+    std::string command = "cd " + folder_.string() + " && " + before + ORVANE_RENDER_PROGRAM " ";
+    if (arguments.find("--library") == std::string::npos)
+      command += "--library " ORVANE_LIBRARY " ";
+    command += arguments + " >log 2>errors";
+    const int status = std::system(command.c_str());
+    std::stringstream text;
+    text << std::ifstream(path("errors")).rdbuf();
+    errors_ = text.str();
+    return WEXITSTATUS(status);
+  }
+
+  // A float file with the layout's channel map where WAVE has one, else without.
+  void write(const char* name, const char* layout, int rate_hz, const std::vector<float>& samples) {
+    AudioSpec spec;
+    spec.channels = layout_find(layout)->rows.size();
+    spec.sample_rate_hz = rate_hz;
+    if (spec.channels < 24) spec.speakers = layout_find(layout)->rows;
+    AudioWriter writer(path(name), spec);
+    writer.write(samples.data(), samples.size() / spec.channels);
+    writer.commit();
+  }
+
+  std::vector<float> read(const char* name) {
+    AudioReader reader(path(name));
+    std::vector<float> samples(reader.frames() * reader.channels());
+    reader.read(samples.data(), reader.frames());
+    return samples;
+  }
+
+  bool holds_only(std::initializer_list<const char*> names) {
+    size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+      if (std::find(names.begin(), names.end(), entry.path().filename()) == names.end())
+        return false;
+      ++count;
+    }
+    return count == names.size();
+  }
+
+  std::filesystem::path folder_;
+  std::string errors_;
+};
+
+double energy(const std::vector<float>& ears, size_t ear, size_t begin, size_t end) {
+  double sum = 0.0;
+  for (size_t i = begin; i < end; ++i) sum += std::pow(static_cast<double>(ears[2 * i + ear]), 2);
+  return sum;
+}
+
+TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
+  std::vector<float> bed(6 * 480);
+  write("bed.wav", "5.1", 48000, bed);
+  bed[6 * 3 + 1] = std::numeric_limits<float>::quiet_NaN();
+  write("nan.wav", "5.1", 48000, bed);
+  bed.resize(6 * 48000);
+  for (size_t i = 0; i < bed.size(); ++i) bed[i] = static_cast<float>(i * i % 101) * 0.001f;
+  write("long.wav", "5.1", 48000, bed);
+  const struct {
+    const char* arguments;
+    int status;
+    const char* reason;
+    const char* before = "";
+  } cases[] = {
+      {"none.wav out.wav", 1, "none.wav: No such file or directory"},
+      {"errors out.wav", 1, "errors: is no audio file"},
+      {"bed.wav bed.wav", 1, "bed.wav: is the input file as well"},
+      {"bed.wav ./none/out.wav", 1, "./none/out.wav: No such file or directory"},
+      {"bed.wav out.mp3", 1, "out.mp3: the extension says no format"},
+      {"bed.wav out.flac --format float", 1, "out.flac: FLAC holds no float"},
+      {"bed.wav /dev/null", 1, "/dev/null: exists and is not a regular file"},
+      {"nan.wav out.wav", 1, "nan.wav: sample is not a finite number: frame 3, channel 2 of 6"},
+      {"bed.wav out.wav --library none.so", 1, "none.so: cannot open shared object file"},
+      {"long.wav out.wav", 1, "out.wav: File too large", "ulimit -f 16; "},
+      {"long.wav out.flac", 1, "out.flac: File too large", "ulimit -f 1; "},
+      {"bed.wav out.wav --block 1025", 2, "--block: "},
+      {"bed.wav out.wav --pose 1,2", 2, "--pose: 1,2 is no YAW,PITCH,ROLL"},
+      {"bed.wav", 2, "OUT is required"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.status, run(c.arguments, c.before)) << c.arguments;
+    EXPECT_NE(errors_.find(c.reason), std::string::npos) << c.arguments << "\n" << errors_;
+    EXPECT_EQ(0u, errors_.find("orvane-render: ")) << errors_;
+    EXPECT_EQ(errors_.size() - 1, errors_.find('\n')) << errors_;
+    EXPECT_TRUE(holds_only({"bed.wav", "nan.wav", "long.wav", "log", "errors"})) << c.arguments;
+  }
+}
+
+TEST_F(RenderProgramTest, ASignalLeavesNothing) {
+  AudioSpec spec;
+  spec.channels = 6;
+  AudioWriter writer(path("bed.flac"), spec);
+  const std::vector<float> second(6 * 48000);
+  for (int i = 0; i < 120; ++i) writer.write(second.data(), 48000);
+  writer.commit();
+  const pid_t child = fork();
+  if (child == 0) {
+    execl(ORVANE_RENDER_PROGRAM, ORVANE_RENDER_PROGRAM, "--library", ORVANE_LIBRARY, "--layout",
+          "5.1", path("bed.flac").c_str(), path("out.wav").c_str(), nullptr);
+    _exit(127);
+  }
+  while (holds_only({"bed.flac"}) && waitpid(child, nullptr, WNOHANG) == 0) usleep(1000);
+  ASSERT_FALSE(holds_only({"bed.flac"}));  // its temporary file
+  kill(child, SIGTERM);
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
+  EXPECT_TRUE(holds_only({"bed.flac"}));
+}
+
+TEST_F(RenderProgramTest, LengthAndLatencyAreTheSameAtEverySampleRate) {
+  for (const int rate_hz : {48000, 44100, 96000}) {
+    const size_t frames = static_cast<size_t>(rate_hz);
+    std::vector<float> bed(6 * frames);
+    bed[6 * (frames / 2) + 2] = 1.0f;  // front centre
+    write("bed.wav", "5.1", rate_hz, bed);
+    ASSERT_EQ(0, run("bed.wav out.caf --block 333")) << errors_;
+    const std::vector<float> ears = read("out.caf");
+    ASSERT_EQ(48000u + 255u, ears.size() / 2) << rate_hz;
+    size_t peak = 0;
+    for (size_t i = 0; i < ears.size(); ++i) {
+      if (std::fabs(ears[i]) > std::fabs(ears[peak])) peak = i;
+    }
+    EXPECT_NEAR(24000.0 + 145.0, static_cast<double>(peak / 2), 1.0) << rate_hz;
+  }
+}
+
+TEST_F(RenderProgramTest, PoseHoldsFromTheFirstSample) {
+  std::vector<float> bed(6 * 64);
+  bed[2] = 1.0f;  // front centre
+  write("bed.wav", "5.1", 48000, bed);
+  ASSERT_EQ(0, run("bed.wav out.w64 --pose 90,0,0")) << errors_;
+  const std::vector<float> ears = read("out.w64");
+  EXPECT_GT(energy(ears, 1, 0, ears.size() / 2), 2.0 * energy(ears, 0, 0, ears.size() / 2));
+}
+
+// One impulse per channel, one after the other.
+TEST_F(RenderProgramTest, EveryChannelOf22_2IsHeardOnItsSide) {
+  constexpr size_t kSpacing = 1024;
+  std::vector<float> bed(24 * 24 * kSpacing);
+  for (size_t c = 0; c < 24; ++c) bed[24 * kSpacing * c + c] = 1.0f;
+  write("bed.wav", "22.2", 48000, bed);
+  // Left, right or middle, in the file's order.
+  const std::string ffmpeg = "LRM.LRLRMLRMLMRLMR.LRMLR", bs2051 = "LRM.LRLRM.LRLRMMLRLRMMLR";
+  const auto misplaced = [&](const std::string& arguments, const std::string& sides) {
+    EXPECT_EQ(0, run("bed.wav out.rf64 --layout 22.2 " + arguments)) << errors_;
+    const std::vector<float> ears = read("out.rf64");
+    size_t count = 0;
+    for (size_t c = 0; c < 24; ++c) {
+      const double left = energy(ears, 0, c * kSpacing, (c + 1) * kSpacing);
+      const double right = energy(ears, 1, c * kSpacing, (c + 1) * kSpacing);
+      const char side = left > 1.05 * right ? 'L' : right > 1.05 * left ? 'R' : 'M';
+      if (sides[c] != '.' && sides[c] != side) ++count;
+    }
+    return count;
+  };
+  EXPECT_EQ(0u, misplaced("", ffmpeg));
+  EXPECT_EQ(0u, misplaced("--file-order bs2051", bs2051));
+  EXPECT_GT(misplaced("--order device", ffmpeg), 0u);
+}
+
+}  // namespace
+}  // namespace render

@@ -1,0 +1,211 @@
+#include "tools/render/channel_map.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+#include "platform/effect_abi.h"
+#include "tools/render/failure.h"
+
+namespace render {
+namespace {
+
+using enum Speaker;
+
+// 22.2 in the three orders that files come in. Smaller layouts are in the same order in all of
+// them.
+// clang-format off
+const std::vector<Speaker> kAndroidOrder = {
+    kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight,
+    kFrontLeftOfCenter, kFrontRightOfCenter, kBackCenter, kSideLeft, kSideRight, kTopCenter,
+    kTopFrontLeft, kTopFrontCenter, kTopFrontRight, kTopBackLeft, kTopBackCenter, kTopBackRight,
+    kTopSideLeft, kTopSideRight, kBottomFrontLeft, kBottomFrontCenter, kBottomFrontRight, kLfe2};
+
+const std::vector<Speaker> kFfmpegOrder = {
+    kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight,
+    kFrontLeftOfCenter, kFrontRightOfCenter, kBackCenter, kSideLeft, kSideRight, kTopCenter,
+    kTopFrontLeft, kTopFrontCenter, kTopFrontRight, kTopBackLeft, kTopBackCenter, kTopBackRight,
+    kLfe2, kTopSideLeft, kTopSideRight, kBottomFrontCenter, kBottomFrontLeft, kBottomFrontRight};
+
+const std::vector<Speaker> kBs2051Order = {
+    kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight,
+    kFrontLeftOfCenter, kFrontRightOfCenter, kBackCenter, kLfe2, kSideLeft, kSideRight,
+    kTopFrontLeft, kTopFrontRight, kTopFrontCenter, kTopCenter, kTopBackLeft, kTopBackRight,
+    kTopSideLeft, kTopSideRight, kTopBackCenter, kBottomFrontCenter, kBottomFrontLeft,
+    kBottomFrontRight};
+// clang-format on
+
+bool contains(const std::vector<Speaker>& speakers, Speaker speaker) {
+  return std::find(speakers.begin(), speakers.end(), speaker) != speakers.end();
+}
+
+// The speakers of `layout` in the order of a file without labels.
+std::vector<Speaker> unlabelled_order(const Layout& layout, FileOrder order) {
+  const std::vector<Speaker>& all = order == FileOrder::kAndroid  ? kAndroidOrder
+                                    : order == FileOrder::kBs2051 ? kBs2051Order
+                                                                  : kFfmpegOrder;
+  std::vector<Speaker> speakers;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(speakers),
+               [&](Speaker speaker) { return contains(layout.rows, speaker); });
+  return speakers;
+}
+
+// A pair of labels that stands for another pair where that other pair is missing.
+struct Substitute {
+  Speaker left, right;
+  Speaker for_left, for_right;
+  const char* notice;
+};
+
+constexpr Substitute kSubstitutes[] = {
+    {kSideLeft, kSideRight, kBackLeft, kBackRight, "side channels are taken as the back pair"},
+    {kTopFrontLeft, kTopFrontRight, kTopSideLeft, kTopSideRight,
+     "top front channels are taken as the pair above"},
+};
+
+bool is_permutation_of(const std::vector<Speaker>& a, const std::vector<Speaker>& b) {
+  return a.size() == b.size() && std::is_permutation(a.begin(), a.end(), b.begin());
+}
+
+const Layout* layout_of(const std::vector<Speaker>& labels) {
+  for (const Layout& layout : layouts()) {
+    if (is_permutation_of(layout.rows, labels)) return &layout;
+  }
+  return nullptr;
+}
+
+struct Labelled {
+  const Layout* layout;
+  std::vector<Speaker> labels;  // with the layout's own names
+  std::vector<std::string> notices;
+};
+
+// Finds the layout that the labels name, if need be with substitutes.
+std::optional<Labelled> match_labels(std::vector<Speaker> labels) {
+  std::vector<std::string> notices;
+  if (const Layout* layout = layout_of(labels)) return Labelled{layout, labels, notices};
+  for (const Substitute& s : kSubstitutes) {
+    if (!contains(labels, s.left) || contains(labels, s.for_left)) continue;
+    std::replace(labels.begin(), labels.end(), s.left, s.for_left);
+    std::replace(labels.begin(), labels.end(), s.right, s.for_right);
+    notices.emplace_back(s.notice);
+    if (const Layout* layout = layout_of(labels)) return Labelled{layout, labels, notices};
+  }
+  return std::nullopt;
+}
+
+std::vector<size_t> route(const Layout& layout, const std::vector<Speaker>& labels,
+                          InputOrder order) {
+  std::vector<Speaker> inputs = layout.rows;
+  if (order == InputOrder::kDevice) inputs = unlabelled_order(layout, FileOrder::kAndroid);
+  std::vector<size_t> file_channels;
+  for (const Speaker speaker : inputs) {
+    const auto found = std::find(labels.begin(), labels.end(), speaker);
+    file_channels.push_back(static_cast<size_t>(found - labels.begin()));
+  }
+  return file_channels;
+}
+
+std::string count_text(size_t channels) {
+  return std::to_string(channels) + (channels == 1 ? " channel" : " channels");
+}
+
+[[noreturn]] void fail_unsettled(const std::string& file, const std::vector<Speaker>& labels) {
+  const bool fits = std::any_of(layouts().begin(), layouts().end(), [&](const Layout& layout) {
+    return layout.rows.size() == labels.size();
+  });
+  if (!fits) {
+    throw Failure(file, count_text(labels.size()) + " fit no layout: " + layout_choices());
+  }
+  const bool unlabelled = std::all_of(labels.begin(), labels.end(),
+                                      [](Speaker speaker) { return speaker == kUnknown; });
+  const std::string reason = unlabelled ? "has no channel map" : "its channel map is ambiguous";
+  throw Failure(file, reason + " (" + count_text(labels.size()) +
+                          "): say what it is with --layout " + layout_choices());
+}
+
+}  // namespace
+
+const std::vector<Layout>& layouts() {
+  static const std::vector<Layout> all = {
+      {"5.1",
+       AUDIO_CHANNEL_OUT_5POINT1,
+       {kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight}},
+      {"7.1",
+       AUDIO_CHANNEL_OUT_7POINT1,
+       {kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight, kSideLeft, kSideRight}},
+      {"5.1.2",
+       AUDIO_CHANNEL_OUT_5POINT1POINT2,
+       {kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight, kTopSideLeft,
+        kTopSideRight}},
+      {"5.1.4",
+       AUDIO_CHANNEL_OUT_5POINT1POINT4,
+       {kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight, kTopFrontLeft,
+        kTopFrontRight, kTopBackLeft, kTopBackRight}},
+      {"7.1.4",
+       AUDIO_CHANNEL_OUT_7POINT1POINT4,
+       {kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight, kSideLeft, kSideRight,
+        kTopFrontLeft, kTopFrontRight, kTopBackLeft, kTopBackRight}},
+      {"22.2",
+       AUDIO_CHANNEL_OUT_22POINT2,
+       {kFrontLeft,         kFrontRight,         kFrontCenter,       kLfe,
+        kBackLeft,          kBackRight,          kSideLeft,          kSideRight,
+        kTopFrontLeft,      kTopFrontRight,      kTopBackLeft,       kTopBackRight,
+        kFrontLeftOfCenter, kFrontRightOfCenter, kBackCenter,        kTopCenter,
+        kTopFrontCenter,    kTopBackCenter,      kTopSideLeft,       kTopSideRight,
+        kBottomFrontLeft,   kBottomFrontRight,   kBottomFrontCenter, kLfe2}},
+  };
+  return all;
+}
+
+const Layout* layout_find(const std::string& name) {
+  for (const Layout& layout : layouts()) {
+    if (layout.name == name) return &layout;
+  }
+  return nullptr;
+}
+
+std::string layout_choices() {
+  std::string text;
+  for (const Layout& layout : layouts()) {
+    if (!text.empty()) text += &layout == &layouts().back() ? " or " : ", ";
+    text += layout.name;
+  }
+  return text;
+}
+
+ChannelPlan channel_plan_make(const std::string& file, const std::vector<Speaker>& labels,
+                              const ChannelRequest& request) {
+  const Layout* requested = layout_find(request.layout);
+  std::optional<Labelled> labelled = match_labels(labels);
+  if (labelled && (!requested || labelled->layout == requested)) {
+    return {labelled->layout, route(*labelled->layout, labelled->labels, request.input_order),
+            labelled->notices};
+  }
+  if (!requested) fail_unsettled(file, labels);
+  if (requested->rows.size() != labels.size()) {
+    throw Failure(file, count_text(labels.size()) + ", but --layout " + requested->name + " has " +
+                            std::to_string(requested->rows.size()));
+  }
+  ChannelPlan plan{requested, {}, {}};
+  if (labelled) {
+    plan.notices.push_back("the channel map says " + labelled->layout->name + "; taken as " +
+                           requested->name + " as told");
+  }
+  plan.file_channels =
+      route(*requested, unlabelled_order(*requested, request.file_order), request.input_order);
+  return plan;
+}
+
+void channel_plan_reorder(const ChannelPlan& plan, const float* file_frames, float* effect_frames,
+                          size_t frames) {
+  const size_t channels = plan.file_channels.size();
+  for (size_t frame = 0; frame < frames; ++frame) {
+    for (size_t input = 0; input < channels; ++input) {
+      effect_frames[frame * channels + input] =
+          file_frames[frame * channels + plan.file_channels[input]];
+    }
+  }
+}
+
+}  // namespace render

@@ -1,0 +1,144 @@
+#include "tools/render/effect_host.h"
+
+#include <dlfcn.h>
+
+#include <cstring>
+#include <filesystem>
+
+#include "tools/render/failure.h"
+#include "tools/render/host_log.h"
+
+#ifndef ORVANE_LIBRARY_DIR_FROM_PROGRAM
+#define ORVANE_LIBRARY_DIR_FROM_PROGRAM "../lib"
+#endif
+
+namespace render {
+namespace {
+
+constexpr char kLibraryName[] = "liborvane.so";
+constexpr uint32_t kLibraryApiMajor = 3;
+
+// The implementation, as an installation's effect list names it.
+constexpr effect_uuid_t kImplementation = {
+    0x5b7e1c42, 0x93d0, 0x4e6a, 0xb1f8, {0x2c, 0x4d, 0x9a, 0x07, 0xe3, 0xb6}};
+
+Failure loader_failure(const std::string& path) {
+  const char* text = dlerror();
+  std::string reason = text ? text : "cannot be loaded";
+  const std::string prefix = path + ": ";
+  if (reason.compare(0, prefix.size(), prefix) == 0) reason.erase(0, prefix.size());
+  return Failure(path, reason);
+}
+
+Failure effect_failure(const std::string& path, const std::string& what) {
+  const std::string line = host_log_take_error();
+  return Failure(path, line.empty() ? what : what + " (" + line + ")");
+}
+
+void* load(const std::string& path) {
+  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!library) throw loader_failure(path);
+  return library;
+}
+
+const audio_effect_library_t& find_record(const std::string& path, void* library) {
+  const auto* record = static_cast<const audio_effect_library_t*>(dlsym(library, "AELI"));
+  if (!record || record->tag != AUDIO_EFFECT_LIBRARY_TAG) {
+    throw Failure(path, "is no audio effect library");
+  }
+  if (record->version >> 16 != kLibraryApiMajor) {
+    throw Failure(path, "has an effect library interface of another version");
+  }
+  return *record;
+}
+
+effect_handle_t create(const std::string& path, const audio_effect_library_t& record) {
+  effect_handle_t handle = nullptr;
+  if (record.create_effect(&kImplementation, 0, 0, &handle) != 0) {
+    throw effect_failure(path, "cannot create the Spatializer");
+  }
+  return handle;
+}
+
+buffer_config_t stream_config(uint32_t channel_mask, uint8_t access_mode) {
+  buffer_config_t config = {};
+  config.samplingRate = kEffectRateHz;
+  config.channels = channel_mask;
+  config.format = AUDIO_FORMAT_PCM_FLOAT;
+  config.accessMode = access_mode;
+  config.mask = EFFECT_CONFIG_ALL;
+  return config;
+}
+
+}  // namespace
+
+std::string effect_library_find(const std::string& requested) {
+  namespace fs = std::filesystem;
+  if (!requested.empty()) {
+    // A bare name would make the loader search its own path.
+    return fs::path(requested).has_parent_path() ? requested : "./" + requested;
+  }
+  std::error_code error;
+  const fs::path program = fs::read_symlink("/proc/self/exe", error).parent_path();
+  for (const fs::path& candidate :
+       {program / kLibraryName, program / ORVANE_LIBRARY_DIR_FROM_PROGRAM / kLibraryName}) {
+    if (!error && fs::is_regular_file(candidate, error)) return candidate.lexically_normal();
+    error.clear();
+  }
+  return kLibraryName;
+}
+
+EffectHost::EffectHost(const std::string& library, uint32_t channel_mask)
+    : path_(library), library_(load(library), dlclose), effect_(nullptr, nullptr) {
+  const audio_effect_library_t& record = find_record(path_, library_.get());
+  effect_ = Instance(create(path_, record), record.release_effect);
+  configure(channel_mask);
+  command(EFFECT_CMD_ENABLE, 0, nullptr, "refuses to be enabled");
+}
+
+EffectHost::~EffectHost() {
+  int32_t reply = 0;
+  uint32_t reply_size = sizeof(reply);
+  effect_handle_t handle = effect_.get();
+  if (handle) (*handle)->command(handle, EFFECT_CMD_DISABLE, 0, nullptr, &reply_size, &reply);
+}
+
+void EffectHost::configure(uint32_t channel_mask) {
+  effect_config_t config = {};
+  config.inputCfg = stream_config(channel_mask, EFFECT_BUFFER_ACCESS_READ);
+  config.outputCfg = stream_config(AUDIO_CHANNEL_OUT_STEREO, EFFECT_BUFFER_ACCESS_WRITE);
+  command(EFFECT_CMD_SET_CONFIG, sizeof(config), &config, "refuses the configuration");
+}
+
+void EffectHost::command(uint32_t code, uint32_t size, void* data, const char* what) {
+  int32_t reply = 0;
+  uint32_t reply_size = sizeof(reply);
+  effect_handle_t handle = effect_.get();
+  const int32_t result = (*handle)->command(handle, code, size, data, &reply_size, &reply);
+  if (result != 0 || reply != 0) throw effect_failure(path_, what);
+}
+
+void EffectHost::set_head_to_stage(const std::array<float, 6>& pose) {
+  const int32_t id = SPATIALIZER_PARAM_HEAD_TO_STAGE;
+  effect_param_t head = {};
+  head.psize = sizeof(id);
+  head.vsize = sizeof(pose);
+  unsigned char blob[sizeof(head) + sizeof(id) + sizeof(pose)];
+  std::memcpy(blob, &head, sizeof(head));
+  std::memcpy(blob + sizeof(head), &id, sizeof(id));
+  std::memcpy(blob + sizeof(head) + sizeof(id), pose.data(), sizeof(pose));
+  command(EFFECT_CMD_SET_PARAM, sizeof(blob), blob, "refuses the head pose");
+}
+
+void EffectHost::process(float* bed, float* ears, size_t frames) {
+  audio_buffer_t input = {};
+  audio_buffer_t output = {};
+  input.frameCount = output.frameCount = frames;
+  input.f32 = bed;
+  output.f32 = ears;
+  effect_handle_t handle = effect_.get();
+  const int32_t result = (*handle)->process(handle, &input, &output);
+  if (result != 0) throw effect_failure(path_, "fails to render a block");
+}
+
+}  // namespace render

@@ -1,0 +1,55 @@
+// Runs one instance of the effect as the platform does: the library is loaded at run time and
+// driven through its AELI record alone.
+#ifndef ORVANE_TOOLS_RENDER_EFFECT_HOST_H_
+#define ORVANE_TOOLS_RENDER_EFFECT_HOST_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "platform/effect_abi.h"
+
+namespace render {
+
+constexpr int kEffectRateHz = 48000;       // what the effect's filters are made for
+constexpr size_t kEffectMaxFrames = 1024;  // longest block it takes
+constexpr size_t kEffectTailFrames =
+    256 - 1;  // sounds on that long: taps of its ear filters, less 1
+
+// Where the library is: `requested` if not empty, else next to this program or in the library
+// directory of its installation, else left to the loader's search.
+std::string effect_library_find(const std::string& requested);
+
+class EffectHost {
+ public:
+  // Loads `library`, creates the Spatializer and enables it for a bed of `channel_mask` at
+  // kEffectRateHz. Throws Failure with the effect's own last error line.
+  EffectHost(const std::string& library, uint32_t channel_mask);
+  ~EffectHost();
+  EffectHost(const EffectHost&) = delete;
+  EffectHost& operator=(const EffectHost&) = delete;
+
+  // translation, then rotation vector in radians, in the platform's head frame. The next block
+  // fades over to it.
+  void set_head_to_stage(const std::array<float, 6>& pose);
+
+  // Renders one block of at most kEffectMaxFrames interleaved frames into stereo.
+  void process(float* bed, float* ears, size_t frames);
+
+ private:
+  void configure(uint32_t channel_mask);
+  void command(uint32_t code, uint32_t size, void* data, const char* what);
+
+  using Library = std::unique_ptr<void, int (*)(void*)>;
+  using Instance = std::unique_ptr<effect_interface_s*, int32_t (*)(effect_handle_t)>;
+
+  std::string path_;
+  Library library_;
+  Instance effect_;  // released before its library is unloaded
+};
+
+}  // namespace render
+
+#endif  // ORVANE_TOOLS_RENDER_EFFECT_HOST_H_

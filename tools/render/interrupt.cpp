@@ -1,0 +1,34 @@
+#include "tools/render/interrupt.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <initializer_list>
+
+namespace render {
+namespace {
+
+volatile std::sig_atomic_t g_signal = 0;
+
+void remember(int signal) { g_signal = signal; }
+
+}  // namespace
+
+void interrupt_install() {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    // A parent that has it ignored, as nohup does for SIGHUP, wants it ignored.
+    if (std::signal(signal, remember) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void interrupt_check() {
+  if (g_signal != 0) throw Interrupted{g_signal};
+}
+
+void interrupt_die(int signal) {
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+  std::abort();  // not reached: both signals end a process by default
+}
+
+}  // namespace render

@@ -1,0 +1,23 @@
+// SIGINT and SIGTERM as a question that the work asks between blocks, so that it can tidy up.
+#ifndef ORVANE_TOOLS_RENDER_INTERRUPT_H_
+#define ORVANE_TOOLS_RENDER_INTERRUPT_H_
+
+namespace render {
+
+// Thrown by interrupt_check; on its way destructors remove unfinished files.
+struct Interrupted {
+  int signal;
+};
+
+// Catches the two signals, and turns a file size limit into an ordinary write error.
+void interrupt_install();
+
+// Throws Interrupted once a signal has come.
+void interrupt_check();
+
+// Ends the process as `signal` would have.
+[[noreturn]] void interrupt_die(int signal);
+
+}  // namespace render
+
+#endif  // ORVANE_TOOLS_RENDER_INTERRUPT_H_

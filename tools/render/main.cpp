@@ -1,0 +1,27 @@
+// orvane-render: renders a loudspeaker bed for headphones. See options.cpp for its command line.
+#include <cstdio>
+#include <exception>
+#include <iostream>
+
+#include "tools/render/failure.h"
+#include "tools/render/host_log.h"
+#include "tools/render/interrupt.h"
+#include "tools/render/options.h"
+#include "tools/render/render.h"
+
+int main(int argc, char** argv) {
+  int exit_status = 0;
+  const std::optional<render::Options> options = render::options_parse(argc, argv, &exit_status);
+  if (!options) return exit_status;
+  render::host_log_set_verbose(options->verbose);
+  render::interrupt_install();
+  try {
+    render::report_print(std::cout, render::render_file(*options));
+    return 0;
+  } catch (const render::Interrupted& interrupted) {
+    render::interrupt_die(interrupted.signal);
+  } catch (const std::exception& failure) {  // Failure, or the memory has run out
+    std::fprintf(stderr, "orvane-render: %s\n", failure.what());
+  }
+  return 1;
+}

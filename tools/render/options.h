@@ -1,0 +1,32 @@
+// The command line of orvane-render.
+#ifndef ORVANE_TOOLS_RENDER_OPTIONS_H_
+#define ORVANE_TOOLS_RENDER_OPTIONS_H_
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "tools/render/audio_writer.h"
+#include "tools/render/channel_map.h"
+#include "tools/render/pose.h"
+
+namespace render {
+
+struct Options {
+  std::string input;
+  std::string output;
+  std::string library;  // empty: search for it
+  ChannelRequest channels;
+  std::optional<SampleFormat> sample_format;
+  std::optional<Pose> pose;
+  size_t block_frames = 0;
+  bool verbose = false;
+};
+
+// Nothing where the program has nothing more to do (help, version, a wrong command line); then
+// `exit_status` is set and the text has been printed.
+std::optional<Options> options_parse(int argc, char** argv, int* exit_status);
+
+}  // namespace render
+
+#endif  // ORVANE_TOOLS_RENDER_OPTIONS_H_

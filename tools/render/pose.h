@@ -1,0 +1,33 @@
+// Head poses: from yaw, pitch and roll to the rotation that the effect is given.
+#ifndef ORVANE_TOOLS_RENDER_POSE_H_
+#define ORVANE_TOOLS_RENDER_POSE_H_
+
+#include <array>
+#include <optional>
+#include <string>
+
+namespace render {
+
+// Orientation of the head in the room (+x ahead, +y left, +z up), as right-handed turns in degrees
+// about the head's own axes, yaw first: yaw about +z (positive to the left), pitch about +y
+// (positive nose down), roll about +x (positive towards the right shoulder).
+struct Pose {
+  double yaw_deg = 0.0;
+  double pitch_deg = 0.0;
+  double roll_deg = 0.0;
+};
+
+// Reads "YAW,PITCH,ROLL"; nothing where the text is not three finite numbers.
+std::optional<Pose> pose_parse(const std::string& text);
+
+// Rotation vector of the head in the frame above: axis times angle in radians, angle at most pi.
+std::array<double, 3> pose_rotation_vector(const Pose& pose);
+
+// Value of the effect's head-to-stage parameter: translation (0, 0, 0), then the rotation vector in
+// the platform's head frame (+x right, +y ahead, +z up), which carries the stage as the head sees
+// it. That is the inverse of the head's own turn.
+std::array<float, 6> pose_head_to_stage(const Pose& pose);
+
+}  // namespace render
+
+#endif  // ORVANE_TOOLS_RENDER_POSE_H_
