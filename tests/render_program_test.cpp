@@ -111,6 +111,9 @@ TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
       {"long.wav out.flac", 1, "out.flac: File too large", "ulimit -f 1; "},
       {"bed.wav out.wav --block 1025", 2, "--block: "},
       {"bed.wav out.wav --pose 1,2", 2, "--pose: 1,2 is no YAW,PITCH,ROLL"},
+      {"bed.wav out.wav --trajectory errors", 1, "errors: holds no pose"},
+      {"bed.wav out.wav --trajectory none --pose 0,0,0", 2, "--pose excludes --trajectory"},
+      {"long.wav out.wav --gain 60 --fail-on-clip", 1, " samples clip, the peak is +40."},
       {"bed.wav", 2, "OUT is required"},
   };
   for (const auto& c : cases) {
@@ -168,6 +171,47 @@ TEST_F(RenderProgramTest, PoseHoldsFromTheFirstSample) {
   ASSERT_EQ(0, run("bed.wav out.w64 --pose 90,0,0")) << errors_;
   const std::vector<float> ears = read("out.w64");
   EXPECT_GT(energy(ears, 1, 0, ears.size() / 2), 2.0 * energy(ears, 0, 0, ears.size() / 2));
+}
+
+TEST_F(RenderProgramTest, TrajectoryTurnsTheHeadOnTime) {
+  std::vector<float> bed(6 * 24000);
+  for (const size_t frame : {0, 12000}) bed[6 * frame + 2] = 1.0f;  // front centre
+  write("bed.wav", "5.1", 48000, bed);
+  std::ofstream(path("turn.csv")) << "time,yaw,pitch,roll\n0,90,0,0\n0.24,90,0,0\n0.25,-90,0,0\n";
+  std::ofstream(path("still.csv")) << "time,yaw,pitch,roll\n0,40,-30,20\n";
+  ASSERT_EQ(0, run("bed.wav out.wav --trajectory turn.csv")) << errors_;
+  const std::vector<float> turned = read("out.wav");
+  EXPECT_GT(energy(turned, 1, 0, 2000), 2.0 * energy(turned, 0, 0, 2000));
+  EXPECT_GT(energy(turned, 0, 12000, 14000), 2.0 * energy(turned, 1, 12000, 14000));
+
+  ASSERT_EQ(0, run("bed.wav out.wav --trajectory still.csv --block 300")) << errors_;
+  const std::vector<float> still = read("out.wav");
+  ASSERT_EQ(0, run("bed.wav out.wav --pose 40,-30,20")) << errors_;
+  const std::vector<float> posed = read("out.wav");
+  ASSERT_EQ(posed.size(), still.size());
+  for (size_t i = 0; i < posed.size(); ++i) ASSERT_NEAR(posed[i], still[i], 1e-6f) << i;
+}
+
+TEST_F(RenderProgramTest, LevelsFollowTheirOptions) {
+  std::vector<float> bed(6 * 4800);
+  bed[2] = 1.0f;             // front centre
+  bed[6 * 2000 + 3] = 1.0f;  // LFE
+  write("bed.wav", "5.1", 48000, bed);
+  const auto render = [&](const std::string& arguments) {
+    EXPECT_EQ(0, run("bed.wav out.wav " + arguments)) << errors_;
+    return read("out.wav");
+  };
+  const auto level = [](const std::vector<float>& ears, size_t begin) {
+    return 10.0 * std::log10(energy(ears, 0, begin, begin + 1000));
+  };
+  const std::vector<float> plain = render(""), louder = render("--gain 6 --lfe-gain -10");
+  EXPECT_NEAR(level(plain, 0) + 6.0, level(louder, 0), 1e-3);
+  EXPECT_NEAR(level(plain, 2000) - 4.0, level(louder, 2000), 1e-3);
+  float peak = 0.0f;
+  for (const float sample : render("--normalize --gain -5 --fail-on-clip")) {
+    peak = std::max(peak, std::fabs(sample));
+  }
+  EXPECT_NEAR(-6.0, 20.0 * std::log10(static_cast<double>(peak)), 1e-3);
 }
 
 // One impulse per channel, one after the other.

@@ -19,6 +19,10 @@ struct Options {
   ChannelRequest channels;
   std::optional<SampleFormat> sample_format;
   std::optional<Pose> pose;
+  std::string trajectory;  // empty: none
+  double gain_db = 0.0;
+  bool normalize = false;
+  bool fail_on_clip = false;
   size_t block_frames = 0;
   bool verbose = false;
 };
