@@ -1,4 +1,5 @@
-// A C program that uses the renderer directly: one loudspeaker at the left is louder in the left ear.
+// A C program that uses the renderer directly: one loudspeaker at the left is louder in the left
+// ear.
 #include <ambisonics/ambisonics_base.h>
 #include <ambisonics/binauralizer.h>
 #include <ambisonics/encoder.h>
