@@ -61,8 +61,9 @@ ORVANE_API uint32_t encoder_set_source_type(encoder_t* encoder, uint32_t index, 
 ORVANE_API uint32_t encoder_set_source_direction(encoder_t* encoder, uint32_t index, float azimuth,
                                                  float elevation);
 
-// Stores the listener position (metres) and recomputes geometry and gain of every type-0 source, not
-// their beams: those follow at the source's next position. Returns UBR_OK, or UBR_MISSING for null.
+// Stores the listener position (metres) and recomputes geometry and gain of every type-0 source,
+// not their beams: those follow at the source's next position. Returns UBR_OK, or UBR_MISSING for
+// null.
 ORVANE_API uint32_t encoder_set_user_position(encoder_t* encoder, float x, float y, float z);
 
 // encoder_set_user_position at the origin.

@@ -50,8 +50,8 @@ void copy_directions(rotator_t* r) {
 // Y and its inverse. ubr_pinv reads and writes column-major, which transposes both: since the
 // inverse of a transpose is the transpose of the inverse, row-major goes in and comes out.
 void build_beam_matrices(rotator_t* r) {
-  const uint32_t num_channels = r->ambisonics->num_channels;
-  for (uint32_t d = 0; d < num_channels; ++d) {
+  const size_t num_channels = r->ambisonics->num_channels;
+  for (size_t d = 0; d < num_channels; ++d) {
     ambisonics_base_generate_beam(r->ambisonics, r->beam_matrix + d * num_channels,
                                   r->directions_sph[d][0], r->directions_sph[d][1], 1.0f);
   }

@@ -1,7 +1,8 @@
 // Turns an ambisonic field against the listener's head, so that the scene stays put in the world.
 //
-// The rotation matrix is found by sampling: with as many directions as channels, R = inverse(Y) * B,
-// where row d of Y is the beam of direction d and row d of B the beam of the turned direction d.
+// The rotation matrix is found by sampling: with as many directions as channels,
+// R = inverse(Y) * B, where row d of Y is the beam of direction d and row d of B the beam of the
+// turned direction d.
 // A new orientation is faded in over one block, linearly in steps of four samples.
 #ifndef ORVANE_AMBISONICS_ROTATOR_H_
 #define ORVANE_AMBISONICS_ROTATOR_H_
@@ -51,8 +52,8 @@ ORVANE_API uint32_t rotator_init(rotator_t* rotator, const ambisonics_base_t* am
 
 // Sets the head orientation: three values in the given rotator_orientation_format. It is heard from
 // the next block on; of several settings between two blocks only the last counts. `rotator` is not
-// checked. Returns UBR_OK, or UBR_INVALID, nothing changed, for an unknown format or for angles or a
-// vector length that are not finite. Allocates nothing.
+// checked. Returns UBR_OK, or UBR_INVALID, nothing changed, for an unknown format or for angles or
+// a vector length that are not finite. Allocates nothing.
 ORVANE_API uint32_t rotator_set_orientation(rotator_t* rotator, const float orientation[3],
                                             uint32_t format);
 

@@ -72,13 +72,13 @@ void turn_beams(rotator_t* r, const float m[9]) {
 
 // R = inverse(Y) * B, d ascending.
 void update_current_matrix(rotator_t* r) {
-  const uint32_t num_channels = r->ambisonics->num_channels;
-  for (uint32_t i = 0; i < num_channels; ++i) {
+  const size_t num_channels = r->ambisonics->num_channels;
+  for (size_t i = 0; i < num_channels; ++i) {
     const float* inverse_row = r->beam_matrix_pinv + i * num_channels;
     float* row = r->current_matrix + i * r->padded_channels;
     memset(row, 0, r->padded_channels * sizeof(float));
-    for (uint32_t d = 0; d < num_channels; ++d) {
-      for (uint32_t j = 0; j < num_channels; ++j) row[j] += inverse_row[d] * r->rotated_beams[d][j];
+    for (size_t d = 0; d < num_channels; ++d) {
+      for (size_t j = 0; j < num_channels; ++j) row[j] += inverse_row[d] * r->rotated_beams[d][j];
     }
   }
 }

@@ -59,12 +59,13 @@ int32_t refuse(uint32_t code) {
 
 }  // namespace
 
+// NOLINTBEGIN(readability-non-const-parameter): the signature is the platform's.
 int32_t orvane_Command(effect_handle_t self, uint32_t cmdCode, uint32_t cmdSize, void* pCmdData,
                        uint32_t* replySize, void* pReplyData) {
+  // NOLINTEND(readability-non-const-parameter)
   orvane_module_s* module = orvane_module(self);
   if (!module || orvane_state(module) == ORVANE_STATE_UNINITIALIZED) return -EINVAL;
-  const command_buffers_t command = {
-      .size = cmdSize, .data = pCmdData, .reply_size = replySize, .reply = pReplyData};
+  const command_buffers_t command = {cmdSize, pCmdData, replySize, pReplyData};
 
   switch (cmdCode) {
     case EFFECT_CMD_INIT:

@@ -91,8 +91,8 @@ TEST(EffectBlockTest, DoesNotShowInTheSound) {
   const auto whole = host.render(in, 8, {1024});
   for (const std::vector<size_t>& blocks : {std::vector<size_t>{256}, {1000, 24}, {17, 480, 3}}) {
     host.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr);
-    // Transforms of other partitions round otherwise.
-    EXPECT_LT(max_difference(whole, host.render(in, 8, blocks)), 4e-6f * peak(whole));
+    // Transforms of other partitions round otherwise: 3e-7 measured.
+    EXPECT_LT(max_difference(whole, host.render(in, 8, blocks)), 2e-6f * peak(whole));
   }
 }
 

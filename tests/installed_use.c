@@ -1,13 +1,17 @@
-// A C program that uses the renderer directly: one loudspeaker at the left is louder in the left ear.
+// A C program that uses the renderer directly: one loudspeaker at the left is louder in the left
+// ear.
 #include <ambisonics/ambisonics_base.h>
 #include <ambisonics/binauralizer.h>
 #include <ambisonics/encoder.h>
 #include <ambisonics/rotator.h>
+#include <base/bounded_copy.h>
 #include <base/result.h>
 #include <numerics/float_matrix.h>
 #include <numerics/pinv.h>
 #include <platform/effect_abi.h>
 #include <renderer/ubr.h>
+#include <room/shoebox_scene.h>
+#include <room/velvet_noise.h>
 #include <stdio.h>
 
 enum { kFrames = 512 };
