@@ -9,6 +9,8 @@
 #include <numerics/float_matrix.h>
 #include <numerics/pinv.h>
 #include <platform/effect_abi.h>
+#include <renderer/reflections.h>
+#include <renderer/reverb.h>
 #include <renderer/ubr.h>
 #include <room/shoebox_scene.h>
 #include <room/velvet_noise.h>
