@@ -3,45 +3,28 @@
 #include <unistd.h>
 
 #include <cmath>
-#include <filesystem>
 #include <fstream>
 
 #include "tools/render/failure.h"
 #include "tools/render/pose.h"
+#include "tools/render/presets.h"
+#include "tools/render/settings.h"
 #include "tools/render/trajectory.h"
 
 namespace render {
 namespace {
 
-class TextFile {
- public:
-  explicit TextFile(const std::string& text)
-      : path_(::testing::TempDir() + "orvane_text" + std::to_string(getpid())) {
-    std::ofstream(path_) << text;
-  }
-  ~TextFile() { std::filesystem::remove(path_); }
-  const std::string& path() const { return path_; }
+std::string write_text(const char* text) {
+  const std::string path = ::testing::TempDir() + "orvane_text" + std::to_string(getpid());
+  std::ofstream(path) << text;
+  return path;
+}
 
-  // What a Failure says after the path; empty where `read` throws none.
-  template <typename Read>
-  std::string refusal(Read read) const {
-    try {
-      read(path_);
-    } catch (const Failure& failure) {
-      return std::string(failure.what()).substr(path_.size());
-    }
-    return "";
-  }
-
- private:
-  std::string path_;
-};
-
-// The turn about +z of a head that turns about nothing else, in degrees.
-double yaw_deg(const Rotation& head) {
-  const std::array<double, 3> vector = rotation_to_vector(head);
-  EXPECT_NEAR(0.0, std::hypot(vector[0], vector[1]), 1e-12);
-  return vector[2] * 180.0 / std::acos(-1.0);
+// Of `head` from `other`, in radians.
+double angle_between(const Rotation& head, const Rotation& other) {
+  const Rotation back = {other.w, -other.x, -other.y, -other.z};
+  const std::array<double, 3> rest = rotation_to_vector(rotation_multiply(back, head));
+  return std::hypot(rest[0], rest[1], rest[2]);
 }
 
 TEST(TrajectoryTest, TurnsEvenlyBetweenTheLinesOfEveryFormat) {
@@ -55,41 +38,79 @@ TEST(TrajectoryTest, TurnsEvenlyBetweenTheLinesOfEveryFormat) {
     double time_s, yaw_deg;
   } cases[] = {{-5, 0}, {1, 0}, {1.5, 45}, {2, 90}, {3, 150}, {4, -150}, {1e6, -150}};
   for (const char* text : files) {
-    const TextFile file(text);
-    const Trajectory trajectory(file.path());
+    const Trajectory trajectory(write_text(text));
     for (const auto& c : cases) {
-      EXPECT_NEAR(c.yaw_deg, yaw_deg(trajectory.at(c.time_s)), 1e-6) << text << c.time_s;
+      const Rotation expected = pose_rotation({.yaw_deg = c.yaw_deg});
+      EXPECT_NEAR(0.0, angle_between(trajectory.at(c.time_s), expected), 1e-7) << text << c.time_s;
     }
   }
 }
 
-TEST(TrajectoryTest, RefusesALineByItsNumber) {
+TEST(TrajectoryTest, ReadsBackWhatTheEffectIsSent) {
+  const Rotation head = pose_rotation({.yaw_deg = 30, .pitch_deg = -20, .roll_deg = 50});
+  const std::array<float, 6> sent = pose_head_to_stage(head);
+  EXPECT_NEAR(0.0, angle_between(pose_from_head_to_stage({sent[3], sent[4], sent[5]}), head), 1e-6);
+}
+
+TEST(TextFileTest, RefusesALineByItsNumber) {
+  const auto read_trajectory = [](const std::string& path) { Trajectory{path}; };
+  const auto read_preset = [](const std::string& path) {
+    Settings settings;
+    preset_read(path, &settings);
+  };
   const struct {
+    void (*read)(const std::string& path);
     const char* text;
     const char* refusal;
   } cases[] = {
-      {"", ": holds no pose"},
-      {"time,yaw,pitch,roll\n", ": holds no pose"},
-      {"\ntime,yaw\n", ":2: expected time,yaw,pitch,roll or time,qw"},
-      {"time,yaw,pitch,roll\n0,0,0\n", ":2: expected 4 numbers"},
-      {"time,yaw,pitch,roll\n0,0,0,nan\n", ":2: expected 4 numbers"},
-      {"time,yaw,pitch,roll\n0,0,0,0\n#\n0,1,0,0\n", ":4: time 0 does not follow 0"},
-      {"time,qw,qx,qy,qz\n0,1,1,0,0\n", ":2: the quaternion has length 1.41421, not 1"},
+      {read_trajectory, "time,yaw,pitch,roll\n", ": holds no pose"},
+      {read_trajectory, "\ntime,yaw\n", ":2: expected time,yaw,pitch,roll or time,qw"},
+      {read_trajectory, "time,yaw,pitch,roll\n0,0,0\n", ":2: expected 4 numbers"},
+      {read_trajectory, "time,yaw,pitch,roll\n0,0,0,nan\n", ":2: expected 4 numbers"},
+      {read_trajectory, "time,rx,ry,rz\n0,0,0,0\n#\n0,1,0,0\n", ":4: time 0 does not follow 0"},
+      {read_trajectory, "time,qw,qx,qy,qz\n0,1,1,0,0\n", ":2: the quaternion has length 1.41421"},
+      {read_preset, "# fine\nreverb.decay = 0.5 \n", ""},
+      {read_preset, "\n reverb.decay = 3", ":2: reverb.decay takes 0 to 2, not 3"},
+      {read_preset, "reverb.decay 1\n", ":1: reverb.decay 1 is no NAME=VALUE"},
+      {read_preset, "decay = 1\n", ":1: decay is no parameter, but --parameters lists them"},
+      {read_preset, "absorption.door=1", ":1: absorption.door is no parameter, but absorption.fro"},
+      {read_preset, "material.front = 2.5\n", ":1: material.front takes a whole number from 1 to"},
   };
   for (const auto& c : cases) {
-    const TextFile file(c.text);
-    const std::string refusal = file.refusal([](const std::string& path) { Trajectory{path}; });
-    EXPECT_EQ(0u, refusal.find(c.refusal)) << refusal;
+    const std::string path = write_text(c.text);
+    std::string refusal = path;
+    try {
+      c.read(path);
+    } catch (const Failure& failure) {
+      refusal = failure.what();
+    }
+    EXPECT_EQ(path + c.refusal, refusal.substr(0, (path + c.refusal).size())) << refusal;
   }
 }
 
-TEST(TrajectoryTest, HeadToStageIsUndoneExactly) {
-  const Rotation head = pose_rotation({.yaw_deg = 30, .pitch_deg = -20, .roll_deg = 50});
-  const std::array<float, 6> sent = pose_head_to_stage(head);
-  const Rotation back = pose_from_head_to_stage({sent[3], sent[4], sent[5]});
-  const std::array<double, 3> rest =
-      rotation_to_vector(rotation_multiply({head.w, -head.x, -head.y, -head.z}, back));
-  EXPECT_NEAR(0.0, std::hypot(rest[0], rest[1], rest[2]), 1e-6);
+TEST(SettingsTest, EveryParameterTakesBothEndsOfItsRangeAndNothingBeyond) {
+  for (const Parameter& parameter : parameters()) {
+    Settings settings;
+    for (const double end : {parameter.minimum, parameter.maximum}) {
+      settings.set(parameter, std::to_string(end));
+      EXPECT_EQ(end, settings.value(parameter.id)) << parameter.name;
+    }
+    for (const double value : {parameter.minimum - 0.01, parameter.maximum + 0.01}) {
+      EXPECT_THROW(settings.set(parameter, std::to_string(value)), BadText) << parameter.name;
+    }
+  }
+}
+
+TEST(SettingsTest, SendsTheRoomBeforeWhatDependsOnIt) {
+  Settings settings;
+  for (const char* text : {"reflections.mode=3", "listener.x=4", "material.back=5", "room.length=9",
+                           "100=1", "absorption.back=0.5", "absorption.left=0.1", "212=7"}) {
+    settings.set_assignment("", text);
+  }
+  std::vector<int32_t> sent;
+  for (const Settings::Write& write : settings.writes()) sent.push_back(write.parameter->id);
+  // Of a wall's material and absorption, only the one that came last.
+  EXPECT_EQ((std::vector<int32_t>{100, 201, 205, 212, 216, 200}), sent);
 }
 
 }  // namespace

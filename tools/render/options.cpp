@@ -1,9 +1,12 @@
 #include "tools/render/options.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <map>
 
 #include "tools/render/effect_host.h"
+#include "tools/render/failure.h"
+#include "tools/render/room_options.h"
 
 #ifndef ORVANE_VERSION
 #define ORVANE_VERSION "unknown"
@@ -18,7 +21,7 @@ constexpr double kMaxGainDb = 120.0;
 constexpr char kDescription[] =
     "Renders a loudspeaker bed (5.1 to 22.2) for headphones with the Spatializer effect.";
 
-constexpr char kConventions[] = R"(Channels:
+constexpr char kChannelsHelp[] = R"(Channels:
   The file's channel map names the layout and places each channel, whatever its
   order. 5.1 with side instead of back channels is 5.1; 5.1 with top front
   channels is 5.1.2. Files without a map, and those whose map has no names for
@@ -26,8 +29,9 @@ constexpr char kConventions[] = R"(Channels:
   channels are taken in the order of the WAVE_FORMAT_EXTENSIBLE mask bits:
     FL FR FC LFE BL BR [FLC FRC BC] SL SR [TC] TFL [TFC] TFR TBL [TBC] TBR
   and 22.2 as --file-order says, LFE2 TSL TSR BFC BFL BFR last by default.
+)";
 
-Poses:
+constexpr char kHeadHelp[] = R"(Poses:
   The room frame is +x ahead, +y left, +z up. Angles are degrees, right-handed
   about the head's own axes, in this order: YAW about +z (positive: head turned
   to the left), PITCH about +y (positive: nose down), ROLL about +x (positive:
@@ -43,8 +47,9 @@ Poses:
   Between two lines the head turns evenly, the shorter way round. Every 10 ms of
   audio the effect is sent a pose; with blocks of 10 ms or more, the default,
   the head is where the trajectory says at the end of each of them.
+)";
 
-Levels:
+constexpr char kLevelsHelp[] = R"(Levels:
   --normalize renders twice: first to find the peak, which then becomes -1 dBFS
   before --gain. Float files keep what is beyond full scale, others clip it;
   with --fail-on-clip there is no OUT then, and the exit status is 1.
@@ -145,19 +150,26 @@ void add_program(CLI::App* app, Options* options) {
 std::optional<Options> options_parse(int argc, char** argv, int* exit_status) {
   Options options;
   CLI::App app(kDescription, "orvane-render");
-  app.footer(kConventions);
+  app.footer(std::string(kChannelsHelp) + "\n" + kHeadHelp + "\n" + kRoomOptionsHelp + "\n" +
+             kLevelsHelp);
   app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
     return failed->get_name() + ": " + error.what() + " (see --help)\n";
   });
   add_files(&app, &options);
   add_channels(&app, &options.channels);
   add_head(&app, &options);
+  room_options_add(&app, &options.settings);
   add_levels(&app, &options);
   add_program(&app, &options);
   try {
     app.parse(argc, argv);
+    options.settings.check();
   } catch (const CLI::ParseError& error) {
     *exit_status = app.exit(error) == 0 ? 0 : kUsageStatus;
+    return std::nullopt;
+  } catch (const BadText& bad) {
+    std::fprintf(stderr, "orvane-render: %s (see --help)\n", bad.what());
+    *exit_status = kUsageStatus;
     return std::nullopt;
   }
   return options;

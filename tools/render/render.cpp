@@ -23,9 +23,14 @@ void refuse_same_file(const std::string& input, const std::string& output) {
   }
 }
 
-void print_notices(const std::string& file, const ChannelPlan& plan) {
-  for (const std::string& notice : plan.notices) {
-    std::fprintf(stderr, "orvane-render: %s: note: %s\n", file.c_str(), notice.c_str());
+void print_notice(const std::string& file, const std::string& notice) {
+  std::fprintf(stderr, "orvane-render: %s: note: %s\n", file.c_str(), notice.c_str());
+}
+
+void print_notices(const Options& options, const ChannelPlan& plan) {
+  for (const std::string& notice : plan.notices) print_notice(options.input, notice);
+  if (options.settings.has_unheard_room()) {
+    print_notice(options.output, "the room is only heard with --reflections 1...4");
   }
 }
 
@@ -65,7 +70,7 @@ Report render_file(const Options& options) {
   RenderPass pass(options);
   refuse_same_file(options.input, options.output);
   AudioWriter writer(options.output, output_spec(options, pass.expected_frames()));
-  print_notices(options.input, pass.plan());
+  print_notices(options, pass.plan());
 
   Report report;
   report.gain_db = options.gain_db + (options.normalize ? normalizing_gain_db(options) : 0.0);

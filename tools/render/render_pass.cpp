@@ -29,11 +29,15 @@ RenderPass::RenderPass(const Options& options)
       effect_(effect_library_find(options.library), plan_.layout->mask),
       bed_(options.block_frames * reader_.channels()),
       ears_(options.block_frames * 2) {
+  for (const Settings::Write& write : options.settings.writes()) {
+    effect_.set_parameter(write.parameter->id, static_cast<float>(write.value),
+                          std::string(write.parameter->name));
+  }
   settle_head();
 }
 
 uint64_t RenderPass::expected_frames() const {
-  return source_.expected_frames() + kEffectTailFrames;
+  return source_.expected_frames() + settings_tail_frames(options_.settings);
 }
 
 // The effect fades over to a new pose within one block. A silent block, dropped, lets the first
@@ -60,7 +64,7 @@ size_t RenderPass::begin_block() {
 uint64_t RenderPass::run(const Sink& sink) {
   Progress progress(expected_frames(), kEffectRateHz);
   const size_t channels = reader_.channels();
-  size_t tail = kEffectTailFrames;
+  size_t tail = settings_tail_frames(options_.settings);
   for (;;) {
     interrupt_check();
     const size_t block = begin_block();
