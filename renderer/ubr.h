@@ -95,7 +95,8 @@ ORVANE_API uint32_t ubr_cleanup(ubr_t* renderer);
 // Grows every module for blocks of up to `max_frame_size` samples; a smaller size changes nothing.
 // Sound in flight is carried on. Returns UBR_OK, UBR_MISSING for null, or UBR_NO_MEMORY, after
 // which max_frame_size is the old one, blocks of that length still render (silence, if it was the
-// binauralizer that ran out of memory while it was rebuilt), and a retry does the work again.
+// binauralizer that ran out of memory while it was rebuilt), and a retry does the work again. Where
+// there is a binauralizer, more than 2^30 - 256 samples abort the process.
 ORVANE_API uint32_t ubr_set_max_frame_size(ubr_t* renderer, uint32_t max_frame_size);
 
 // Renders one block.
