@@ -3,6 +3,7 @@
 #include <stddef.h>
 
 #include "ambisonics/ambisonics_base.h"
+#include "ambisonics/beam.h"
 #include "ambisonics/sphere_directions.h"
 #include "numerics/pinv.h"
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string>
 
+#include "ambisonics/binauralizer_built.h"
 #include "renderer/ubr.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/test_renderer.h"
