@@ -3,6 +3,7 @@
 #include <math.h>
 #include <stdlib.h>
 
+#include "ambisonics/beam.h"
 #include "base/memory.h"
 #include "base/result.h"
 

@@ -51,10 +51,4 @@ ORVANE_API uint32_t ambisonics_base_generate_beam(const ambisonics_base_t* base,
 // Returns UBR_OK.
 ORVANE_API uint32_t ambisonics_base_cleanup(ambisonics_base_t* base);
 
-#ifdef __cplusplus
-// The same unit-gain beam without a channel set: (order + 1)^2 harmonics, order at most
-// AMBISONICS_MAX_ORDER. Allocates nothing.
-void ambisonics_write_beam(uint32_t order, float azimuth, float elevation, float* beam);
-#endif
-
 #endif  // ORVANE_AMBISONICS_AMBISONICS_BASE_H_

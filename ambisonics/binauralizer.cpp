@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "ambisonics/ambisonics_base.h"
+#include "ambisonics/binauralizer_built.h"
 #include "ambisonics/sh_hrir.h"
 #include "base/checked.h"
 #include "base/memory.h"
@@ -17,14 +18,16 @@
 static_assert(int{SH_HRIR_CHANNELS} == int{AMBISONICS_MAX_CHANNELS}, "one response per channel");
 static_assert(alignof(max_align_t) >= 16, "PFFFT reads heap buffers in vectors of 16 bytes");
 
-static constexpr uint32_t kNumEars = 2;
-static constexpr uint32_t kMaxFftSize = 1u << 30;  // PFFFT counts in int
+namespace {
+
+constexpr uint32_t kNumEars = 2;
+constexpr uint32_t kMaxFftSize = 1u << 30;  // PFFFT counts in int
 // Without a work buffer PFFFT takes N floats from the stack. Up to this N (16 kB) that suits an
 // audio thread; longer transforms are given a buffer.
-static constexpr uint32_t kMaxFftSizeOnStack = 4096;
+constexpr uint32_t kMaxFftSizeOnStack = 4096;
 
 // The power of two that holds a block and the response to its last sample.
-static uint32_t choose_fft_size(uint32_t max_frame_size) {
+uint32_t choose_fft_size(uint32_t max_frame_size) {
   constexpr float kLn2 = 0.6931472f;
   const uint32_t needed = checked_add(max_frame_size, uint32_t{SH_HRIR_TAPS});
   if (needed > kMaxFftSize) abort();
@@ -34,45 +37,42 @@ static uint32_t choose_fft_size(uint32_t max_frame_size) {
   return size;
 }
 
-static uint32_t order_of(const binauralizer_t& b) {
+uint32_t order_of(const binauralizer_t& b) {
   uint32_t order = 0;
   while ((order + 1) * (order + 1) < b.num_sh_channels) ++order;
   return order;
 }
 
 // Samples of overlap that the next block receives.
-static uint32_t stored_overlap(const binauralizer_t& b) {
+uint32_t stored_overlap(const binauralizer_t& b) {
   return std::min(b.prev_tail_length, b.fft_size - 1);
 }
 
-static void clear(float* samples, uint32_t count) {
+void clear(float* samples, uint32_t count) {
   if (samples) memset(samples, 0, sizeof(float) * count);
 }
 
-static void copy(const float* from, float* to, uint32_t count) {
-  memcpy(to, from, sizeof(float) * count);
-}
+void copy(const float* from, float* to, uint32_t count) { memcpy(to, from, sizeof(float) * count); }
 
-static bool has_rows(const float* const* matrix, uint32_t rows) {
+bool has_rows(const float* const* matrix, uint32_t rows) {
   return matrix && std::all_of(matrix, matrix + rows, [](const float* row) { return row; });
 }
 
-static void transform(const binauralizer_t& b, const float* in, float* out,
-                      pffft_direction_t direction) {
+void transform(const binauralizer_t& b, const float* in, float* out, pffft_direction_t direction) {
   pffft_transform(b.fft_setup, in, out, b.fft_work, direction);
 }
 
-static uint32_t make_fft_setup(binauralizer_t* b) {
+uint32_t make_fft_setup(binauralizer_t* b) {
   b->fft_setup = pffft_new_setup(static_cast<int>(b->fft_size), PFFFT_REAL);
   return b->fft_setup ? UBR_OK : UBR_MISSING;
 }
 
-static void destroy_fft_setup(binauralizer_t* b) {
+void destroy_fft_setup(binauralizer_t* b) {
   if (b->fft_setup) pffft_destroy_setup(b->fft_setup);
   b->fft_setup = nullptr;
 }
 
-static uint32_t make_degree_table(binauralizer_t* b, int32_t order) {
+uint32_t make_degree_table(binauralizer_t* b, int32_t order) {
   b->sh_degree_m = alloc_zeroed<int32_t>(b->num_sh_channels);
   if (!b->sh_degree_m) return UBR_MISSING;
   int32_t* next = b->sh_degree_m;
@@ -82,7 +82,7 @@ static uint32_t make_degree_table(binauralizer_t* b, int32_t order) {
   return UBR_OK;
 }
 
-static uint32_t make_buffers(binauralizer_t* b) {
+uint32_t make_buffers(binauralizer_t* b) {
   const uint32_t n = b->fft_size;
   b->time_buffer = alloc_zeroed<float>(n);
   b->spectrum_buffer = alloc_zeroed<float>(n);
@@ -96,7 +96,7 @@ static uint32_t make_buffers(binauralizer_t* b) {
   return ubr_init_float_matrix(&b->hrtf_spectra, b->num_sh_channels, n);
 }
 
-static void transform_responses(binauralizer_t* b) {
+void transform_responses(binauralizer_t* b) {
   for (uint32_t c = 0; c < b->num_sh_channels; ++c) {
     clear(b->time_buffer, b->fft_size);
     for (uint32_t k = 0; k < b->hrir_length; ++k) {
@@ -105,6 +105,35 @@ static void transform_responses(binauralizer_t* b) {
     transform(*b, b->time_buffer, b->hrtf_spectra[c], PFFFT_FORWARD);
   }
 }
+
+// Adds the response to channel c to both ear spectra. The rest of the time buffer is zero.
+void accumulate_channel(binauralizer_t* b, uint32_t c, const float* input, uint32_t frames) {
+  const float scale = static_cast<float>(1.0 / b->fft_size);
+  const float mirrored_scale = b->sh_degree_m[c] < 0 ? -scale : scale;
+  copy(input, b->time_buffer, frames);
+  transform(*b, b->time_buffer, b->spectrum_buffer, PFFFT_FORWARD);
+  pffft_zconvolve_accumulate(b->fft_setup, b->spectrum_buffer, b->hrtf_spectra[c],
+                             b->ear_spectra[0], scale);
+  pffft_zconvolve_accumulate(b->fft_setup, b->spectrum_buffer, b->hrtf_spectra[c],
+                             b->ear_spectra[1], mirrored_scale);
+}
+
+void overlap_add(binauralizer_t* b, uint32_t ear, float* output, uint32_t frames) {
+  float* const overlap = b->overlap_tails[ear];
+  const uint32_t incoming = stored_overlap(*b);
+  transform(*b, b->ear_spectra[ear], b->time_buffer, PFFFT_BACKWARD);
+  for (uint32_t i = 0; i < incoming; ++i) b->time_buffer[i] += overlap[i];
+  copy(b->time_buffer + frames, overlap, std::min(b->tail_length, b->fft_size - 1));
+  copy(b->time_buffer, output, frames);
+}
+
+uint32_t rebuild(binauralizer_t* b, uint32_t max_frame_size) {
+  const uint32_t order = order_of(*b);
+  binauralizer_cleanup(b);
+  return binauralizer_init(b, order, static_cast<int32_t>(max_frame_size));
+}
+
+}  // namespace
 
 uint32_t binauralizer_init(binauralizer_t* b, uint32_t order, int32_t max_frame_size) {
   if (!b) return UBR_NO_MEMORY;  // Deliberate: inits report a missing record as 3.
@@ -129,27 +158,6 @@ bool binauralizer_is_built(const binauralizer_t& b) {
   return b.fft_setup && b.sh_degree_m && b.time_buffer && b.spectrum_buffer &&
          (b.fft_work || b.fft_size <= kMaxFftSizeOnStack) && has_rows(b.ear_spectra, kNumEars) &&
          has_rows(b.overlap_tails, kNumEars) && has_rows(b.hrtf_spectra, b.num_sh_channels);
-}
-
-// Adds the response to channel c to both ear spectra. The rest of the time buffer is zero.
-static void accumulate_channel(binauralizer_t* b, uint32_t c, const float* input, uint32_t frames) {
-  const float scale = static_cast<float>(1.0 / b->fft_size);
-  const float mirrored_scale = b->sh_degree_m[c] < 0 ? -scale : scale;
-  copy(input, b->time_buffer, frames);
-  transform(*b, b->time_buffer, b->spectrum_buffer, PFFFT_FORWARD);
-  pffft_zconvolve_accumulate(b->fft_setup, b->spectrum_buffer, b->hrtf_spectra[c],
-                             b->ear_spectra[0], scale);
-  pffft_zconvolve_accumulate(b->fft_setup, b->spectrum_buffer, b->hrtf_spectra[c],
-                             b->ear_spectra[1], mirrored_scale);
-}
-
-static void overlap_add(binauralizer_t* b, uint32_t ear, float* output, uint32_t frames) {
-  float* const overlap = b->overlap_tails[ear];
-  const uint32_t incoming = stored_overlap(*b);
-  transform(*b, b->ear_spectra[ear], b->time_buffer, PFFFT_BACKWARD);
-  for (uint32_t i = 0; i < incoming; ++i) b->time_buffer[i] += overlap[i];
-  copy(b->time_buffer + frames, overlap, std::min(b->tail_length, b->fft_size - 1));
-  copy(b->time_buffer, output, frames);
 }
 
 uint32_t binauralizer_process(binauralizer_t* b, const float* const* sh_in, float* const* ears_out,
@@ -177,12 +185,6 @@ uint32_t binauralizer_reset(binauralizer_t* b) {
   ubr_reset_float_matrix(b->ear_spectra, kNumEars, b->fft_size);
   destroy_fft_setup(b);
   return make_fft_setup(b);
-}
-
-static uint32_t rebuild(binauralizer_t* b, uint32_t max_frame_size) {
-  const uint32_t order = order_of(*b);
-  binauralizer_cleanup(b);
-  return binauralizer_init(b, order, static_cast<int32_t>(max_frame_size));
 }
 
 uint32_t binauralizer_reset_max_frame_size(binauralizer_t* b, uint32_t max_frame_size,

@@ -42,8 +42,8 @@ ORVANE_API uint32_t binauralizer_init(binauralizer_t* binauralizer, uint32_t ord
 //   ears_out    left and right, `frame_size` samples each, overwritten
 //   frame_size  1 to the maximum given at init, in any mix; above the transform's length it aborts
 //
-// A record that is not built, as after a failure, renders silence. Returns UBR_OK. Allocates
-// nothing.
+// A sample that is not finite spoils the output until fft_size samples later, not longer. A record
+// that is not built, as after a failure, renders silence. Returns UBR_OK. Allocates nothing.
 ORVANE_API uint32_t binauralizer_process(binauralizer_t* binauralizer, const float* const* sh_in,
                                          float* const* ears_out, uint32_t frame_size);
 
@@ -54,10 +54,10 @@ ORVANE_API uint32_t binauralizer_reset(binauralizer_t* binauralizer);
 // Grows for blocks of up to `max_frame_size` samples and carries the overlap on; never shrinks. A
 // null or zero-filled record stays as it is.
 //
-//   save_buffers  num_ears arrays of at least prev_tail_length floats; zeroed on return
+//   save_buffers  num_ears arrays of at least prev_tail_length floats; zeroed after use
 //
-// Deliberate: returns UBR_OK even when memory ran out; binauralizer_is_built tells. The overlap is
-// lost then, and the next call builds again for the maximum that it is given.
+// Deliberate: returns UBR_OK even when memory ran out. The overlap is lost then, the binauralizer
+// renders silence, and the next call builds again for the maximum that it is given.
 ORVANE_API uint32_t binauralizer_reset_max_frame_size(binauralizer_t* binauralizer,
                                                       uint32_t max_frame_size,
                                                       float* const* save_buffers);
@@ -65,10 +65,5 @@ ORVANE_API uint32_t binauralizer_reset_max_frame_size(binauralizer_t* binauraliz
 // Frees what the binauralizer owns and zeroes it; null and half-built records are accepted.
 // Returns UBR_OK.
 ORVANE_API uint32_t binauralizer_cleanup(binauralizer_t* binauralizer);
-
-#ifdef __cplusplus
-// Whether every buffer of a successful binauralizer_init exists.
-bool binauralizer_is_built(const binauralizer_t& binauralizer);
-#endif
 
 #endif  // ORVANE_AMBISONICS_BINAURALIZER_H_

@@ -7,8 +7,8 @@
 
 #include "effect/orvane.h"
 
-// As the platform passes them: any pointer may be null and none need be aligned. `reply_size` holds
-// the room for the reply, and takes its length.
+// As the platform passes them: any pointer may be null, and data and reply need not be aligned.
+// `reply_size` holds the room for the reply, and takes its length.
 struct command_buffers_t {
   uint32_t size;
   const void* data;

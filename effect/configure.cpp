@@ -27,25 +27,25 @@ int32_t find_layout(uint32_t mask, int32_t* layout_index) {
   return 0;
 }
 
-// Puts a fresh renderer in the place of the one in use. Returns 0, or -EINVAL after logging, with
-// the renderer empty. The audio thread waits meanwhile, so it never meets a half-built one.
-int32_t rebuild_renderer(orvane_module_s* module, uint32_t mask, int32_t layout_index) {
+// Takes over a configuration and puts a fresh renderer in the place of the one in use. Returns a
+// renderer's code; after a failure the renderer is empty. The audio thread waits meanwhile, so it
+// meets either the old state of things or the new one.
+uint32_t rebuild_renderer(orvane_module_s* module, const effect_config_t& config,
+                          int32_t layout_index) {
   orvane_object_t* object = &module->object;
   const ScopedLock lock(object);
-  object->channel_count = static_cast<uint8_t>(orvane_channel_count(mask));
-  ORVANE_LOGI("orvane_Configure: Configuring orvane for input channels %d, Layout index %d",
-              object->channel_count, layout_index);
+  module->config = config;
+  object->channel_count = static_cast<uint8_t>(orvane_channel_count(config.inputCfg.channels));
   ubr_cleanup(object->renderer);
-  if (ubr_init(object->renderer, UBR_INPUT_SOURCES, object->channel_count,
-               UBR_MODE_BINAURAL_TRACKED, kMaxFrameSize, kOrder) != UBR_OK) {
+  if (const uint32_t code = ubr_init(object->renderer, UBR_INPUT_SOURCES, object->channel_count,
+                                     UBR_MODE_BINAURAL_TRACKED, kMaxFrameSize, kOrder)) {
     ubr_cleanup(object->renderer);
-    ORVANE_LOGE("orvane_Configure error: Orvane init failed");
-    return -EINVAL;
+    return code;
   }
   orvane_set_layout_sources(object->renderer, layout_index);
   object->lock = &object->mutex;
   orvane_Reset(module);
-  return 0;
+  return UBR_OK;
 }
 
 }  // namespace
@@ -65,15 +65,21 @@ int32_t orvane_Configure(orvane_module_s* module, const void* config_data) {
   effect_config_t config;
   memcpy(&config, config_data, sizeof(config));
   if (const int32_t code = orvane_check_config(&config)) return code;
-  {
-    // Deliberate: the configuration stays even if its channels turn out to have no layout.
+
+  int32_t layout_index = 0;
+  if (const int32_t code = find_layout(config.inputCfg.channels, &layout_index)) {
+    // Deliberate: the configuration stays, although its channels have no layout.
     const ScopedLock lock(&module->object);
     module->config = config;
+    return code;
   }
-  const uint32_t mask = config.inputCfg.channels;
-  int32_t layout_index = 0;
-  if (const int32_t code = find_layout(mask, &layout_index)) return code;
-  return rebuild_renderer(module, mask, layout_index);
+  ORVANE_LOGI("orvane_Configure: Configuring orvane for input channels %d, Layout index %d",
+              orvane_channel_count(config.inputCfg.channels), layout_index);
+  if (rebuild_renderer(module, config, layout_index) != UBR_OK) {
+    ORVANE_LOGE("orvane_Configure error: Orvane init failed");
+    return -EINVAL;
+  }
+  return 0;
 }
 
 void orvane_Reset(orvane_module_s* module) {

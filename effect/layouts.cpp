@@ -17,25 +17,13 @@ struct loudspeaker_t {
 
 constexpr loudspeaker_t kLfe = {0.683f, 0.683f, -0.259f, ENCODER_SOURCE_LFE};
 
-// 5.1 takes the first six.
-constexpr loudspeaker_t k7point1[] = {
-    {0.7071f, 0.7071f, 0.0f},    // front left
-    {0.7071f, -0.7071f, 0.0f},   // front right
-    {1.0f, 0.0f, 0.0f},          // front centre
-    kLfe,                        //
-    {-0.7071f, 0.7071f, 0.0f},   // back left
-    {-0.7071f, -0.7071f, 0.0f},  // back right
-    {0.0f, 1.0f, 0.0f},          // side left
-    {0.0f, -1.0f, 0.0f},         // side right
-};
-
 // 5.1.2 takes the first eight. Deliberate: the front pair stands at 30 degrees, not at 45 as
 // in 5.1.
 constexpr loudspeaker_t k5point1point4[] = {
-    {0.866f, 0.5f, 0.0f},          // front left
-    {0.866f, -0.5f, 0.0f},         // front right
-    {1.0f, 0.0f, 0.0f},            // front centre
-    kLfe,                          //
+    {0.866f, 0.5f, 0.0f},   // front left
+    {0.866f, -0.5f, 0.0f},  // front right
+    {1.0f, 0.0f, 0.0f},     // front centre
+    kLfe,
     {-0.342f, 0.9397f, 0.0f},      // back left
     {-0.342f, -0.9397f, 0.0f},     // back right
     {0.7094f, 0.4096f, 0.5736f},   // top side left, in 5.1.4 top front left
@@ -44,13 +32,13 @@ constexpr loudspeaker_t k5point1point4[] = {
     {-0.2802f, -0.7698f, 0.5736f}  // top back right
 };
 
-// 7.1.4 takes the first twelve. Deliberate: the later rows meet the channels of 22.2 in this order,
-// which is not that of the channels' names.
+// 5.1 takes the first six, 7.1 the first eight, 7.1.4 the first twelve. Deliberate: the rows meet
+// the channels of 22.2 in this order, which is not that of the channels' names.
 constexpr loudspeaker_t k22point2[] = {
-    {0.7071f, 0.7071f, 0.0f},                       // front left
-    {0.7071f, -0.7071f, 0.0f},                      // front right
-    {1.0f, 0.0f, 0.0f},                             // front centre
-    kLfe,                                           //
+    {0.7071f, 0.7071f, 0.0f},   // front left
+    {0.7071f, -0.7071f, 0.0f},  // front right
+    {1.0f, 0.0f, 0.0f},         // front centre
+    kLfe,
     {-0.7071f, 0.7071f, 0.0f},                      // back left
     {-0.7071f, -0.7071f, 0.0f},                     // back right
     {0.0f, 1.0f, 0.0f},                             // side left
@@ -59,17 +47,17 @@ constexpr loudspeaker_t k22point2[] = {
     {0.5f, -0.5f, 0.7071f},                         // top front right
     {-0.5f, 0.5f, 0.7071f},                         // top back left
     {-0.5f, -0.5f, 0.7071f},                        // top back right
-    {0.866f, 0.5f, 0.0f},                           //
-    {0.866f, -0.5f, 0.0f},                          //
-    {-1.0f, 0.0f, 0.0f},                            //
-    {0.0f, 0.0f, 1.0f},                             //
-    {0.7071f, 0.0f, 0.7071f},                       //
-    {-0.7071f, 0.0f, 0.7071f},                      //
-    {0.0f, 0.7071f, 0.7071f},                       //
-    {0.0f, -0.7071f, 0.7071f},                      //
-    {0.483f, 0.8365f, -0.2588f},                    //
-    {0.483f, -0.8365f, -0.2588f},                   //
-    {0.9659f, 0.0f, -0.2588f},                      //
+    {0.866f, 0.5f, 0.0f},                           // front left of centre
+    {0.866f, -0.5f, 0.0f},                          // front right of centre
+    {-1.0f, 0.0f, 0.0f},                            // back centre
+    {0.0f, 0.0f, 1.0f},                             // top centre
+    {0.7071f, 0.0f, 0.7071f},                       // top front centre
+    {-0.7071f, 0.0f, 0.7071f},                      // top back centre
+    {0.0f, 0.7071f, 0.7071f},                       // top side left
+    {0.0f, -0.7071f, 0.7071f},                      // top side right
+    {0.483f, 0.8365f, -0.2588f},                    // bottom front left
+    {0.483f, -0.8365f, -0.2588f},                   // bottom front right
+    {0.9659f, 0.0f, -0.2588f},                      // bottom front centre
     {0.683f, -0.683f, -0.259f, ENCODER_SOURCE_LFE}  // second LFE
 };
 
@@ -81,8 +69,8 @@ struct layout_t {
 };
 
 constexpr layout_t kLayouts[] = {
-    {AUDIO_CHANNEL_OUT_5POINT1, 202, k7point1},
-    {AUDIO_CHANNEL_OUT_7POINT1, 203, k7point1},
+    {AUDIO_CHANNEL_OUT_5POINT1, 202, k22point2},
+    {AUDIO_CHANNEL_OUT_7POINT1, 203, k22point2},
     {AUDIO_CHANNEL_OUT_5POINT1POINT2, 14, k5point1point4},
     {AUDIO_CHANNEL_OUT_5POINT1POINT4, 16, k5point1point4},
     {AUDIO_CHANNEL_OUT_7POINT1POINT4, 204, k22point2},

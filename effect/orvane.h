@@ -34,7 +34,7 @@ typedef struct orvane_object_t {
   pthread_mutex_t* lock;  // the instance's mutex from SET_CONFIG on, null after INIT
 
   int32_t buffer_channels;  // how many in_buffers there are, whatever the configuration says by now
-  pthread_mutex_t mutex;    // held around every renderer call and every other use of config
+  pthread_mutex_t mutex;    // held around renderer calls, writes to config and its reads in process
 } orvane_object_t;
 
 struct orvane_module_s {

@@ -13,10 +13,13 @@
 
 namespace {
 
+// An effect_param_t, which may end in an array of no fixed size, and the id behind it.
 struct parameter_header_t {
-  effect_param_t param;
+  int32_t status;
+  uint32_t psize, vsize;
   int32_t id;
 };
+static_assert(sizeof(parameter_header_t) == sizeof(effect_param_t) + sizeof(int32_t));
 
 // What a parameter reads as.
 struct value_t {
@@ -105,9 +108,12 @@ int32_t set_head_to_stage(orvane_module_s* module, int32_t /*id*/, const void* v
   // Deliberate: the renderer takes the inverse, the pose of the head, in its own axes (+x ahead,
   // +y left, +z up).
   const float orientation[3] = {-rotation[1], rotation[0], -rotation[2]};
-  const ScopedLock lock(&module->object);
-  if (ubr_set_user_orientation(module->object.renderer, orientation, ROTATOR_ROTATION_VECTOR) !=
-      UBR_OK) {
+  uint32_t code = UBR_OK;
+  {
+    const ScopedLock lock(&module->object);
+    code = ubr_set_user_orientation(module->object.renderer, orientation, ROTATOR_ROTATION_VECTOR);
+  }
+  if (code != UBR_OK) {
     ORVANE_LOGE("orvane_setParameter error: orvane set user orientation failed");
     return -EINVAL;
   }
@@ -123,31 +129,36 @@ float float_value(const void* value) {
 int32_t set_reverb(orvane_module_s* module, int32_t id, const void* value) {
   const float number = float_value(value);
   const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REVERB);
-  const ScopedLock lock(&module->object);
-  if (ubr_set_reverb_param(module->object.renderer, param, number) != UBR_OK) {
-    ORVANE_LOGE("orvane_setParameter error: orvane set reverb param %d and value %f failed", id,
-                static_cast<double>(number));
-    return -EINVAL;
+  uint32_t code = UBR_OK;
+  {
+    const ScopedLock lock(&module->object);
+    code = ubr_set_reverb_param(module->object.renderer, param, number);
   }
-  return 0;
+  if (code == UBR_OK) return 0;
+  ORVANE_LOGE("orvane_setParameter error: orvane set reverb param %d and value %f failed", id,
+              static_cast<double>(number));
+  return -EINVAL;
 }
 
 // One hold of the lock for both steps, so that no block meets reflections half changed.
 int32_t set_reflections(orvane_module_s* module, int32_t id, const void* value) {
   const float number = float_value(value);
   const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REFLECTIONS);
-  ubr_t* renderer = module->object.renderer;
-  const ScopedLock lock(&module->object);
-  if (ubr_set_reflections_param(renderer, param, number) != UBR_OK) {
+  uint32_t set_code = UBR_OK, compute_code = UBR_OK;
+  {
+    const ScopedLock lock(&module->object);
+    ubr_t* renderer = module->object.renderer;
+    set_code = ubr_set_reflections_param(renderer, param, number);
+    if (set_code == UBR_OK) compute_code = ubr_compute_reflections(renderer);
+  }
+  if (set_code == UBR_OK && compute_code == UBR_OK) return 0;
+  if (set_code != UBR_OK) {
     ORVANE_LOGE("orvane_setParameter error: orvane set reflection param %d and value %f failed", id,
                 static_cast<double>(number));
-    return -EINVAL;
-  }
-  if (ubr_compute_reflections(renderer) != UBR_OK) {
+  } else {
     ORVANE_LOGE("orvane_setParameter error: error computing early reflections");
-    return -EINVAL;
   }
-  return 0;
+  return -EINVAL;
 }
 
 int32_t ignore(orvane_module_s* /*module*/, int32_t /*id*/, const void* /*value*/) { return 0; }
@@ -185,8 +196,8 @@ int32_t set_value(orvane_module_s* module, const parameter_header_t& header, con
                   uint32_t size) {
   for (const setter_t& setter : kSetters) {
     if (header.id < setter.first_id || header.id > setter.last_id) continue;
-    if (setter.checks_vsize && header.param.vsize != setter.value_size) {
-      return wrong_size(header.param.vsize, setter.value_size);
+    if (setter.checks_vsize && header.vsize != setter.value_size) {
+      return wrong_size(header.vsize, setter.value_size);
     }
     if (size < setter.value_size) return wrong_size(size, setter.value_size);
     return setter.set(module, header.id, value);
@@ -207,8 +218,8 @@ int32_t orvane_getParameter(const command_buffers_t& command) {
               command.data, *command.reply_size, command.reply);
   memcpy(&header, command.data, sizeof(header));
   value_t value = {};
-  header.param.status = get_value(header.id, &value);
-  if (header.param.status == 0) header.param.vsize = value.size;
+  header.status = get_value(header.id, &value);
+  if (header.status == 0) header.vsize = value.size;
 
   // As snprintf does: the value is cut to the room there is, the sizes tell what it would have
   // taken.
@@ -216,7 +227,7 @@ int32_t orvane_getParameter(const command_buffers_t& command) {
   const uint32_t room = *command.reply_size - uint32_t{sizeof(header)};
   memcpy(static_cast<uint8_t*>(command.reply) + sizeof(header), value.bytes,
          std::min(room, value.size));
-  *command.reply_size = header.param.vsize + uint32_t{sizeof(header)};
+  *command.reply_size = header.vsize + uint32_t{sizeof(header)};
   return 0;
 }
 
@@ -224,7 +235,7 @@ int32_t orvane_setParameter(orvane_module_s* module, const command_buffers_t& co
   parameter_header_t header;
   if (!command.data || command.size < sizeof(header) || !has_status_reply(command)) return -EINVAL;
   memcpy(&header, command.data, sizeof(header));
-  if (header.param.psize != sizeof(header.id)) {
+  if (header.psize != sizeof(header.id)) {
     ORVANE_LOG_SECURITY_EVENT("63662938");
     return -EINVAL;
   }

@@ -7,26 +7,28 @@
 
 #include "numerics/norm.h"
 
+namespace {
+
 // Columns that need a reflection: all, but for the last of a square matrix.
-static int32_t column_steps(const bidiagonal_t& d) { return std::min(d.rows - 1, d.cols); }
+int32_t column_steps(const bidiagonal_t& d) { return std::min(d.rows - 1, d.cols); }
 
 // Rows that need one: the last two are bidiagonal as they are.
-static int32_t row_steps(const bidiagonal_t& d) { return std::max(d.cols - 2, 0); }
+int32_t row_steps(const bidiagonal_t& d) { return std::max(d.cols - 2, 0); }
 
-static float dot(int32_t n, const float* x, const float* y) {
+float dot(int32_t n, const float* x, const float* y) {
   float sum = 0.0f;
   for (int32_t i = 0; i < n; ++i) sum += x[i] * y[i];
   return sum;
 }
 
-static void add_scaled(int32_t n, float scale, const float* x, float* y) {
+void add_scaled(int32_t n, float scale, const float* x, float* y) {
   for (int32_t i = 0; i < n; ++i) y[i] += scale * x[i];
 }
 
 // Turns x into the reflector w, with w[0] between 1 and 2, of the reflection I - w w^T / w[0] that
 // maps x onto the first axis. Returns the image's first component; a zero vector stays as it is and
 // returns 0.
-static float make_reflector(int32_t n, float* x) {
+float make_reflector(int32_t n, float* x) {
   const float norm = scaled_norm(x, static_cast<uint32_t>(n));
   if (norm == 0.0f) return 0.0f;
   const float signed_norm = copysignf(norm, x[0]);
@@ -35,11 +37,9 @@ static float make_reflector(int32_t n, float* x) {
   return -signed_norm;
 }
 
-static void reflect(int32_t n, const float* w, float* y) {
-  add_scaled(n, -dot(n, w, y) / w[0], w, y);
-}
+void reflect(int32_t n, const float* w, float* y) { add_scaled(n, -dot(n, w, y) / w[0], w, y); }
 
-static void reflect_column(bidiagonal_t* d, int32_t k) {
+void reflect_column(bidiagonal_t* d, int32_t k) {
   float* const w = matrix_at(d->a, d->rows, k, k);
   d->s[k] = make_reflector(d->rows - k, w);
   if (d->s[k] == 0.0f) return;
@@ -47,7 +47,7 @@ static void reflect_column(bidiagonal_t* d, int32_t k) {
 }
 
 // Reflects row k, which waits in e, from column k + 1 on; the rows below it follow.
-static void reflect_row(bidiagonal_t* d, int32_t k) {
+void reflect_row(bidiagonal_t* d, int32_t k) {
   float* const w = &d->e[k + 1];
   const int32_t columns = d->cols - k - 1;
   const int32_t rows_below = d->rows - k - 1;
@@ -65,7 +65,7 @@ static void reflect_row(bidiagonal_t* d, int32_t k) {
 }
 
 // Leaves the reflectors of the columns in a, those of the rows in v.
-static void reflect_to_bidiagonal(bidiagonal_t* d) {
+void reflect_to_bidiagonal(bidiagonal_t* d) {
   for (int32_t k = 0; k < column_steps(*d); ++k) {
     reflect_column(d, k);
     for (int32_t j = k + 1; j < d->cols; ++j) d->e[j] = *matrix_at(d->a, d->rows, k, j);
@@ -78,7 +78,7 @@ static void reflect_to_bidiagonal(bidiagonal_t* d) {
 }
 
 // Multiplies the column reflections, last to first, into the first cols columns of the identity.
-static void accumulate_u(bidiagonal_t* d) {
+void accumulate_u(bidiagonal_t* d) {
   for (int32_t k = d->cols - 1; k >= 0; --k) {
     float* const column = matrix_at(d->u, d->rows, 0, k);
     memset(column, 0, sizeof(float) * static_cast<size_t>(d->rows));
@@ -90,7 +90,7 @@ static void accumulate_u(bidiagonal_t* d) {
 }
 
 // The same for the row reflections, which wait in the columns of v that they are about to become.
-static void accumulate_v(bidiagonal_t* d) {
+void accumulate_v(bidiagonal_t* d) {
   const int32_t n = d->cols;
   for (int32_t k = n - 1; k >= 0; --k) {
     if (k < row_steps(*d) && d->e[k] != 0.0f) {
@@ -101,6 +101,8 @@ static void accumulate_v(bidiagonal_t* d) {
     *matrix_at(d->v, n, k, k) = 1.0f;
   }
 }
+
+}  // namespace
 
 void bidiagonal_reduce(bidiagonal_t* d) {
   reflect_to_bidiagonal(d);

@@ -9,15 +9,17 @@
 #include "base/checked.h"
 #include "numerics/svd.h"
 
+namespace {
+
 // Where the parts of the workspace begin; the decomposition's scratch is two blocks long.
-static constexpr int32_t kSvdScratch = 0;
-static constexpr int32_t kLeftVectors = 2 * PINV_MAX_ELEMENTS;
-static constexpr int32_t kRightVectors = 3 * PINV_MAX_ELEMENTS;
-static constexpr int32_t kTransposed = 4 * PINV_MAX_ELEMENTS;
-static constexpr int32_t kInverse = 5 * PINV_MAX_ELEMENTS;
+constexpr int32_t kSvdScratch = 0;
+constexpr int32_t kLeftVectors = 2 * PINV_MAX_ELEMENTS;
+constexpr int32_t kRightVectors = 3 * PINV_MAX_ELEMENTS;
+constexpr int32_t kTransposed = 4 * PINV_MAX_ELEMENTS;
+constexpr int32_t kInverse = 5 * PINV_MAX_ELEMENTS;
 
 // Number of elements, once it is known that the matrix fits the workspace.
-static int32_t count_elements(const int32_t size[2]) {
+int32_t count_elements(const int32_t size[2]) {
   if (size[0] < 0 || size[1] < 0) abort();
   const int32_t count = checked_mul(size[0], size[1]);
   if (count > PINV_MAX_ELEMENTS) abort();
@@ -25,7 +27,7 @@ static int32_t count_elements(const int32_t size[2]) {
 }
 
 // Distance from |v| to the next larger float.
-static float spacing_at(float v) {
+float spacing_at(float v) {
   constexpr float kSmallestNormal = 1.17549435e-38f;
   constexpr int kMantissaBits = 24;
   const float magnitude = fabsf(v);
@@ -36,14 +38,14 @@ static float spacing_at(float v) {
 }
 
 // Leading singular values that count as more than rounding error.
-static int32_t rank_of(const float* s, int32_t rows, int32_t cols) {
+int32_t rank_of(const float* s, int32_t rows, int32_t cols) {
   const float tolerance = static_cast<float>(rows) * spacing_at(s[0]);
   int32_t rank = 0;
   while (rank < cols && s[rank] > tolerance) ++rank;
   return rank;
 }
 
-static void transpose(const float* a, int32_t rows, int32_t cols, float* transposed) {
+void transpose(const float* a, int32_t rows, int32_t cols, float* transposed) {
   for (int32_t j = 0; j < cols; ++j) {
     for (int32_t i = 0; i < rows; ++i) transposed[j + cols * i] = a[i + rows * j];
   }
@@ -73,6 +75,8 @@ void eml_pinv(float* workspace, const float* a, const int32_t a_size[2], float* 
     }
   }
 }
+
+}  // namespace
 
 void ubr_pinv(float* workspace, const float* a, const int32_t a_size[2], float* x,
               int32_t x_size[2]) {

@@ -27,10 +27,4 @@ enum {
 ORVANE_API void ubr_pinv(float* workspace, const float* a, const int32_t a_size[2], float* x,
                          int32_t x_size[2]);
 
-#ifdef __cplusplus
-// The same for rows >= cols only; ubr_pinv comes here with the transpose of a wide matrix.
-void eml_pinv(float* workspace, const float* a, const int32_t a_size[2], float* x,
-              int32_t x_size[2]);
-#endif
-
 #endif  // ORVANE_NUMERICS_PINV_H_

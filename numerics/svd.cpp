@@ -10,11 +10,13 @@
 
 #include "numerics/bidiagonal.h"
 
-static constexpr float kEpsilon = 1.1920929e-07f;  // 2^-23
-static constexpr float kTiny = 9.8607613e-32f;     // the smallest normal float / kEpsilon
-static constexpr int kMaxSweeps = 75;
+namespace {
+
+constexpr float kEpsilon = 1.1920929e-07f;  // 2^-23
+constexpr float kTiny = 9.8607613e-32f;     // the smallest normal float / kEpsilon
+constexpr int kMaxSweeps = 75;
 // After these a value is also negligible when it is small against the whole matrix.
-static constexpr int kPatientSweeps = 20;
+constexpr int kPatientSweeps = 20;
 
 struct iteration_t {
   bidiagonal_t b;
@@ -28,7 +30,7 @@ struct rotation_t {
 };
 
 // The plane rotation that turns (*a, b) into (r, 0); *a becomes r, with the sign of the larger one.
-static rotation_t make_rotation(float* a, float b) {
+rotation_t make_rotation(float* a, float b) {
   const float scale = fabsf(*a) + fabsf(b);
   if (scale == 0.0f) return {1.0f, 0.0f};
   const float x = *a / scale;
@@ -39,7 +41,7 @@ static rotation_t make_rotation(float* a, float b) {
   return rotation;
 }
 
-static void rotate_columns(float* matrix, int32_t rows, int32_t j, int32_t k, rotation_t g) {
+void rotate_columns(float* matrix, int32_t rows, int32_t j, int32_t k, rotation_t g) {
   float* const x = matrix_at(matrix, rows, 0, j);
   float* const y = matrix_at(matrix, rows, 0, k);
   for (int32_t i = 0; i < rows; ++i) {
@@ -49,14 +51,14 @@ static void rotate_columns(float* matrix, int32_t rows, int32_t j, int32_t k, ro
   }
 }
 
-static bool is_negligible(const iteration_t& it, float value, float neighbours) {
+bool is_negligible(const iteration_t& it, float value, float neighbours) {
   const float magnitude = fabsf(value);
   return magnitude <= kEpsilon * neighbours || magnitude <= kTiny ||
          (it.sweeps > kPatientSweeps && magnitude <= kEpsilon * it.norm);
 }
 
 // First value of the block that ends before `end` and has no negligible coupling inside.
-static int32_t find_block_start(iteration_t* it, int32_t end) {
+int32_t find_block_start(iteration_t* it, int32_t end) {
   const float* const s = it->b.s;
   float* const e = it->b.e;
   for (int32_t k = end - 1; k > 0; --k) {
@@ -69,7 +71,7 @@ static int32_t find_block_start(iteration_t* it, int32_t end) {
 }
 
 // Last negligible value of the block, which is set to 0; start - 1 when there is none.
-static int32_t find_zero_value(iteration_t* it, int32_t start, int32_t end) {
+int32_t find_zero_value(iteration_t* it, int32_t start, int32_t end) {
   float* const s = it->b.s;
   const float* const e = it->b.e;
   for (int32_t k = end - 1; k >= start; --k) {
@@ -84,7 +86,7 @@ static int32_t find_zero_value(iteration_t* it, int32_t start, int32_t end) {
 }
 
 // s[end - 1] is 0: rotates its coupling away upwards.
-static void decouple_last_value(bidiagonal_t* b, int32_t start, int32_t end) {
+void decouple_last_value(bidiagonal_t* b, int32_t start, int32_t end) {
   float f = std::exchange(b->e[end - 2], 0.0f);
   for (int32_t k = end - 2; k >= start; --k) {
     const rotation_t g = make_rotation(&b->s[k], f);
@@ -97,7 +99,7 @@ static void decouple_last_value(bidiagonal_t* b, int32_t start, int32_t end) {
 }
 
 // s[zero] is 0, inside the block: rotates its coupling away downwards, which splits the block.
-static void split_after_zero(bidiagonal_t* b, int32_t zero, int32_t end) {
+void split_after_zero(bidiagonal_t* b, int32_t zero, int32_t end) {
   float f = std::exchange(b->e[zero], 0.0f);
   for (int32_t k = zero + 1; k < end; ++k) {
     const rotation_t g = make_rotation(&b->s[k], f);
@@ -113,7 +115,7 @@ struct bulge_t {
 };
 
 // First rotation of a sweep, from the eigenvalue of the trailing 2 x 2 block nearer to its end.
-static bulge_t start_bulge(const bidiagonal_t& b, int32_t start, int32_t end) {
+bulge_t start_bulge(const bidiagonal_t& b, int32_t start, int32_t end) {
   const float scale = std::max({fabsf(b.s[end - 1]), fabsf(b.s[end - 2]), fabsf(b.e[end - 2]),
                                 fabsf(b.s[start]), fabsf(b.e[start])});
   const float last = b.s[end - 1] / scale;
@@ -130,7 +132,7 @@ static bulge_t start_bulge(const bidiagonal_t& b, int32_t start, int32_t end) {
 }
 
 // One implicit-shift QR sweep over the block: chases the bulge down the diagonal.
-static void sweep_block(bidiagonal_t* b, int32_t start, int32_t end) {
+void sweep_block(bidiagonal_t* b, int32_t start, int32_t end) {
   float* const s = b->s;
   float* const e = b->e;
   auto [f, g] = start_bulge(*b, start, end);
@@ -154,7 +156,7 @@ static void sweep_block(bidiagonal_t* b, int32_t start, int32_t end) {
   e[end - 2] = f;
 }
 
-static void diagonalise(iteration_t* it) {
+void diagonalise(iteration_t* it) {
   bidiagonal_t* const b = &it->b;
   for (int32_t k = 0; k < b->cols; ++k) {
     it->norm = std::max(it->norm, fabsf(b->s[k]) + fabsf(b->e[k]));
@@ -178,7 +180,7 @@ static void diagonalise(iteration_t* it) {
   }
 }
 
-static void make_values_positive(bidiagonal_t* b) {
+void make_values_positive(bidiagonal_t* b) {
   for (int32_t k = 0; k < b->cols; ++k) {
     if (!(b->s[k] < 0.0f)) continue;
     b->s[k] = -b->s[k];
@@ -187,12 +189,12 @@ static void make_values_positive(bidiagonal_t* b) {
   }
 }
 
-static void swap_columns(float* matrix, int32_t rows, int32_t j, int32_t k) {
+void swap_columns(float* matrix, int32_t rows, int32_t j, int32_t k) {
   float* const column = matrix_at(matrix, rows, 0, j);
   std::swap_ranges(column, column + rows, matrix_at(matrix, rows, 0, k));
 }
 
-static void sort_values(bidiagonal_t* b) {
+void sort_values(bidiagonal_t* b) {
   for (int32_t k = 0; k < b->cols - 1; ++k) {
     const int32_t largest = static_cast<int32_t>(std::max_element(b->s + k, b->s + b->cols) - b->s);
     if (largest == k) continue;
@@ -201,6 +203,8 @@ static void sort_values(bidiagonal_t* b) {
     swap_columns(b->v, b->cols, k, largest);
   }
 }
+
+}  // namespace
 
 void svd(const float* a, int32_t rows, int32_t cols, float* scratch, float* u, float* s, float* v) {
   if (cols < 1) return;

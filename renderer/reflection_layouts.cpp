@@ -3,6 +3,7 @@
 #include <stddef.h>
 
 #include "ambisonics/ambisonics_base.h"
+#include "ambisonics/beam.h"
 #include "ambisonics/sphere_directions.h"
 #include "numerics/pinv.h"
 
@@ -15,7 +16,8 @@ void reflection_layout_decoder(uint32_t mode, uint32_t stride, float* matrix) {
   float inverse[PINV_MAX_ELEMENTS];
   float workspace[PINV_WORKSPACE_FLOATS];
   for (uint32_t v = 0; v < size; ++v) {
-    ambisonics_write_beam(mode, directions[v].azimuth, directions[v].elevation, beams + v * size);
+    ambisonics_write_beam(mode, directions[v].azimuth, directions[v].elevation,
+                          beams + size_t{v} * size);
   }
   // Column-major, the rows of beams read as the transpose: what comes back is its inverse.
   const int32_t beams_size[2] = {static_cast<int32_t>(size), static_cast<int32_t>(size)};

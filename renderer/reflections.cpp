@@ -12,6 +12,7 @@
 #include "numerics/float_matrix.h"
 #include "numerics/mix_rows.h"
 #include "renderer/reflection_layouts.h"
+#include "renderer/room_modules.h"
 
 static_assert(REFLECTIONS_MAX_LOUDSPEAKERS == reflection_layout_size(REFLECTIONS_MAX_MODE));
 static_assert(REFLECTIONS_MAX_PADDED == round_up_to_4(REFLECTIONS_MAX_LOUDSPEAKERS));

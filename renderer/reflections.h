@@ -77,17 +77,4 @@ ORVANE_API uint32_t ubr_process_reflections(ubr_reflections_t* reflections,
 // block; more than a delay line holds aborts the process. Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t ubr_reset_reflections(ubr_reflections_t* reflections, uint32_t frames);
 
-#ifdef __cplusplus
-// Makes a record that is zero-filled, with the defaults: off, in a room of 5 x 6 x 4 m, the
-// listener in its middle at a height of 1.6 m. Returns UBR_OK or UBR_NO_MEMORY.
-uint32_t reflections_init(ubr_reflections_t* reflections);
-
-// ubr_compute_reflections for a field of `ambisonics` and blocks of up to `max_frame_size` samples.
-uint32_t reflections_compute(ubr_reflections_t* reflections, const ambisonics_base_t* ambisonics,
-                             uint32_t max_frame_size);
-
-// Frees what the record owns and zeroes it; null and half-built records are accepted.
-void reflections_cleanup(ubr_reflections_t* reflections);
-#endif
-
 #endif  // ORVANE_RENDERER_REFLECTIONS_H_

@@ -4,6 +4,7 @@
 
 #include "base/memory.h"
 #include "base/result.h"
+#include "renderer/room_modules.h"
 
 namespace {
 

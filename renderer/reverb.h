@@ -28,20 +28,4 @@ typedef struct ubr_reverb_t {
 ORVANE_API uint32_t ubr_process_reverb(ubr_reverb_t* reverb, const float* omni,
                                        float* const* outputs, uint32_t frames);
 
-#ifdef __cplusplus
-// Makes a record that is zero-filled, with the default settings and a generator that starts afresh.
-// Returns UBR_OK, UBR_INVALID for blocks longer than the reverberator takes, or UBR_NO_MEMORY.
-uint32_t reverb_init(ubr_reverb_t* reverb, uint32_t max_frame_size);
-
-// Makes it ready for blocks of up to `max_frame_size` samples with a new response, which drops the
-// tail. Returns as reverb_init, UBR_INVALID with nothing changed.
-uint32_t reverb_set_max_frame_size(ubr_reverb_t* reverb, uint32_t max_frame_size);
-
-// Draws a new response for the settings; drops the tail. Returns vn_prepare_to_play's code.
-uint32_t reverb_prepare(ubr_reverb_t* reverb);
-
-// Frees what the record owns and zeroes it; null and half-built records are accepted.
-void reverb_cleanup(ubr_reverb_t* reverb);
-#endif
-
 #endif  // ORVANE_RENDERER_REVERB_H_

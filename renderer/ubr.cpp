@@ -8,6 +8,7 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/float_matrix.h"
+#include "renderer/room_modules.h"
 
 namespace {
 

@@ -34,7 +34,7 @@ enum ubr_render_mode {
 enum {
   UBR_MAX_INPUTS = 128,
   UBR_MIN_FRAME_SIZE = 64,    // accepted maximum frame sizes at initialisation
-  UBR_MAX_FRAME_SIZE = 1024,  // growing later has no upper bound
+  UBR_MAX_FRAME_SIZE = 1024,  // growing later: see ubr_set_max_frame_size
   UBR_DOWNMIX_INPUTS = 8,
 };
 

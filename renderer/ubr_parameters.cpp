@@ -2,6 +2,7 @@
 #include <math.h>
 
 #include "base/result.h"
+#include "renderer/room_modules.h"
 #include "renderer/ubr.h"
 
 namespace {

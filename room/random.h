@@ -5,11 +5,10 @@
 #include <stdint.h>
 
 #include "base/export.h"
+#include "room/random_state.h"
 
-// Words of a generator's state: 624 of the twister, then the index of the next one to use.
-enum { RANDOM_STATE_WORDS = 625 };
-
-// Starts a generator afresh: the standard initialisation with seed 5489.
+// Starts a generator of RANDOM_STATE_WORDS words afresh: the standard initialisation with seed
+// 5489.
 ORVANE_EXTERN_C void random_init(uint32_t* state);
 
 // The next number, uniform over the multiples of 2^-53 in (0, 1).

@@ -10,6 +10,7 @@
 #include "base/checked.h"
 #include "base/memory.h"
 #include "base/result.h"
+#include "room/random.h"
 #include "room/velvet_response.h"
 
 namespace {

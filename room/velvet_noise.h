@@ -13,7 +13,7 @@
 #include <stdint.h>
 
 #include "base/export.h"
-#include "room/random.h"
+#include "room/random_state.h"
 
 struct PFFFT_Setup;
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ambisonics/binauralizer_built.h"
 #include "ambisonics/sh_hrir.h"
 #include "base/result.h"
 #include "tests/support/failing_alloc.h"

@@ -89,27 +89,6 @@ TEST(RoomTailTest, FollowsTheSoundByThePreDelay) {
   }
 }
 
-TEST(RoomReflectionsTest, TheNearestWallIsHeardFirstAndFromItsSide) {
-  TestRenderer renderer(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 480, 4);
-  renderer.dry();
-  const Planar direct = impulse_response(renderer, 0.1);
-  // Bare left wall, the others swallow everything.
-  for (uint32_t wall = 0; wall < 6; ++wall) {
-    const float absorption = wall == 2 ? 0.0f : 1.0f;
-    ubr_set_reflections_param(&renderer.r, UBR_REFLECTIONS_ABSORPTION + wall, absorption);
-  }
-  renderer.reflect(4);
-  Planar ears = impulse_response(renderer, 0.1);
-  for (const uint32_t ear : {0u, 1u}) {
-    for (size_t t = 0; t < ears[ear].size(); ++t) ears[ear][t] -= direct[ear][t];
-  }
-  // The image is 6 m to the left of a source 1 m ahead. Before it, only the loss on the way to the
-  // other walls is heard, which is subtracted from gains of 0.
-  const auto arrival = static_cast<ptrdiff_t>(std::hypot(1.0, 6.0) / 343.0 * kRate);
-  EXPECT_LT(peak({ears[0].begin(), ears[0].begin() + arrival}), 0.3f * peak(ears[0]));
-  EXPECT_GT(energy(ears[0], 0), 4.0 * energy(ears[1], 0));
-}
-
 // The highest level beyond 500 Hz from 1 kHz, in dB relative to the highest within.
 double splatter_db(const std::vector<float>& samples) {
   constexpr int kSize = 32768;
