@@ -128,6 +128,7 @@ TEST(EffectSetParameterTest, ReverbAndReflectionsAreHeardFromTheNextBlock) {
   bed[2] = 1.0f;  // front centre
   const std::vector<float> direct = dry.render(bed, 6, {512}),
                            reflected = room.render(bed, 6, {512});
+  ASSERT_EQ(direct.size(), reflected.size());
   EXPECT_LT(peak({direct.begin() + 2048, direct.end()}), 1e-6f);
   EXPECT_GT(peak({reflected.begin() + 2048, reflected.begin() + 4096}), 1e-3f);
   ASSERT_EQ(0, room.set_float(100, 1.0f));

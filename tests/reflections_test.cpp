@@ -160,6 +160,15 @@ TEST(ReflectionsTest, ResetAndComputeSilenceWhatIsInFlight) {
   }
 }
 
+TEST(ReflectionsTest, ALargerLayoutNeedsMoreDelayLinesOfTheSameLength) {
+  Reflecting test(1, 4);
+  ASSERT_EQ(UBR_OK, ubr_set_max_frame_size(&test.r, 1024));
+  test.reflect(4);
+  EXPECT_EQ(2048u, test.reflections->delay_line_length) << "blocks are longer than any delay";
+  EXPECT_EQ(25u, test.reflections->num_delay_lines);
+  EXPECT_TRUE(std::isfinite(peak(test.process(planar_noise(25, 4000, 1))[24])));
+}
+
 TEST(ReflectionsModeTest, NothingRendersBetweenAModeAndItsCompute) {
   Reflecting test(0);
   ubr_t* r = &test.r;
