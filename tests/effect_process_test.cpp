@@ -127,6 +127,17 @@ TEST(EffectBlockTest, IsWrittenOrAddedAsConfiguredAlsoInPlace) {
   EXPECT_EQ(written, samples);
 }
 
+TEST(EffectBlockTest, IsAddedAfterInitAndStartsSilentAfterEnable) {
+  EffectHost host;
+  ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_7POINT1, EFFECT_BUFFER_ACCESS_WRITE));
+  ASSERT_LT(0.01f, peak(host.render(noise(8 * 64, 7), 8, {64})));
+  ASSERT_EQ(0, host.send(EFFECT_CMD_INIT));
+  ASSERT_EQ(0, host.send(EFFECT_CMD_ENABLE));
+  std::vector<float> silence(8 * 64), out(2 * 64, 0.5f);
+  ASSERT_EQ(0, host.process(silence, out));
+  EXPECT_EQ(std::vector<float>(2 * 64, 0.5f), out);
+}
+
 TEST(EffectBlockTest, IsRefusedWithoutTouchingTheOutput) {
   EffectHost host;
   ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_5POINT1));
