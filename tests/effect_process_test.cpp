@@ -160,32 +160,42 @@ TEST(EffectBlockTest, IsRefusedWithoutTouchingTheOutput) {
   EXPECT_EQ(untouched, out);
 }
 
-TEST(EffectThreadsTest, CommandsMayArriveDuringABlock) {
+// Has commands arrive while blocks are rendered, 20 of them reconfigurations. Returns how many
+// blocks the renderer refused.
+int race_commands_with_blocks(uint32_t mask, uint32_t other_mask) {
   EffectHost host;
-  ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_5POINT1));
+  EXPECT_EQ(0, host.configure_and_enable(mask));
   std::atomic<bool> done = false;
-  std::atomic<int> rendered = 0;
+  std::atomic<int> rendered = 0, refused = 0;
   std::thread audio([&] {
-    // Room for the larger of the two layouts.
-    auto in = noise(8 * 64, 6);
+    auto in = noise(8 * 64, 6);  // room for either layout
     while (!done) {
       std::vector<float> out(2 * 64);
       const int32_t result = host.process(in, out);
       EXPECT_TRUE(result == 0 || result == -EINVAL || result == -ENODATA || result == -1) << result;
       if (result == 0) ++rendered;
+      if (result == -1) ++refused;
       EXPECT_TRUE(isfinite(peak(out)));
     }
   });
   for (int i = 0; i < 20; ++i) {
     for (int j = 0; j < 20; ++j) host.set_pose(0.0f, 0.0f, 0.05f * static_cast<float>(j));
     host.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr);
-    if (i % 5 == 0) host.configure(i % 2 ? AUDIO_CHANNEL_OUT_5POINT1 : AUDIO_CHANNEL_OUT_7POINT1);
+    EXPECT_EQ(0, host.configure(i % 2 ? mask : other_mask));
     host.send(EFFECT_CMD_DISABLE);
     host.send(EFFECT_CMD_ENABLE);
+    for (const int so_far = rendered; rendered == so_far;) std::this_thread::yield();
   }
-  for (const int so_far = rendered; rendered == so_far;) std::this_thread::yield();
   done = true;
   audio.join();
+  return refused;
+}
+
+TEST(EffectThreadsTest, CommandsMayArriveDuringABlock) {
+  EXPECT_EQ(0,
+            race_commands_with_blocks(AUDIO_CHANNEL_OUT_5POINT1POINT2, AUDIO_CHANNEL_OUT_7POINT1));
+  // A block that has looked up the number of channels just before it changes is refused.
+  EXPECT_GE(20, race_commands_with_blocks(AUDIO_CHANNEL_OUT_5POINT1, AUDIO_CHANNEL_OUT_7POINT1));
 }
 
 }  // namespace
