@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 
+#include "effect/orvane.h"
 #include "tests/support/effect_host.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/log_capture.h"
@@ -78,6 +79,18 @@ TEST(EffectStateTest, OnlyAnEnabledInstanceRenders) {
             log.problems());
 }
 
+TEST(EffectStateTest, TheLockIsThereOnceConfigured) {
+  EffectHost host;
+  const orvane_object_t& object = orvane_module(host.handle())->object;
+  EXPECT_EQ(nullptr, object.lock);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(0, host.configure(AUDIO_CHANNEL_OUT_5POINT1));
+    EXPECT_EQ(&object.mutex, object.lock);
+    EXPECT_EQ(0, host.send(EFFECT_CMD_INIT));
+    EXPECT_EQ(nullptr, object.lock);
+  }
+}
+
 std::function<void(EffectHost&)> configure(uint32_t mask, int32_t status, uint32_t rate = 48000) {
   return [=](EffectHost& host) {
     effect_config_t config = stream_config(mask);
@@ -111,6 +124,7 @@ const struct {
     {"Mask of other count refused", configure(0xFF, -EINVAL), 8, -1, 0},
     {"Mask of no channels refused", configure(0x40000000, -EINVAL), 0, -1, 0},
     {"Mask of same count refused", configure(0x8000003F, -EINVAL), 6, 0, 0},
+    {"Mask with a bit of no position refused", configure(0x0400003F, -EINVAL), 6, 0, 0},
     {"Configure without memory", configure_without_memory, 6, -1, -EINVAL},
     {"Init and enable", init_and_enable, 8, -1, 0},
 };

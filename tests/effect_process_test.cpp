@@ -22,10 +22,10 @@ double ear_energy(const std::vector<float>& stereo, size_t ear) {
 }
 
 // The side that interleaved stereo comes from: Left, Right or Centre, where the ears differ by less
-// than a decibel.
+// than half a decibel.
 char side(const std::vector<float>& stereo) {
   const double left_db = 10.0 * log10(ear_energy(stereo, 0) / ear_energy(stereo, 1));
-  return left_db > 1.0 ? 'L' : left_db < -1.0 ? 'R' : 'C';
+  return left_db > 0.5 ? 'L' : left_db < -0.5 ? 'R' : 'C';
 }
 
 // Interleaved noise in one channel only.
@@ -36,27 +36,51 @@ std::vector<float> noise_in_channel(size_t channel, size_t channels, size_t fram
   return in;
 }
 
+// The side that noise in one channel comes from, once what was heard before has gone and the pose
+// is reached.
+char side_of_channel(EffectHost& host, size_t channel, size_t channels) {
+  const auto in = noise_in_channel(channel, channels, 512);
+  host.render(in, channels, {512});
+  const auto out = host.render(in, channels, {512});
+  EXPECT_GT(peak(out), 0.01f);
+  return side(out);
+}
+
 TEST(EffectLayoutTest, PlacesEveryChannelAtItsSide) {
+  // Turned to the left, the head has what is ahead at its right ear; 37.5 degrees lie between front
+  // pairs at 30 and at 45. On the left shoulder, it has what is above there.
+  const struct {
+    const char* head;
+    float x, y, z;  // rotation of the stage as the head sees it
+  } poses[] = {{"ahead", 0.0f, 0.0f, 0.0f},
+               {"turned by 37.5 degrees", 0.0f, 0.0f, -0.6545f},
+               {"turned by 90 degrees", 0.0f, 0.0f, -1.5708f},
+               {"on the left shoulder", 0.0f, 1.5708f, 0.0f}};
+  constexpr size_t kNumPoses = std::size(poses);
   const struct {
     uint32_t mask;
-    std::string sides;  // of each channel: Left, Right or Centre
-  } layouts[] = {{AUDIO_CHANNEL_OUT_5POINT1, "LRCCLR"},
-                 {AUDIO_CHANNEL_OUT_7POINT1, "LRCCLRLR"},
-                 {AUDIO_CHANNEL_OUT_5POINT1POINT2, "LRCCLRLR"},
-                 {AUDIO_CHANNEL_OUT_5POINT1POINT4, "LRCCLRLRLR"},
-                 {AUDIO_CHANNEL_OUT_7POINT1POINT4, "LRCCLRLRLRLR"},
-                 {AUDIO_CHANNEL_OUT_22POINT2, "LRCCLRLRLRLRLRCCCCLRLRCC"}};
+    std::string sides[kNumPoses];  // of each channel: Left, Right or Centre
+  } layouts[] = {
+      {AUDIO_CHANNEL_OUT_5POINT1, {"LRCCLR", "LRRCLR", "RRRCLL", "CCCCCC"}},
+      {AUDIO_CHANNEL_OUT_7POINT1, {"LRCCLRLR", "LRRCLRLR", "RRRCLLCC", "CCCCCCCC"}},
+      {AUDIO_CHANNEL_OUT_5POINT1POINT2, {"LRCCLRLR", "RRRCLRRR", "RRRCLLRR", "CCCCCCRR"}},
+      {AUDIO_CHANNEL_OUT_5POINT1POINT4, {"LRCCLRLRLR", "RRRCLRRRLR", "RRRCLLRRLL", "CCCCCCRRRR"}},
+      {AUDIO_CHANNEL_OUT_7POINT1POINT4,
+       {"LRCCLRLRLRLR", "LRRCLRLRLRLR", "RRRCLLCCRRLL", "CCCCCCCCRRRR"}},
+      {AUDIO_CHANNEL_OUT_22POINT2,
+       {"LRCCLRLRLRLRLRCCCCLRLRCC", "LRRCLRLRLRLRRRLCRLLRLRRC", "RRRCLLCCRRLLRRLCRLCCRRRC",
+        "CCCCCCCCRRRRCCCRRRRRLLLC"}}};
   for (const auto& layout : layouts) {
     EffectHost host;
     ASSERT_EQ(0, host.configure_and_enable(layout.mask));
-    const size_t channels = layout.sides.size();
-    for (size_t k = 0; k < channels; ++k) {
-      SCOPED_TRACE(layout.sides + ", channel " + std::to_string(k));
-      host.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr);
-      const auto out = host.render(noise_in_channel(k, channels, 2048), channels, {512});
-      ASSERT_EQ(4096u, out.size());
-      ASSERT_GT(peak(out), 0.01f);
-      EXPECT_EQ(layout.sides[k], side(out));
+    ASSERT_EQ(0, host.set_float(100, 0.0f));  // no tail, whose ears differ
+    for (size_t p = 0; p < kNumPoses; ++p) {
+      SCOPED_TRACE(layout.sides[0] + ", " + poses[p].head);
+      ASSERT_EQ(0, host.set_pose(poses[p].x, poses[p].y, poses[p].z));
+      const size_t channels = layout.sides[p].size();
+      std::string heard;
+      for (size_t k = 0; k < channels; ++k) heard += side_of_channel(host, k, channels);
+      EXPECT_EQ(layout.sides[p], heard);
     }
   }
 }
@@ -83,27 +107,16 @@ TEST(EffectLayoutTest, EveryLayoutIsFiniteInEveryRoom) {
   }
 }
 
-TEST(EffectPoseTest, TurnsTheStageAgainstTheHead) {
-  constexpr size_t kFrontCentre = 2, kSideLeft = 6, kTop = 15;  // channels of 22.2
-  const struct {
-    const char* head;
-    float x, y, z;  // rotation of the stage as the head sees it
-    size_t channel;
-    char side;
-  } poses[] = {{"turned left", 0.0f, 0.0f, -1.0f, kFrontCentre, 'R'},
-               {"turned right", 0.0f, 0.0f, 1.0f, kFrontCentre, 'L'},
-               {"facing its left side", 0.0f, 0.0f, -1.5708f, kSideLeft, 'C'},
-               {"nodding", 1.0f, 0.0f, 0.0f, kSideLeft, 'L'},
-               {"on the left shoulder", 0.0f, 1.5708f, 0.0f, kTop, 'R'}};
+TEST(EffectPoseTest, NodsAndTurnsAboutAllAxesAtOnce) {
+  constexpr size_t kSideLeft = 6, kTop = 15;  // channels of 22.2
   EffectHost host;
   ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_22POINT2));
-  for (const auto& pose : poses) {
-    SCOPED_TRACE(pose.head);
-    ASSERT_EQ(0, host.set_pose(pose.x, pose.y, pose.z));
-    const auto in = noise_in_channel(pose.channel, 24, 2048);
-    host.render(in, 24, {256});  // while the pose fades in
-    EXPECT_EQ(pose.side, side(host.render(in, 24, {256})));
-  }
+  ASSERT_EQ(0, host.set_float(100, 0.0f));
+  ASSERT_EQ(0, host.set_pose(1.0f, 0.0f, 0.0f));
+  EXPECT_EQ('L', side_of_channel(host, kSideLeft, 24));
+  // A third of a turn: each axis takes another's place, and a different one's if a sign is wrong.
+  ASSERT_EQ(0, host.set_pose(1.2092f, 1.2092f, 1.2092f));
+  EXPECT_EQ('R', side_of_channel(host, kTop, 24));
 }
 
 TEST(EffectBlockTest, DoesNotShowInTheSound) {
@@ -138,6 +151,17 @@ TEST(EffectBlockTest, IsWrittenOrAddedAsConfiguredAlsoInPlace) {
   EXPECT_EQ(written, samples);
 }
 
+TEST(EffectBlockTest, IsAddedAfterInitAndStartsSilentAfterEnable) {
+  EffectHost host;
+  ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_7POINT1, EFFECT_BUFFER_ACCESS_WRITE));
+  ASSERT_LT(0.01f, peak(host.render(noise(8 * 64, 7), 8, {64})));
+  ASSERT_EQ(0, host.send(EFFECT_CMD_INIT));
+  ASSERT_EQ(0, host.send(EFFECT_CMD_ENABLE));
+  std::vector<float> silence(8 * 64), out(2 * 64, 0.5f);
+  ASSERT_EQ(0, host.process(silence, out));
+  EXPECT_EQ(std::vector<float>(2 * 64, 0.5f), out);
+}
+
 TEST(EffectBlockTest, IsRefusedWithoutTouchingTheOutput) {
   EffectHost host;
   ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_5POINT1));
@@ -160,19 +184,21 @@ TEST(EffectBlockTest, IsRefusedWithoutTouchingTheOutput) {
   EXPECT_EQ(untouched, out);
 }
 
-TEST(EffectThreadsTest, CommandsMayArriveDuringABlock) {
+// Has commands arrive while blocks are rendered, 20 of them reconfigurations. Returns how many
+// blocks the renderer refused.
+int race_commands_with_blocks(uint32_t mask, uint32_t other_mask) {
   EffectHost host;
-  ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_5POINT1));
+  EXPECT_EQ(0, host.configure_and_enable(mask));
   std::atomic<bool> done = false;
-  std::atomic<int> rendered = 0;
+  std::atomic<int> rendered = 0, refused = 0;
   std::thread audio([&] {
-    // Room for the larger of the two layouts.
-    auto in = noise(8 * 64, 6);
+    auto in = noise(8 * 64, 6);  // room for either layout
     while (!done) {
       std::vector<float> out(2 * 64);
       const int32_t result = host.process(in, out);
       EXPECT_TRUE(result == 0 || result == -EINVAL || result == -ENODATA || result == -1) << result;
       if (result == 0) ++rendered;
+      if (result == -1) ++refused;
       EXPECT_TRUE(isfinite(peak(out)));
     }
   });
@@ -182,13 +208,21 @@ TEST(EffectThreadsTest, CommandsMayArriveDuringABlock) {
     host.set_float(200, static_cast<float>(i % 5));
     host.set_float(201, 2.0f + 0.5f * static_cast<float>(i));
     host.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr);
-    if (i % 5 == 0) host.configure(i % 2 ? AUDIO_CHANNEL_OUT_5POINT1 : AUDIO_CHANNEL_OUT_7POINT1);
+    EXPECT_EQ(0, host.configure(i % 2 ? mask : other_mask));
     host.send(EFFECT_CMD_DISABLE);
     host.send(EFFECT_CMD_ENABLE);
+    for (const int so_far = rendered; rendered == so_far;) std::this_thread::yield();
   }
-  for (const int so_far = rendered; rendered == so_far;) std::this_thread::yield();
   done = true;
   audio.join();
+  return refused;
+}
+
+TEST(EffectThreadsTest, CommandsMayArriveDuringABlock) {
+  EXPECT_EQ(0,
+            race_commands_with_blocks(AUDIO_CHANNEL_OUT_5POINT1POINT2, AUDIO_CHANNEL_OUT_7POINT1));
+  // A block that has looked up the number of channels just before it changes is refused.
+  EXPECT_GE(20, race_commands_with_blocks(AUDIO_CHANNEL_OUT_5POINT1, AUDIO_CHANNEL_OUT_7POINT1));
 }
 
 }  // namespace

@@ -85,6 +85,15 @@ Matrix bidiagonal_with_zero(int32_t n, int32_t zero) {
   return a;
 }
 
+// Bidiagonal as it stands: the coupling of the small block is an epsilon of the large one.
+Matrix bidiagonal_of_two_scales() {
+  Matrix a = identity(4);
+  a(0, 0) = a(1, 1) = 0x1p-20;
+  a(0, 1) = 0x1p-23;
+  a(2, 3) = 0.5;
+  return a;
+}
+
 struct PinvCase {
   const char* name;
   Matrix a;
@@ -116,7 +125,8 @@ INSTANTIATE_TEST_SUITE_P(
         PinvCase{"EqualColumns", with_equal_columns(random_matrix(9, 6))},
         PinvCase{"EqualColumnsOfWide", with_equal_columns(random_matrix(6, 9))},
         PinvCase{"LastDiagonalZero", bidiagonal_with_zero(6, 5)},
-        PinvCase{"InnerDiagonalZero", bidiagonal_with_zero(6, 2)}, PinvCase{"Zero", Matrix(4, 3)}),
+        PinvCase{"InnerDiagonalZero", bidiagonal_with_zero(6, 2)},
+        PinvCase{"TwoScales", bidiagonal_of_two_scales()}, PinvCase{"Zero", Matrix(4, 3)}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST(PinvValueTest, IdentityIsItsOwnInverse) {

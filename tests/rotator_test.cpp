@@ -113,8 +113,9 @@ TEST(RotatorPitchTest, KeepsOneDegreeFromTheUpperPoleOnly) {
   TestRotator rotator(1, 8);
   for (const auto& c : cases) {
     EXPECT_EQ(UBR_OK, rotator.set({0.0, c.set, 0.0}, ROTATOR_YAW_PITCH_ROLL));
-    const double cosine = std::cos(c.heard * std::numbers::pi / 180.0);
-    EXPECT_NEAR(cosine, rotator.r.orientation_matrix[8], 3e-7) << c.set;
+    const double heard = c.heard * std::numbers::pi / 180.0;
+    EXPECT_NEAR(std::cos(heard), rotator.r.orientation_matrix[8], 3e-7) << c.set;
+    EXPECT_NEAR(std::sin(heard), rotator.r.orientation_matrix[2], 3e-7) << c.set;
   }
 }
 
