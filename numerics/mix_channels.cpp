@@ -95,6 +95,7 @@ HWY_INLINE uint32_t MixTiles(D d, const Mix& mix, uint32_t t, uint32_t frames) {
 template <bool kFades>
 HWY_INLINE void MixFrames(const Mix& mix, uint32_t frames) {
   uint32_t t = MixTiles<2, kFades>(hn::ScalableTag<float>(), mix, 0, frames);
+  t = MixTiles<1, kFades>(hn::ScalableTag<float>(), mix, t, frames);
   t = MixTiles<1, kFades>(hn::CappedTag<float, 4>(), mix, t, frames);
   MixTiles<1, kFades>(hn::CappedTag<float, 1>(), mix, t, frames);
 }
