@@ -1,7 +1,11 @@
 // Ambisonics to two ears: every channel is convolved with the compiled-in response of its spherical
 // harmonic and summed, by overlap-add in the frequency domain, one transform per block and channel.
 // Only left-ear responses are stored. The head is taken as symmetric, so the right ear is the same
-// sum with the channels of negative order m negated. The responses delay the signal by 145 samples.
+// sum with the channels of negative order m negated: with S the sum over m >= 0 and A that over
+// m < 0, left = S + A and right = S - A. The responses delay the signal by 145 samples.
+//
+// Blocks are transformed at the shortest of a few lengths that holds them and the response, however
+// long the maximum; a block beyond the longest length is rendered in pieces.
 #ifndef ORVANE_AMBISONICS_BINAURALIZER_H_
 #define ORVANE_AMBISONICS_BINAURALIZER_H_
 
@@ -12,21 +16,26 @@
 
 struct PFFFT_Setup;
 
+enum { BINAURALIZER_MAX_TRANSFORMS = 3 };
+
 typedef struct binauralizer_t {
   uint32_t num_ears;         // 2: left, right
   uint32_t num_sh_channels;  // (order + 1)^2
   uint32_t hrir_length;      // taps of a response
-  uint32_t fft_size;         // N: power of two, at least maximum frame + hrir_length
-  uint32_t tail_length;      // N minus the frames of this block: samples kept as overlap
+  uint32_t fft_size;     // N: power of two, at least maximum frame + hrir_length. The overlap is
+                         // counted by it; transforms are as long as their block needs
+  uint32_t tail_length;  // N minus the frames of this block: samples kept as overlap
   uint32_t prev_tail_length;
   int32_t* sh_degree_m;             // order m of every channel
-  float* time_buffer;               // N
-  float** overlap_tails;            // num_ears rows of N - 1
-  float* spectrum_buffer;           // N
-  ubr_float_matrix_t hrtf_spectra;  // num_sh_channels x N, PFFFT's internal layout
-  float** ear_spectra;              // num_ears rows of N
-  struct PFFFT_Setup* fft_setup;
-  float* fft_work;  // private: N, only where the transform would need too much stack
+  float* time_buffer;               // a block, padded to the length of its transform
+  float** overlap_tails;            // num_ears rows of N - 1; zero beyond hrir_length - 1
+  float* spectrum_buffer;           // spectra of a few channels
+  ubr_float_matrix_t hrtf_spectra;  // num_sh_channels rows: spectra of the response at each length
+                                    // in turn, scaled by 1 / length, PFFFT's internal layout
+  float** ear_spectra;              // num_ears rows: S and A, as spectra and then as samples
+  struct PFFFT_Setup* fft_setup;    // the longest of fft_setups
+  struct PFFFT_Setup* fft_setups[BINAURALIZER_MAX_TRANSFORMS];  // private: shortest first
+  uint32_t num_transforms;                                      // private
 } binauralizer_t;
 
 // Builds a binauralizer for orders 0 to 4 and blocks of up to `max_frame_size` samples.
@@ -40,10 +49,11 @@ ORVANE_API uint32_t binauralizer_init(binauralizer_t* binauralizer, uint32_t ord
 //
 //   sh_in       num_sh_channels channels of `frame_size` samples, ACN/SN3D
 //   ears_out    left and right, `frame_size` samples each, overwritten
-//   frame_size  1 to the maximum given at init, in any mix; above the transform's length it aborts
+//   frame_size  1 to the maximum given at init, in any mix; above fft_size it aborts
 //
-// A sample that is not finite spoils the output until fft_size samples later, not longer. A record
-// that is not built, as after a failure, renders silence. Returns UBR_OK. Allocates nothing.
+// A sample that is not finite spoils the output until hrir_length samples after its block, not
+// longer. A record that is not built, as after a failure, renders silence. Returns UBR_OK.
+// Allocates nothing.
 ORVANE_API uint32_t binauralizer_process(binauralizer_t* binauralizer, const float* const* sh_in,
                                          float* const* ears_out, uint32_t frame_size);
 

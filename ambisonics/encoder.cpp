@@ -6,7 +6,7 @@
 #include "base/checked.h"
 #include "base/memory.h"
 #include "base/result.h"
-#include "numerics/mix_rows.h"
+#include "numerics/mix_channels.h"
 
 namespace {
 
@@ -23,16 +23,14 @@ void update_geometry(const encoder_t* e, encoder_source_t* source) {
   source->distance_gain = fades ? 1.0f / source->distance : 1.0f;
 }
 
-// Packs samples and beams of the selected sources into the first rows of the input and the gain
-// matrix and returns how many there are. The padding needs no clearing: that of the gain matrix is
-// never written, that of the sample rows only reaches samples which nobody reads.
-uint32_t gather_sources(encoder_t* e, const float* const* inputs, uint32_t frames,
+// Collects samples and beams of the selected sources and returns how many there are.
+uint32_t gather_sources(encoder_t* e, const float* const* inputs,
                         bool (*is_selected)(uint32_t type)) {
   uint32_t row = 0;
   for (uint32_t s = 0; s < e->num_sources; ++s) {
     const encoder_source_t& source = e->sources[s];
     if (!is_selected(source.type)) continue;
-    memcpy(e->input_matrix + size_t{row} * e->padded_frame, inputs[s], frames * sizeof(float));
+    e->selected_inputs[row] = inputs[s];
     memcpy(e->gain_matrix + size_t{row} * e->padded_channels, source.beam,
            e->ambisonics->num_channels * sizeof(float));
     ++row;
@@ -40,29 +38,12 @@ uint32_t gather_sources(encoder_t* e, const float* const* inputs, uint32_t frame
   return row;
 }
 
-// output_matrix = transpose of the gain matrix * input_matrix, over the first `rows` rows of both.
-void mix_sources(encoder_t* e, uint32_t rows, uint32_t frames) {
-  mix_rows({e->gain_matrix, e->padded_channels, 1}, {e->input_matrix, e->padded_frame, rows},
-           {e->output_matrix, e->padded_frame, e->padded_channels}, round_up_to_4(frames));
-}
-
-void write_outputs(const encoder_t* e, float* const* outputs, uint32_t frames,
-                   uint32_t accumulate) {
-  for (uint32_t c = 0; c < e->ambisonics->num_channels; ++c) {
-    const float* row = e->output_matrix + size_t{c} * e->padded_frame;
-    if (accumulate) {
-      for (uint32_t t = 0; t < frames; ++t) outputs[c][t] += row[t];
-    } else {
-      memcpy(outputs[c], row, frames * sizeof(float));
-    }
-  }
-}
-
 void encode(encoder_t* e, const float* const* inputs, float* const* outputs, uint32_t frames,
             uint32_t accumulate, bool (*is_selected)(uint32_t type)) {
-  const uint32_t rows = gather_sources(e, inputs, frames, is_selected);
-  mix_sources(e, rows, frames);
-  write_outputs(e, outputs, frames, accumulate);
+  const uint32_t rows = gather_sources(e, inputs, is_selected);
+  if (rows == 0 && accumulate) return;
+  mix_channels({e->gain_matrix, e->padded_channels, 1}, {e->selected_inputs, rows},
+               {outputs, e->ambisonics->num_channels}, frames, accumulate != 0);
 }
 
 void add_lfe(const encoder_t* e, const float* const* inputs, float* omni, uint32_t frames) {
@@ -85,10 +66,14 @@ uint32_t encoder_init(encoder_t* e, const ambisonics_base_t* ambisonics, uint32_
   e->padded_channels = round_up_to_4(ambisonics->num_channels);
   e->padded_frame = round_up_to_4(max_frame_size);
   e->sources = alloc_zeroed<encoder_source_t>(num_sources);
-  e->input_matrix = alloc_zeroed<float>(e->padded_sources, e->padded_frame);
+  e->input_matrix = alloc_zeroed<float>(1u);
   e->gain_matrix = alloc_zeroed<float>(e->padded_sources, e->padded_channels);
-  e->output_matrix = alloc_zeroed<float>(e->padded_channels, e->padded_frame);
-  if (!e->sources || !e->input_matrix || !e->gain_matrix || !e->output_matrix) return UBR_NO_MEMORY;
+  e->output_matrix = alloc_zeroed<float>(1u);
+  e->selected_inputs = alloc_zeroed<const float*>(num_sources);
+  if (!e->sources || !e->input_matrix || !e->gain_matrix || !e->output_matrix ||
+      !e->selected_inputs) {
+    return UBR_NO_MEMORY;
+  }
   for (uint32_t s = 0; s < num_sources; ++s) encoder_set_source_position(e, s, 1.0f, 0.0f, 0.0f);
   return UBR_OK;
 }
@@ -137,18 +122,8 @@ uint32_t encoder_reset(encoder_t* e) { return encoder_set_user_position(e, 0.0f,
 
 uint32_t encoder_reset_max_frame_size(encoder_t* e, uint32_t max_frame_size) {
   if (!e) return UBR_MISSING;
-  const uint32_t padded_frame = round_up_to_4(max_frame_size);
-  float* input_matrix = alloc_zeroed<float>(e->padded_sources, padded_frame);
-  float* output_matrix = alloc_zeroed<float>(e->padded_channels, padded_frame);
-  if (!input_matrix || !output_matrix) {
-    release(input_matrix, output_matrix);
-    return UBR_NO_MEMORY;
-  }
-  release(e->input_matrix, e->output_matrix);
-  e->input_matrix = input_matrix;
-  e->output_matrix = output_matrix;
   e->max_frame_size = max_frame_size;
-  e->padded_frame = padded_frame;
+  e->padded_frame = round_up_to_4(max_frame_size);
   return UBR_OK;
 }
 
@@ -189,7 +164,7 @@ uint32_t encoder_process_static(encoder_t* e, const float* const* inputs, float*
 
 uint32_t encoder_cleanup(encoder_t* e) {
   if (!e) return UBR_OK;
-  release(e->sources, e->input_matrix, e->gain_matrix, e->output_matrix);
+  release(e->sources, e->input_matrix, e->gain_matrix, e->output_matrix, e->selected_inputs);
   *e = {};
   return UBR_OK;
 }

@@ -1,6 +1,7 @@
 // Encodes mono sources into ambisonics. Each source carries a cached beam; one pass is one matrix
-// product of the beams with the block of samples. No state crosses a block: a new beam applies from
-// the first sample of the next block, nothing is interpolated.
+// product of the beams with the block of samples, from the inputs straight to the outputs. No state
+// crosses a block: a new beam applies from the first sample of the next block, nothing is
+// interpolated.
 #ifndef ORVANE_AMBISONICS_ENCODER_H_
 #define ORVANE_AMBISONICS_ENCODER_H_
 
@@ -33,12 +34,13 @@ typedef struct encoder_t {
   float user_position[3];  // listener x, y, z in metres
   encoder_source_t* sources;
   const ambisonics_base_t* ambisonics;  // shared, not owned
-  float* input_matrix;                  // padded_sources x padded_frame
-  float* gain_matrix;                   // padded_sources x padded_channels
-  float* output_matrix;                 // padded_channels x padded_frame
+  float* input_matrix;                  // unused, one float: samples are read where they lie
+  float* gain_matrix;                   // padded_sources x padded_channels, the encoded beams
+  float* output_matrix;                 // unused, one float: the sums go straight to the outputs
   uint32_t padded_sources;              // sizes rounded up to multiples of four
   uint32_t padded_channels;
   uint32_t padded_frame;
+  const float** selected_inputs;  // private: num_sources, the samples of the encoded sources
 } encoder_t;
 
 // Builds an encoder whose sources all are of type 0, straight ahead at 1 m.
@@ -69,15 +71,15 @@ ORVANE_API uint32_t encoder_set_user_position(encoder_t* encoder, float x, float
 // encoder_set_user_position at the origin.
 ORVANE_API uint32_t encoder_reset(encoder_t* encoder);
 
-// Resizes the scratch for blocks of up to `max_frame_size` samples.
-// Returns UBR_OK; UBR_MISSING for null; UBR_NO_MEMORY with the encoder as it was.
+// Accepts blocks of up to `max_frame_size` samples. Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t encoder_reset_max_frame_size(encoder_t* encoder, uint32_t max_frame_size);
 
 // Encodes one block in the given mode: 0 both passes, 1 dynamic, 2 static (each overwriting),
 // 3 dynamic added, 4 static added to the outputs; any other mode does nothing.
 //
 //   inputs   num_sources channels of `frames` samples
-//   outputs  ambisonics->num_channels channels of `frames` samples, ACN/SN3D
+//   outputs  ambisonics->num_channels channels of `frames` samples, ACN/SN3D; none of them may
+//            overlap an input
 //
 // Returns UBR_OK, or UBR_MISSING for a null encoder or more than max_frame_size frames.
 ORVANE_API uint32_t encoder_process(encoder_t* encoder, const float* const* inputs,

@@ -30,11 +30,11 @@ typedef struct rotator_t {
   ubr_float_matrix_t directions_xyz;  // num_channels x 3, unit vectors
   ubr_float_matrix_t directions_sph;  // num_channels x 2, azimuth and elevation in radians
   float** rotated_beams;              // B: num_channels rows of num_channels
-  float* input_buffer;                // padded_channels x padded_frame
+  float* input_buffer;                // unused, one float: samples are read where they lie
   float* previous_matrix;             // P: matrix at the end of the last block
   float* current_matrix;              // R: matrix of the newest orientation
   float* delta_matrix;                // D: increment per sample of the current block
-  float* output_buffer;               // padded_channels x padded_frame
+  float* output_buffer;               // unused, one float: the sums go straight to the outputs
   uint32_t padded_channels;           // row stride of P, R and D
   uint32_t max_frame_size;
   uint32_t padded_frame;
@@ -61,11 +61,12 @@ ORVANE_API uint32_t rotator_set_orientation(rotator_t* rotator, const float orie
 // Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t rotator_reset(rotator_t* rotator);
 
-// Resizes the scratch for blocks of up to `max_frame_size` samples; matrices stay.
-// Returns UBR_OK; UBR_MISSING for null; UBR_NO_MEMORY with the rotator as it was.
+// Accepts blocks of up to `max_frame_size` samples; matrices stay.
+// Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t rotator_reset_max_frame_size(rotator_t* rotator, uint32_t max_frame_size);
 
-// Rotates one block of num_channels channels from `inputs` to `outputs` (overwritten).
+// Rotates one block of num_channels channels from `inputs` to `outputs`, which are overwritten and
+// must not overlap the inputs.
 // Returns UBR_OK, or UBR_MISSING, nothing touched, for more than max_frame_size frames.
 // Allocates nothing.
 ORVANE_API uint32_t rotator_process(rotator_t* rotator, const float* const* inputs,

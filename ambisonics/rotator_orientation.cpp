@@ -13,7 +13,9 @@
 #include <string.h>
 
 #include "ambisonics/rotator.h"
+#include "ambisonics/unit_beam.h"
 #include "base/result.h"
+#include "numerics/mix_channels.h"
 
 namespace {
 
@@ -62,25 +64,22 @@ void rotation_vector_matrix(const float vector[3], float angle, float m[9]) {
 void turn_beams(rotator_t* r, const float m[9]) {
   for (uint32_t d = 0; d < r->ambisonics->num_channels; ++d) {
     const float* v = r->directions_xyz[d];
-    const float x = m[0] * v[0] + m[3] * v[1] + m[6] * v[2];
-    const float y = m[1] * v[0] + m[4] * v[1] + m[7] * v[2];
-    const float z = m[2] * v[0] + m[5] * v[1] + m[8] * v[2];
-    ambisonics_base_generate_beam(r->ambisonics, r->rotated_beams[d], atan2f(y, x),
-                                  atan2f(z, sqrtf(x * x + y * y)), 1.0f);
+    const float turned[3] = {m[0] * v[0] + m[3] * v[1] + m[6] * v[2],
+                             m[1] * v[0] + m[4] * v[1] + m[7] * v[2],
+                             m[2] * v[0] + m[5] * v[1] + m[8] * v[2]};
+    generate_unit_beam(*r->ambisonics, r->rotated_beams[d], turned);
   }
 }
 
 // R = inverse(Y) * B, d ascending.
 void update_current_matrix(rotator_t* r) {
-  const size_t num_channels = r->ambisonics->num_channels;
-  for (size_t i = 0; i < num_channels; ++i) {
-    const float* inverse_row = r->beam_matrix_pinv + i * num_channels;
-    float* row = r->current_matrix + i * r->padded_channels;
-    memset(row, 0, r->padded_channels * sizeof(float));
-    for (size_t d = 0; d < num_channels; ++d) {
-      for (size_t j = 0; j < num_channels; ++j) row[j] += inverse_row[d] * r->rotated_beams[d][j];
-    }
+  const uint32_t num_channels = r->ambisonics->num_channels;
+  float* rows[AMBISONICS_MAX_CHANNELS];
+  for (uint32_t i = 0; i < num_channels; ++i) {
+    rows[i] = r->current_matrix + size_t{i} * r->padded_channels;
   }
+  mix_channels({r->beam_matrix_pinv, 1, num_channels}, {r->rotated_beams, num_channels},
+               {rows, num_channels}, num_channels, false);
 }
 
 }  // namespace

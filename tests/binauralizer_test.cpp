@@ -94,7 +94,8 @@ INSTANTIATE_TEST_SUITE_P(
     Blocks, BinauralizerBlockTest,
     ::testing::Values(BlockCase{"OrderZero", 0, 240, {240}}, BlockCase{"OrderFour", 4, 256, {256}},
                       BlockCase{"MixedLengths", 4, 480, {480, 17, 1, 300, 480, 64}},
-                      BlockCase{"TransformTooLongForTheStack", 1, 4000, {2000, 500}}),
+                      BlockCase{"EveryTransform", 4, 1024, {1024, 257, 3, 258, 513, 64, 514}},
+                      BlockCase{"LongerThanEveryTransform", 1, 4000, {2000, 500}}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST(BinauralizerTest, RightEarHearsNegativeOrdersMirrored) {
@@ -112,6 +113,19 @@ TEST(BinauralizerTest, TransformHoldsBlockAndResponse) {
   const uint32_t sizes[][2] = {{1, 512}, {256, 512}, {257, 1024}, {960, 2048}, {1024, 2048}};
   for (const auto& [max_frame_size, fft_size] : sizes) {
     EXPECT_EQ(fft_size, TestBinauralizer(0, max_frame_size).b.fft_size) << max_frame_size;
+  }
+}
+
+TEST(BinauralizerTest, OverlapIsCountedByTheWholeTransformAndEndsWithTheResponse) {
+  TestBinauralizer binauralizer(4, 1024);
+  EXPECT_EQ(1024u, binauralizer.b.prev_tail_length);
+  binauralizer.render(planar_noise(25, 1041, 6), {1024, 17});
+  EXPECT_EQ(2048u - 17, binauralizer.b.prev_tail_length);
+  EXPECT_EQ(2048u - 17, binauralizer.b.tail_length);
+  for (const uint32_t ear : {0u, 1u}) {
+    const float* overlap = binauralizer.b.overlap_tails[ear];
+    EXPECT_GT(peak({overlap, overlap + SH_HRIR_TAPS - 1}), 0.0f);
+    EXPECT_EQ(0.0f, peak({overlap + SH_HRIR_TAPS - 1, overlap + 2047}));
   }
 }
 
@@ -141,13 +155,13 @@ TEST(BinauralizerTest, ResetForgetsTheInput) {
   EXPECT_EQ(fresh.render(input, {200})[0], used.render(input, {200})[0]);
 }
 
-TEST(BinauralizerTest, OutputIsFiniteAgainAfterOneTransformLength) {
+TEST(BinauralizerTest, OutputIsFiniteAgainOnceTheResponseHasPassed) {
   Planar input = planar_noise(1, 1000, 4);
   TestBinauralizer binauralizer(0, 100);
   input[0][0] = NAN;
   Planar ears = binauralizer.render(input, {100});
   EXPECT_TRUE(isnan(peak(ears[0])));
-  ears[0].erase(ears[0].begin(), ears[0].begin() + binauralizer.b.fft_size);
+  ears[0].erase(ears[0].begin(), ears[0].begin() + 100 + SH_HRIR_TAPS - 1);
   EXPECT_TRUE(isfinite(peak(ears[0])));
 }
 

@@ -142,6 +142,85 @@ TEST_P(RotatorRampTest, StepsEveryFourSamplesAndTheNextBlockStartsAtTheNewMatrix
 
 INSTANTIATE_TEST_SUITE_P(BlockLengths, RotatorRampTest, ::testing::Values(1, 4, 5, 62, 64));
 
+// The plain order of operations: every tile of four samples has its own full matrix, and the
+// matrix itself comes from beams by angles and the whole product with the inverse.
+class PlainRotator {
+ public:
+  explicit PlainRotator(const TestRotator& rotator)
+      : t_(rotator), size_(rotator.base.num_channels), current_(size_ * size_) {
+    follow({0, 0, 0});
+    previous_ = current_;
+  }
+  void follow(const Vector& vector) {
+    std::vector<float> beams;
+    for (uint32_t d = 0; d < size_; ++d) {
+      const float* v = t_.r.directions_xyz[d];
+      const auto beam = t_.beam(seen_by_head({v[0], v[1], v[2]}, vector, ROTATOR_ROTATION_VECTOR));
+      beams.insert(beams.end(), beam.begin(), beam.end());
+    }
+    for (size_t k = 0; k < size_ * size_; ++k) {
+      const size_t i = k / size_, j = k % size_;
+      current_[k] = 0.0f;
+      for (size_t d = 0; d < size_; ++d) {
+        current_[k] += t_.r.beam_matrix_pinv[i * size_ + d] * beams[d * size_ + j];
+      }
+    }
+  }
+  Planar process(const Planar& input) {
+    const size_t frames = input[0].size();
+    Planar output(size_, frames);
+    for (size_t t = 0; t < frames; ++t) {
+      const float done = static_cast<float>(t & ~size_t{3});
+      for (size_t k = 0; k < size_ * size_; ++k) {
+        const float step = (current_[k] - previous_[k]) * (1.0f / static_cast<float>(frames));
+        output[k % size_][t] += (previous_[k] + step * done) * input[k / size_][t];
+      }
+    }
+    previous_ = current_;
+    return output;
+  }
+  const std::vector<float>& matrix() const { return current_; }
+
+ private:
+  const TestRotator& t_;
+  size_t size_;
+  std::vector<float> current_, previous_;
+};
+
+float largest_peak(const Planar& signal) {
+  float largest = 0.0f;
+  for (size_t c = 0; c < signal.size(); ++c) largest = std::max(largest, peak(signal[c]));
+  return largest;
+}
+
+class RotatorPlainOrderTest : public ::testing::TestWithParam<uint32_t> {};
+
+TEST_P(RotatorPlainOrderTest, TurningAndRestingBlocksOfMixedLengthsAreTheSame) {
+  TestRotator rotator(GetParam(), 130);
+  PlainRotator plain(rotator);
+  const Vector turns[] = {{0.3, -0.2, 1.1}, {0.3, -0.2, 1.1}, {-2.0, 0.9, 0.4}, {0, 0, 3.1}};
+  uint32_t seed = 1;
+  for (const uint32_t frames : {130u, 16u, 7u, 1u, 64u, 99u}) {
+    const Vector& turn = turns[seed++ % 4];
+    rotator.set(turn, ROTATOR_ROTATION_VECTOR);
+    plain.follow(turn);
+    const size_t size = rotator.base.num_channels;
+    for (size_t k = 0; k < size * size; ++k) {
+      const float weight =
+          rotator.r.current_matrix[k / size * rotator.r.padded_channels + k % size];
+      ASSERT_NEAR(plain.matrix()[k], weight, 2e-6f) << k;
+    }
+    const Planar input = planar_noise(size, frames, 100 * seed);
+    const Planar expected = plain.process(input), output = rotator.process(input);
+    for (size_t c = 0; c < size; ++c) {
+      EXPECT_LT(max_difference(expected[c], output[c]), 2e-6f * largest_peak(expected))
+          << "channel " << c << ", " << frames << " frames";
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Orders, RotatorPlainOrderTest, ::testing::Range(0u, 5u));
+
 TEST(RotatorLimitTest, RefusalsChangeNothing) {
   const double inf = std::numeric_limits<double>::infinity(), nan = std::nan("");
   TestRotator rotator(1, 8);
