@@ -203,12 +203,12 @@ int race_commands_with_blocks(uint32_t mask, uint32_t other_mask) {
     }
   });
   for (int i = 0; i < 20; ++i) {
-    for (int j = 0; j < 20; ++j) host.set_pose(0.0f, 0.0f, 0.05f * static_cast<float>(j));
+    EXPECT_EQ(0, host.configure(i % 2 ? mask : other_mask));
     host.set_float(103, 0.01f * static_cast<float>(i));
     host.set_float(200, static_cast<float>(i % 5));
     host.set_float(201, 2.0f + 0.5f * static_cast<float>(i));
+    for (int j = 0; j < 20; ++j) host.set_pose(0.0f, 0.0f, 0.05f * static_cast<float>(j));
     host.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr);
-    EXPECT_EQ(0, host.configure(i % 2 ? mask : other_mask));
     host.send(EFFECT_CMD_DISABLE);
     host.send(EFFECT_CMD_ENABLE);
     for (const int so_far = rendered; rendered == so_far;) std::this_thread::yield();
