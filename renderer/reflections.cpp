@@ -15,6 +15,7 @@
 #include "renderer/room_modules.h"
 
 static_assert(REFLECTIONS_MAX_LOUDSPEAKERS == reflection_layout_size(REFLECTIONS_MAX_MODE));
+static_assert(int{REFLECTIONS_MAX_LOUDSPEAKERS} <= int{SHOEBOX_MAX_SOURCES});
 static_assert(REFLECTIONS_MAX_PADDED == round_up_to_4(REFLECTIONS_MAX_LOUDSPEAKERS));
 static_assert(sizeof(ubr_virtual_source_t) == 3 * sizeof(float));
 
@@ -41,6 +42,7 @@ uint32_t place_in_room(ubr_reflections_t* r, uint32_t* longest) {
     float& delay = r->scene.delay[checked_index(k, SHOEBOX_MAX_TAPS)];
     delay = roundf(delay * static_cast<float>(REFLECTIONS_SAMPLE_RATE));
     if (!(delay >= 0.0f && delay <= kMaxDelay)) return UBR_INVALID;
+    if (!isfinite(r->scene.gain[k]) || !isfinite(r->scene.elevation[k])) return UBR_INVALID;
     *longest = std::max(*longest, static_cast<uint32_t>(delay));
   }
   return UBR_OK;

@@ -5,6 +5,9 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "renderer/room_modules.h"
+#include "renderer/ubr.h"
+
+static_assert(int{VN_MAX_BLOCK_SIZE} >= int{UBR_MAX_FRAME_SIZE}, "every renderer has its tail");
 
 namespace {
 

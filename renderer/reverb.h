@@ -13,8 +13,8 @@ typedef struct ubr_reverb_t {
   uint32_t generator[RANDOM_STATE_WORDS];  // random numbers of the responses
   uint32_t frame_size;                     // samples of the current block
   uint32_t num_outputs;                    // 2: left and right ear
-  float* scratch;                          // num_outputs x frame_size: the tail of one block
-  uint32_t scratch_frames;                 // samples per output that scratch has room for
+  float* scratch;           // the tail of one block: num_outputs x frame_size of its samples
+  uint32_t scratch_frames;  // samples per output that scratch has room for
 } ubr_reverb_t;
 
 // Feeds one block of `omni` to the reverberator and adds its tail, at a fixed gain of 0.2, to

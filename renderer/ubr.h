@@ -119,7 +119,8 @@ ORVANE_API uint32_t ubr_init_reverb(ubr_t* renderer);
 ORVANE_API uint32_t ubr_set_downmix_coefficients(ubr_t* renderer);
 
 // Silences every module, puts the listener at the origin and the head straight ahead. Modules that
-// do not exist are passed over. Returns UBR_OK, UBR_MISSING for null, or the failing module's code.
+// do not exist are passed over. Reflections that ubr_set_user_position moved wait for a compute.
+// Returns UBR_OK, UBR_MISSING for null, or the failing module's code.
 ORVANE_API uint32_t ubr_reset(ubr_t* renderer);
 
 // Frees every module and buffer and zeroes the renderer (not the object itself, which is its
@@ -130,10 +131,11 @@ ORVANE_API uint32_t ubr_cleanup(ubr_t* renderer);
 // Grows every module for blocks of up to `max_frame_size` samples; a smaller size changes nothing.
 // Sound in flight is carried on, but for reflections and reverb tail: both are made anew. There is
 // no limit but the reverb's, UBR_MAX_FRAME_SIZE in binaural modes. Returns UBR_OK, UBR_MISSING for
-// null, UBR_INVALID, nothing changed, beyond the limit, or UBR_NO_MEMORY, after which
-// max_frame_size is the old one and a retry does the work again; until then blocks of the old
-// length still render. The module that ran out of memory while it was rebuilt is silent meanwhile;
-// reverb and reflections make such blocks report UBR_MISSING as well.
+// null, UBR_INVALID, nothing changed, beyond the limit, or UBR_NO_MEMORY, or UBR_INVALID for a
+// reflections mode that cannot be computed; after these max_frame_size is the old one and a retry
+// does the work again; until then blocks of the old length still render. The module that ran out of
+// memory while it was rebuilt is silent meanwhile; reverb and reflections make such blocks report
+// UBR_MISSING as well.
 ORVANE_API uint32_t ubr_set_max_frame_size(ubr_t* renderer, uint32_t max_frame_size);
 
 // Renders one block.
@@ -192,7 +194,7 @@ ORVANE_API uint32_t ubr_set_reflections_param(ubr_t* renderer, uint32_t id, floa
 // Applies room, listener and mode: computes every reflection anew and silences those in flight.
 // Returns UBR_OK; otherwise no reflections are ready, and ubr_process refuses a block that needs
 // them: UBR_MISSING for a null renderer or one without reflections; UBR_INVALID for a mode above 4,
-// one above the ambisonic order, or a room whose reflections have no delay; UBR_NO_MEMORY.
+// one above the ambisonic order, or a room whose reflections are not finite; UBR_NO_MEMORY.
 ORVANE_API uint32_t ubr_compute_reflections(ubr_t* renderer);
 
 // Sets one parameter of the reverb (ubr_reverb_param) and prepares the reverberator, which draws a

@@ -146,7 +146,7 @@ uint32_t vn_init(vn_state_t* state, uint32_t* const* rng) {
   if (!state || !rng || !*rng) return UBR_MISSING;
   *state = {};
   state->supported_rate = 48000;
-  state->max_block_size = 1024;
+  state->max_block_size = VN_MAX_BLOCK_SIZE;
   state->max_decay_s = 2.0f;
   state->max_pre_delay_ms = 100.0f;
   state->num_work_vectors = kNumWorkVectors;

@@ -17,7 +17,10 @@
 
 struct PFFFT_Setup;
 
-enum { VN_NUM_SETTINGS = 10 };
+enum {
+  VN_NUM_SETTINGS = 10,
+  VN_MAX_BLOCK_SIZE = 1024,
+};
 
 // The settings in storage order, all floats; see vn_prepare_to_play for what it refuses.
 typedef struct vn_config_t {
@@ -88,7 +91,7 @@ ORVANE_API uint32_t vn_prepare_to_play(uint32_t* rng, vn_state_t* state);
 //
 //   input     {frames, 1 or 2}. Deliberate: two channels are averaged into the caller's first one
 //   output    {frames, 2}: left, right, overwritten; zeros when enable or decay is 0
-//   frames    0 to the block size that the response was prepared for, in any mix
+//   frames    0 to the block size, as it is and as the response was prepared for; in any mix
 //
 // Returns UBR_OK, or UBR_MISSING, outputs untouched, for a null pointer, sizes that do not match,
 // or a state that is not prepared. Allocates nothing.
