@@ -38,7 +38,7 @@ constexpr char kHeadHelp[] = R"(Poses:
   towards the right shoulder).
     90,0,0    head turned to the left: a front source is at the right ear
     0,-90,0   face up: a front source is below, towards the chin
-    0,0,90    leaning to the right: a source at the left is above
+    0,0,90    leaning to the right: a source at the right is above
   A trajectory is a CSV file; its first line says what its columns are:
     time,yaw,pitch,roll   seconds, and angles as above
     time,qw,qx,qy,qz      the same turn of the head as a unit quaternion
