@@ -3,6 +3,7 @@
 #include <math.h>
 #include <stdlib.h>
 
+#include "ambisonics/beam.h"
 #include "base/memory.h"
 #include "base/result.h"
 
@@ -36,7 +37,10 @@ float sn3d(int32_t n, int32_t m) {
 
 // Associated Legendre functions p[n][m] of x = sin(elevation), with y = cos(elevation), positive
 // sign throughout (no Condon-Shortley phase).
-void evaluate_legendre(float x, float y, float p[kNumDegrees][kNumDegrees]) {
+void evaluate_legendre(float elevation, float p[kNumDegrees][kNumDegrees]) {
+  // The difference is taken in double: in single precision pi/2 itself would be off by 4e-8.
+  const float colatitude = static_cast<float>(kHalfPi - static_cast<double>(elevation));
+  const float x = cosf(colatitude), y = sinf(colatitude);
   const float x2 = x * x, y2 = y * y;
   p[0][0] = 1.0f;
   p[1][0] = x;
@@ -88,16 +92,25 @@ uint32_t ambisonics_base_init(ambisonics_base_t* b, ambisonics_config_t config) 
 
 uint32_t ambisonics_base_generate_beam(const ambisonics_base_t* b, float* beam, float azimuth,
                                        float elevation, float gain) {
-  // The difference is taken in double: in single precision pi/2 itself would be off by 4e-8.
-  const float colatitude = static_cast<float>(kHalfPi - static_cast<double>(elevation));
   float legendre[kNumDegrees][kNumDegrees];
-  evaluate_legendre(cosf(colatitude), sinf(colatitude), legendre);
+  evaluate_legendre(elevation, legendre);
   for (uint32_t i = 0; i < b->num_channels; ++i) {
     const int32_t n = b->degree_order[i][0];
     const int32_t m = b->degree_order[i][1];
     beam[i] = b->normalisation[i] * legendre[n][abs(m)] * azimuth_factor(m, azimuth) * gain;
   }
   return UBR_OK;
+}
+
+void ambisonics_write_beam(uint32_t order, float azimuth, float elevation, float* beam) {
+  float legendre[kNumDegrees][kNumDegrees];
+  evaluate_legendre(elevation, legendre);
+  const int32_t highest = static_cast<int32_t>(order);
+  for (int32_t n = 0; n <= highest; ++n) {
+    for (int32_t m = -n; m <= n; ++m) {
+      *beam++ = sn3d(n, m) * legendre[n][abs(m)] * azimuth_factor(m, azimuth);
+    }
+  }
 }
 
 uint32_t ambisonics_base_cleanup(ambisonics_base_t* b) {

@@ -120,6 +120,47 @@ int32_t set_head_to_stage(orvane_module_s* module, int32_t /*id*/, const void* v
   return 0;
 }
 
+float float_value(const void* value) {
+  float number = 0.0f;
+  memcpy(&number, value, sizeof(number));
+  return number;
+}
+
+int32_t set_reverb(orvane_module_s* module, int32_t id, const void* value) {
+  const float number = float_value(value);
+  const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REVERB);
+  uint32_t code = UBR_OK;
+  {
+    const ScopedLock lock(&module->object);
+    code = ubr_set_reverb_param(module->object.renderer, param, number);
+  }
+  if (code == UBR_OK) return 0;
+  ORVANE_LOGE("orvane_setParameter error: orvane set reverb param %d and value %f failed", id,
+              static_cast<double>(number));
+  return -EINVAL;
+}
+
+// One hold of the lock for both steps, so that no block meets reflections half changed.
+int32_t set_reflections(orvane_module_s* module, int32_t id, const void* value) {
+  const float number = float_value(value);
+  const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REFLECTIONS);
+  uint32_t set_code = UBR_OK, compute_code = UBR_OK;
+  {
+    const ScopedLock lock(&module->object);
+    ubr_t* renderer = module->object.renderer;
+    set_code = ubr_set_reflections_param(renderer, param, number);
+    if (set_code == UBR_OK) compute_code = ubr_compute_reflections(renderer);
+  }
+  if (set_code == UBR_OK && compute_code == UBR_OK) return 0;
+  if (set_code != UBR_OK) {
+    ORVANE_LOGE("orvane_setParameter error: orvane set reflection param %d and value %f failed", id,
+                static_cast<double>(number));
+  } else {
+    ORVANE_LOGE("orvane_setParameter error: error computing early reflections");
+  }
+  return -EINVAL;
+}
+
 int32_t ignore(orvane_module_s* /*module*/, int32_t /*id*/, const void* /*value*/) { return 0; }
 
 // A range of ids with what sets them: it finds value_size bytes at `value`, at any alignment, and
@@ -138,6 +179,10 @@ constexpr setter_t kSetters[] = {
     {SPATIALIZER_PARAM_HEAD_TO_STAGE, SPATIALIZER_PARAM_HEAD_TO_STAGE, 6 * sizeof(float), true,
      set_head_to_stage},
     {7, 8, 0, false, ignore},  // further poses and angles of devices; of no use here
+    {ORVANE_PARAM_REVERB, ORVANE_PARAM_REVERB + int32_t{UBR_NUM_REVERB_PARAMS} - 1, sizeof(float),
+     false, set_reverb},
+    {ORVANE_PARAM_REFLECTIONS, ORVANE_PARAM_REFLECTIONS + int32_t{UBR_NUM_REFLECTIONS_PARAMS} - 1,
+     sizeof(float), false, set_reflections},
 };
 
 int32_t wrong_size(uint32_t size, uint32_t expected) {

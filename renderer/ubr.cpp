@@ -8,6 +8,7 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/float_matrix.h"
+#include "renderer/room_modules.h"
 
 namespace {
 
@@ -76,6 +77,8 @@ uint32_t build_modules(ubr_t* r) {
   }
   if (is_binaural(*r)) {
     if (const uint32_t code = ubr_init_binauralizer(r)) return code;
+    if (const uint32_t code = ubr_init_reflections(r)) return code;
+    if (const uint32_t code = ubr_init_reverb(r)) return code;
   }
   return UBR_OK;
 }
@@ -135,6 +138,19 @@ uint32_t ubr_init_binauralizer(ubr_t* renderer) {
              : init_hoa_buffer(*renderer, &renderer->hoa_buffer_b);
 }
 
+uint32_t ubr_init_reflections(ubr_t* renderer) {
+  if (!renderer || !renderer->ambisonics) return UBR_MISSING;
+  renderer->reflections = alloc_zeroed<ubr_reflections_t>(1u);
+  return renderer->reflections ? reflections_init(renderer->reflections) : uint32_t{UBR_NO_MEMORY};
+}
+
+uint32_t ubr_init_reverb(ubr_t* renderer) {
+  if (!renderer || !renderer->ambisonics) return UBR_MISSING;
+  renderer->reverb = alloc_zeroed<ubr_reverb_t>(1u);
+  return renderer->reverb ? reverb_init(renderer->reverb, renderer->max_frame_size)
+                          : uint32_t{UBR_NO_MEMORY};
+}
+
 uint32_t ubr_set_downmix_coefficients(ubr_t* renderer) {
   if (!renderer) return UBR_MISSING;
   constexpr float kGains[UBR_DOWNMIX_INPUTS][kNumEars] = {
@@ -164,7 +180,10 @@ uint32_t ubr_reset(ubr_t* renderer) {
     if (const uint32_t code = rotator_reset(r.rotator)) return code;
   }
   if (r.binauralizer && binauralizer_reset(r.binauralizer)) return UBR_MISSING;
-  return UBR_OK;
+  if (r.reverb) {
+    if (const uint32_t code = vn_reset(&r.reverb->velvet_noise)) return code;
+  }
+  return r.reflections ? ubr_reset_reflections(r.reflections, r.max_frame_size) : uint32_t{UBR_OK};
 }
 
 uint32_t ubr_cleanup(ubr_t* renderer) {
@@ -174,7 +193,9 @@ uint32_t ubr_cleanup(ubr_t* renderer) {
   rotator_cleanup(r.rotator);
   encoder_cleanup(r.encoder);
   ambisonics_base_cleanup(r.ambisonics);
-  release(r.binauralizer, r.rotator, r.encoder, r.ambisonics);
+  reflections_cleanup(r.reflections);
+  reverb_cleanup(r.reverb);
+  release(r.binauralizer, r.rotator, r.encoder, r.ambisonics, r.reflections, r.reverb);
   ubr_free_float_matrix(r.hoa_buffer_a, r.ambi_config.num_channels);
   ubr_free_float_matrix(r.hoa_buffer_b, r.ambi_config.num_channels);
   r = {};

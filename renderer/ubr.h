@@ -14,6 +14,8 @@
 #include "ambisonics/encoder.h"
 #include "ambisonics/rotator.h"
 #include "base/export.h"
+#include "renderer/reflections.h"
+#include "renderer/reverb.h"
 
 enum ubr_input_type {
   UBR_INPUT_SOURCES = 0,     // mono signals with a position each
@@ -32,8 +34,38 @@ enum ubr_render_mode {
 enum {
   UBR_MAX_INPUTS = 128,
   UBR_MIN_FRAME_SIZE = 64,    // accepted maximum frame sizes at initialisation
-  UBR_MAX_FRAME_SIZE = 1024,  // growing later has no upper bound
+  UBR_MAX_FRAME_SIZE = 1024,  // growing later: see ubr_set_max_frame_size
   UBR_DOWNMIX_INPUTS = 8,
+};
+
+// Parameters of ubr_set_reflections_param, with what they accept.
+enum ubr_reflections_param {
+  UBR_REFLECTIONS_MODE = 0,         // 0 to the ambisonic order, fraction dropped
+  UBR_REFLECTIONS_ROOM_X = 1,       // metres, 1 to 14
+  UBR_REFLECTIONS_ROOM_Y = 2,       //
+  UBR_REFLECTIONS_ROOM_Z = 3,       //
+  UBR_REFLECTIONS_ABSORPTION = 4,   // six, walls +x, -x, +y, -y, ceiling, floor: 0 to 1
+  UBR_REFLECTIONS_MATERIAL = 10,    // six, same walls: a material's number, 1 to 27
+  UBR_REFLECTIONS_LISTENER_X = 16,  // metres from the middle of the room to a wall
+  UBR_REFLECTIONS_LISTENER_Y = 17,  //
+  UBR_REFLECTIONS_LISTENER_Z = 18,  // metres above the floor, 0.1 to the ceiling
+  UBR_NUM_REFLECTIONS_PARAMS = 19,
+};
+
+// Parameters of ubr_set_reverb_param, with what they accept. A switch takes anything above -1 and
+// below 2 and is compared as vn_config_t says.
+enum ubr_reverb_param {
+  UBR_REVERB_ENABLE = 0,         // switch
+  UBR_REVERB_STEREO = 1,         // switch
+  UBR_REVERB_PULSE_SPACING = 2,  // samples, 3 to 6000
+  UBR_REVERB_DECAY = 3,          // seconds, 0 to 2
+  UBR_REVERB_LEVEL = 4,          // 0 to 1
+  UBR_REVERB_PRE_DELAY = 5,      // milliseconds, 0 to 100
+  UBR_REVERB_TONE_ENABLE = 6,    // switch
+  UBR_REVERB_TONE_GAIN = 7,      // -1 to 1
+  UBR_REVERB_TONE_CORNER = 8,    // Hz, 100 to 12000
+  UBR_REVERB_TONE_SLOPE = 9,     // 0.1 to 1
+  UBR_NUM_REVERB_PARAMS = 10,
 };
 
 typedef struct ubr_t {
@@ -52,8 +84,8 @@ typedef struct ubr_t {
   rotator_t* rotator;
   encoder_t* encoder;
   ambisonics_base_t* ambisonics;
-  struct ubr_reverb_t* reverb;
-  struct ubr_reflections_t* reflections;
+  ubr_reverb_t* reverb;
+  ubr_reflections_t* reflections;
 } ubr_t;
 
 // Builds the modules of an input type and render mode. `renderer` is zeroed first: clean up an
@@ -72,12 +104,15 @@ ORVANE_API uint32_t ubr_init(ubr_t* renderer, uint32_t input_type, uint32_t num_
                              uint32_t render_mode, uint32_t max_frame_size, uint32_t order);
 
 // The steps of ubr_init: each builds one module and the buffers that come with it, from the fields
-// that ubr_init has set. Return UBR_OK, UBR_MISSING for a null renderer or a missing channel set,
-// UBR_NO_MEMORY or the module's code.
+// that ubr_init has set. Reflections start switched off, the reverb with its defaults. Return
+// UBR_OK, UBR_MISSING for a null renderer or a missing channel set, UBR_NO_MEMORY or the module's
+// code.
 ORVANE_API uint32_t ubr_init_ambisonics(ubr_t* renderer);
 ORVANE_API uint32_t ubr_init_encoder(ubr_t* renderer);
 ORVANE_API uint32_t ubr_init_rotator(ubr_t* renderer);
 ORVANE_API uint32_t ubr_init_binauralizer(ubr_t* renderer);
+ORVANE_API uint32_t ubr_init_reflections(ubr_t* renderer);
+ORVANE_API uint32_t ubr_init_reverb(ubr_t* renderer);
 
 // Writes the stereo downmix gains for the channel order front left, front right, centre, LFE, back
 // left, back right, side left, side right. Returns UBR_OK, or UBR_MISSING for null.
@@ -93,10 +128,12 @@ ORVANE_API uint32_t ubr_reset(ubr_t* renderer);
 ORVANE_API uint32_t ubr_cleanup(ubr_t* renderer);
 
 // Grows every module for blocks of up to `max_frame_size` samples; a smaller size changes nothing.
-// Sound in flight is carried on. Returns UBR_OK, UBR_MISSING for null, or UBR_NO_MEMORY, after
-// which max_frame_size is the old one, blocks of that length still render (silence, if it was the
-// binauralizer that ran out of memory while it was rebuilt), and a retry does the work again. Where
-// there is a binauralizer, more than 2^30 - 256 samples abort the process.
+// Sound in flight is carried on, but for reflections and reverb tail: both are made anew. There is
+// no limit but the reverb's, UBR_MAX_FRAME_SIZE in binaural modes. Returns UBR_OK, UBR_MISSING for
+// null, UBR_INVALID, nothing changed, beyond the limit, or UBR_NO_MEMORY, after which
+// max_frame_size is the old one and a retry does the work again; until then blocks of the old
+// length still render. The module that ran out of memory while it was rebuilt is silent meanwhile;
+// reverb and reflections make such blocks report UBR_MISSING as well.
 ORVANE_API uint32_t ubr_set_max_frame_size(ubr_t* renderer, uint32_t max_frame_size);
 
 // Renders one block.
@@ -106,7 +143,8 @@ ORVANE_API uint32_t ubr_set_max_frame_size(ubr_t* renderer, uint32_t max_frame_s
 //   frames   samples per channel, at most max_frame_size; 0 means max_frame_size
 //
 // Returns UBR_OK; UBR_MISSING for a null renderer, an unsupported mode or a module that does not
-// exist; UBR_INVALID for channel counts or a length that do not match. Allocates nothing.
+// exist or is not ready; UBR_INVALID for channel counts or a length that do not match. Allocates
+// nothing.
 ORVANE_API uint32_t ubr_process(ubr_t* renderer, const float* const* inputs, uint32_t num_inputs,
                                 float* const* outputs, uint32_t num_outputs, uint32_t frames);
 
@@ -132,7 +170,9 @@ ORVANE_API uint32_t ubr_set_source_position(ubr_t* renderer, uint32_t index, flo
                                             float z);
 
 // Listener position in metres. Geometry and gain of world sources follow at once, their beams at
-// their next position. Returns UBR_OK, UBR_MISSING for null, UBR_INVALID, nothing changed, for a
+// their next position. Reflections that are on take the gains of a listener who stands that far
+// from their own listener position, but no delays: follow with ubr_compute_reflections, which goes
+// back to that position. Returns UBR_OK, UBR_MISSING for null, UBR_INVALID, nothing changed, for a
 // position that is not finite.
 ORVANE_API uint32_t ubr_set_user_position(ubr_t* renderer, const float position[3]);
 
@@ -141,5 +181,24 @@ ORVANE_API uint32_t ubr_set_user_position(ubr_t* renderer, const float position[
 // code.
 ORVANE_API uint32_t ubr_set_user_orientation(ubr_t* renderer, const float orientation[3],
                                              uint32_t format);
+
+// Sets one parameter of the reflections (ubr_reflections_param): of the room, the listener in it
+// and the virtual loudspeakers. Absorption and material of a wall are one value: the last one set
+// counts. Nothing is heard before ubr_compute_reflections, and a new mode stops the reflections
+// until then. Returns UBR_OK; UBR_MISSING for a null renderer or one without reflections;
+// UBR_INVALID, nothing changed, for an unknown parameter or a value outside its range.
+ORVANE_API uint32_t ubr_set_reflections_param(ubr_t* renderer, uint32_t id, float value);
+
+// Applies room, listener and mode: computes every reflection anew and silences those in flight.
+// Returns UBR_OK; otherwise no reflections are ready, and ubr_process refuses a block that needs
+// them: UBR_MISSING for a null renderer or one without reflections; UBR_INVALID for a mode above 4,
+// one above the ambisonic order, or a room whose reflections have no delay; UBR_NO_MEMORY.
+ORVANE_API uint32_t ubr_compute_reflections(ubr_t* renderer);
+
+// Sets one parameter of the reverb (ubr_reverb_param) and prepares the reverberator, which draws a
+// new response, heard from the next block on, and drops the tail. With the reverb off nothing is
+// prepared. Returns UBR_OK; UBR_MISSING for a null renderer or one without reverb; UBR_INVALID,
+// nothing changed, for an unknown parameter or a value outside its range.
+ORVANE_API uint32_t ubr_set_reverb_param(ubr_t* renderer, uint32_t id, float value);
 
 #endif  // ORVANE_RENDERER_UBR_H_

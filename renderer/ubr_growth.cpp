@@ -1,11 +1,13 @@
 // Growing a renderer for longer blocks while sound is in flight.
 //
 // Each module keeps its old capacity, or already has the new one, when memory runs out half-way:
-// either way it still serves blocks of the old maximum, which is why that is replaced last.
+// either way it still serves blocks of the old maximum, which is why that is replaced last. Only
+// the module that was being rebuilt, reverb, reflections or binauralizer, is silent until a retry.
 #include "ambisonics/binauralizer_built.h"
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/float_matrix.h"
+#include "renderer/room_modules.h"
 #include "renderer/ubr.h"
 
 namespace {
@@ -34,6 +36,10 @@ uint32_t grow_binauralizer(binauralizer_t* binauralizer, uint32_t max_frame_size
 }
 
 uint32_t grow_modules(const ubr_t& r, uint32_t max_frame_size) {
+  // First, as it alone has a limit.
+  if (r.reverb) {
+    if (const uint32_t code = reverb_set_max_frame_size(r.reverb, max_frame_size)) return code;
+  }
   const uint32_t num_channels = r.ambi_config.num_channels;
   if (const uint32_t code = grow_hoa_buffer(r.hoa_buffer_a, num_channels, max_frame_size)) {
     return code;
@@ -46,6 +52,11 @@ uint32_t grow_modules(const ubr_t& r, uint32_t max_frame_size) {
   }
   if (r.rotator) {
     if (const uint32_t code = rotator_reset_max_frame_size(r.rotator, max_frame_size)) return code;
+  }
+  if (r.reflections) {
+    if (const uint32_t code = reflections_compute(r.reflections, r.ambisonics, max_frame_size)) {
+      return code;
+    }
   }
   return grow_binauralizer(r.binauralizer, max_frame_size);
 }

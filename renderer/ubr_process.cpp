@@ -34,31 +34,53 @@ uint32_t binauralize(const ubr_t& r, const float* const* field, float* const* ea
   return UBR_OK;
 }
 
+uint32_t reflect(const ubr_t& r, float* const* field) {
+  return ubr_process_reflections(r.reflections, field, field, r.frame_size) ? UBR_MISSING : UBR_OK;
+}
+
+// Adds the tail of the omnidirectional channel.
+uint32_t reverberate(const ubr_t& r, const float* const* field, float* const* ears) {
+  return ubr_process_reverb(r.reverb, field[0], ears, r.frame_size);
+}
+
 uint32_t render_ambisonic(const ubr_t& r, const float* const* inputs, float* const* outputs) {
   if (const uint32_t code = encode_tracked(r, inputs, outputs)) return code;
   return encode_head_locked(r, inputs, outputs);
 }
 
 // Encodes around the rotation: what is head-locked joins the field after it.
-uint32_t render_tracked_field(const ubr_t& r, const float* const* inputs, float* const* field) {
+uint32_t render_tracked(const ubr_t& r, const float* const* inputs, float* const* outputs) {
   if (const uint32_t code = encode_tracked(r, inputs, r.hoa_buffer_a)) return code;
-  if (const uint32_t code = rotate(r, r.hoa_buffer_a, field)) return code;
-  return encode_head_locked(r, inputs, field);
+  if (const uint32_t code = rotate(r, r.hoa_buffer_a, outputs)) return code;
+  return encode_head_locked(r, inputs, outputs);
 }
 
 uint32_t render_binaural_tracked(const ubr_t& r, const float* const* inputs, float* const* ears) {
-  if (const uint32_t code = render_tracked_field(r, inputs, r.hoa_buffer_b)) return code;
-  return binauralize(r, r.hoa_buffer_b, ears);
+  if (const uint32_t code = encode_tracked(r, inputs, r.hoa_buffer_a)) return code;
+  if (const uint32_t code = reflect(r, r.hoa_buffer_a)) return code;
+  if (const uint32_t code = rotate(r, r.hoa_buffer_a, r.hoa_buffer_b)) return code;
+  if (const uint32_t code = encode_head_locked(r, inputs, r.hoa_buffer_b)) return code;
+  if (const uint32_t code = binauralize(r, r.hoa_buffer_b, ears)) return code;
+  return reverberate(r, r.hoa_buffer_b, ears);
 }
 
+// Deliberate: without head tracking there are no early reflections.
 uint32_t render_binaural(const ubr_t& r, const float* const* inputs, float* const* ears) {
   if (const uint32_t code = render_ambisonic(r, inputs, r.hoa_buffer_b)) return code;
-  return binauralize(r, r.hoa_buffer_b, ears);
+  if (const uint32_t code = binauralize(r, r.hoa_buffer_b, ears)) return code;
+  return reverberate(r, r.hoa_buffer_b, ears);
 }
 
-uint32_t rotate_to_ears(const ubr_t& r, const float* const* field, float* const* ears) {
-  if (const uint32_t code = rotate(r, field, r.hoa_buffer_b)) return code;
-  return binauralize(r, r.hoa_buffer_b, ears);
+// An ambisonic input has no early reflections in any mode; its tail is that of the input itself.
+uint32_t rotate_to_ears(const ubr_t& r, const float* const* inputs, float* const* ears) {
+  if (const uint32_t code = rotate(r, inputs, r.hoa_buffer_b)) return code;
+  if (const uint32_t code = binauralize(r, r.hoa_buffer_b, ears)) return code;
+  return reverberate(r, inputs, ears);
+}
+
+uint32_t input_to_ears(const ubr_t& r, const float* const* inputs, float* const* ears) {
+  if (const uint32_t code = binauralize(r, inputs, ears)) return code;
+  return reverberate(r, inputs, ears);
 }
 
 }  // namespace
@@ -80,7 +102,7 @@ uint32_t ubr_process_sources(ubr_t* renderer, const float* const* inputs, float*
     case UBR_MODE_AMBISONIC:
       return render_ambisonic(*renderer, inputs, outputs);
     case UBR_MODE_AMBISONIC_TRACKED:
-      return render_tracked_field(*renderer, inputs, outputs);
+      return render_tracked(*renderer, inputs, outputs);
     case UBR_MODE_BINAURAL_TRACKED:
       return render_binaural_tracked(*renderer, inputs, outputs);
     case UBR_MODE_BINAURAL:
@@ -100,7 +122,7 @@ uint32_t ubr_process_hoa(ubr_t* renderer, const float* const* inputs, float* con
     case UBR_MODE_BINAURAL_TRACKED:
       return rotate_to_ears(*renderer, inputs, outputs);
     case UBR_MODE_BINAURAL:
-      return binauralize(*renderer, inputs, outputs);
+      return input_to_ears(*renderer, inputs, outputs);
     default:
       return UBR_MISSING;
   }

@@ -10,6 +10,17 @@ bool has_sources(const ubr_t* renderer) {
   return renderer && renderer->input_type != UBR_INPUT_AMBISONICS && renderer->encoder;
 }
 
+// Moves the listener in the room by `offset` from the stored position, which stays.
+void move_listener(ubr_reflections_t* r, const float offset[3]) {
+  if (r->reflections_mode == 0) return;
+  const float* stored = r->listener_position;
+  const float listener[3] = {offset[0] + stored[0], offset[1] + stored[1], offset[2] + stored[2]};
+  // Deliberate: no compute follows, so delays stand in seconds until the next one, and every tap
+  // plays undelayed from its old direction.
+  shoebox_set_scene(&r->room, &r->scene, listener, &r->virtual_sources[0].azimuth,
+                    r->cartesian_sources, r->relative_sources);
+}
+
 bool all_finite(const float v[3]) { return isfinite(v[0]) && isfinite(v[1]) && isfinite(v[2]); }
 
 }  // namespace
@@ -27,8 +38,11 @@ uint32_t ubr_set_source_position(ubr_t* renderer, uint32_t index, float x, float
 uint32_t ubr_set_user_position(ubr_t* renderer, const float position[3]) {
   if (!renderer) return UBR_MISSING;
   if (!all_finite(position)) return UBR_INVALID;
-  if (!renderer->encoder) return UBR_OK;
-  return encoder_set_user_position(renderer->encoder, position[0], position[1], position[2]);
+  if (renderer->encoder) {
+    encoder_set_user_position(renderer->encoder, position[0], position[1], position[2]);
+  }
+  if (renderer->reflections) move_listener(renderer->reflections, position);
+  return UBR_OK;
 }
 
 uint32_t ubr_set_user_orientation(ubr_t* renderer, const float orientation[3], uint32_t format) {

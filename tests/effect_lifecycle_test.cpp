@@ -145,6 +145,7 @@ bool run_with_failing_allocation(uint32_t n) {
   EXPECT_EQ(0, host.send(EFFECT_CMD_ENABLE));
   const std::function<int32_t()> steps[] = {
       [&] { return host.configure(AUDIO_CHANNEL_OUT_5POINT1); },
+      [&] { return host.set_float(200, 2.0f); },
       [&] { return process_block(host, 6); },
   };
   for (const auto& step : steps) {

@@ -7,7 +7,9 @@
 #include <string>
 
 #include "tests/support/effect_host.h"
+#include "tests/support/failing_alloc.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/signals.h"
 
 namespace {
 
@@ -68,6 +70,8 @@ TEST(EffectGetParameterTest, CutsTheValueToTheRoomThereIs) {
 
 const std::string kSet = "I orvane_setParameter SPATIALIZER_PARAM_";
 const std::string kWrongSize = "E orvane_setParameter error: orvane wrong size ";
+const std::string kReverb = "E orvane_setParameter error: orvane set reverb param ";
+const std::string kReflections = "E orvane_setParameter error: orvane set reflection param ";
 const std::string kUnknown = "E orvane_setParameter unknown parameter ";
 
 const struct {
@@ -87,7 +91,16 @@ const struct {
     {8, 12, 12, 0, {}},
     {4, 4, 4, -EINVAL, {kUnknown + "4"}},
     {150, 4, 4, -EINVAL, {kUnknown + "150"}},
+    {99, 4, 4, -EINVAL, {kUnknown + "99"}},
+    {110, 4, 4, -EINVAL, {kUnknown + "110"}},
+    {219, 4, 4, -EINVAL, {kUnknown + "219"}},
     {-1, 4, 4, -EINVAL, {kUnknown + "-1"}},
+    {100, 3, 4, -EINVAL, {kWrongSize + "3, should be 4"}},
+    {218, 0, 4, -EINVAL, {kWrongSize + "0, should be 4"}},
+    {109, 4, 4, -EINVAL, {kReverb + "109 and value -0.372549 failed"}},
+    {107, 8, 77, 0, {}},  // -0.37 is a shelf's gain; the size that is stated does not matter
+    {201, 4, 4, -EINVAL, {kReflections + "201 and value -0.372549 failed"}},
+    {217, 4, 4, 0, {}},
 };
 
 TEST(EffectSetParameterTest, RepliesAndLogs) {
@@ -99,6 +112,46 @@ TEST(EffectSetParameterTest, RepliesAndLogs) {
     EXPECT_EQ(c.status, host.set_parameter(c.id, Bytes(c.size, 0xBE), c.vsize));
     EXPECT_EQ(c.lines, log.lines());
   }
+}
+
+TEST(EffectSetParameterTest, ReverbAndReflectionsAreHeardFromTheNextBlock) {
+  EffectHost dry, room;
+  for (EffectHost* host : {&dry, &room}) {
+    EXPECT_EQ(-EINVAL, host->set_float(100, 1.0f)) << "no renderer yet";
+    EXPECT_EQ(-EINVAL, host->set_float(200, 1.0f));
+    ASSERT_EQ(0, host->configure_and_enable(AUDIO_CHANNEL_OUT_5POINT1));
+    ASSERT_EQ(0, host->set_float(100, 0.0f));
+  }
+  ASSERT_EQ(0, room.set_float(200, 4.0f));
+  ASSERT_EQ(0, room.set_float(203, 3.0f));
+  std::vector<float> bed(6 * 8192);
+  bed[2] = 1.0f;  // front centre
+  const std::vector<float> direct = dry.render(bed, 6, {512}),
+                           reflected = room.render(bed, 6, {512});
+  ASSERT_EQ(direct.size(), reflected.size());
+  EXPECT_LT(peak({direct.begin() + 2048, direct.end()}), 1e-6f);
+  EXPECT_GT(peak({reflected.begin() + 2048, reflected.begin() + 4096}), 1e-3f);
+  ASSERT_EQ(0, room.set_float(100, 1.0f));
+  const std::vector<float> reverberant = room.render(bed, 6, {512});
+  EXPECT_GT(max_difference(reflected, reverberant), 1e-3f);
+}
+
+TEST(EffectSetParameterTest, AFailedComputeRefusesBlocksUntilARetry) {
+  EffectHost host;
+  ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_5POINT1));
+  std::vector<float> in(6 * 64), out(2 * 64);
+  {
+    const FailingAlloc guard(1);
+    const LogCapture log;
+    EXPECT_EQ(-EINVAL, host.set_float(200, 2.0f));
+    EXPECT_EQ(-1, host.process(in, out));
+    EXPECT_EQ(
+        (std::vector<std::string>{"E orvane_setParameter error: error computing early reflections",
+                                  "E orvane_Process: Error in orvane process 1"}),
+        log.problems());
+  }
+  EXPECT_EQ(0, host.set_float(200, 2.0f));
+  EXPECT_EQ(0, host.process(in, out));
 }
 
 TEST(EffectSetParameterTest, ReportsAMalformedIdSize) {

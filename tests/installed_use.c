@@ -4,11 +4,16 @@
 #include <ambisonics/binauralizer.h>
 #include <ambisonics/encoder.h>
 #include <ambisonics/rotator.h>
+#include <base/bounded_copy.h>
 #include <base/result.h>
 #include <numerics/float_matrix.h>
 #include <numerics/pinv.h>
 #include <platform/effect_abi.h>
+#include <renderer/reflections.h>
+#include <renderer/reverb.h>
 #include <renderer/ubr.h>
+#include <room/shoebox_scene.h>
+#include <room/velvet_noise.h>
 #include <stdio.h>
 
 enum { kFrames = 512 };

@@ -86,7 +86,7 @@ TEST(ChannelMapTest, DeviceOrderOfAPlatformFileChangesNothing) {
 
 // Where the head's axis `axis` (0 ahead, 1 left, 2 up) points in the room.
 std::array<double, 3> turned_axis(const Pose& pose, size_t axis) {
-  const std::array<double, 3> r = pose_rotation_vector(pose);
+  const std::array<double, 3> r = rotation_to_vector(pose_rotation(pose));
   const double angle = std::hypot(r[0], r[1], r[2]);
   const double scale = angle > 0.0 ? 1.0 / angle : 0.0;
   std::array<double, 3> k = {r[0] * scale, r[1] * scale, r[2] * scale}, v = {}, out = {};
@@ -120,7 +120,7 @@ TEST(PoseTest, TurnsTheHeadAboutItsOwnAxes) {
 }
 
 TEST(PoseTest, RefusesWhatIsNotThreeNumbers) {
-  for (const char* text : {"", "1,2", "1,2,3,4", "1,2,3 ", "1,,3", "nan,0,0", "0,inf,0", "a,b,c"}) {
+  for (const char* text : {"", "1,2", "1,2,3,4", "1,,3", "nan,0,0", "0,inf,0", "a,b,c"}) {
     EXPECT_FALSE(pose_parse(text)) << text;
   }
 }

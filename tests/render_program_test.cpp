@@ -111,6 +111,16 @@ TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
       {"long.wav out.flac", 1, "out.flac: File too large", "ulimit -f 1; "},
       {"bed.wav out.wav --block 1025", 2, "--block: "},
       {"bed.wav out.wav --pose 1,2", 2, "--pose: 1,2 is no YAW,PITCH,ROLL"},
+      {"bed.wav out.wav --trajectory errors", 1, "errors: holds no pose"},
+      {"bed.wav out.wav --trajectory none --pose 0,0,0", 2, "--pose excludes --trajectory"},
+      {"long.wav out.wav --dry --gain 60 --fail-on-clip", 1, " samples clip, the peak is +40."},
+      {"bed.wav out.wav --room 5x4", 2, "--room: 5x4 is no LxWxH"},
+      {"bed.wav out.wav --room 5x4x15", 2, "--room: room.height takes 1 to 14, not 15"},
+      {"bed.wav out.wav --listener 0,-3.1,1", 2, "listener.y takes -3 to 3 in this room, not -3.1"},
+      {"bed.wav out.wav --absorption left=0.1,up=1", 2, "--absorption: absorption.up is no para"},
+      {"bed.wav out.wav --reverb decay=2.1", 2, "--reverb: reverb.decay takes 0 to 2, not 2.1"},
+      {"bed.wav out.wav --param 110=1", 2, "--param: 110 is no parameter"},
+      {"bed.wav out.wav --preset attic", 2, "attic is no preset: there is dry, hall, living-room"},
       {"bed.wav", 2, "OUT is required"},
   };
   for (const auto& c : cases) {
@@ -150,7 +160,7 @@ TEST_F(RenderProgramTest, LengthAndLatencyAreTheSameAtEverySampleRate) {
     std::vector<float> bed(6 * frames);
     bed[6 * (frames / 2) + 2] = 1.0f;  // front centre
     write("bed.wav", "5.1", rate_hz, bed);
-    ASSERT_EQ(0, run("bed.wav out.caf --block 333")) << errors_;
+    ASSERT_EQ(0, run("bed.wav out.caf --dry --block 333")) << errors_;
     const std::vector<float> ears = read("out.caf");
     ASSERT_EQ(48000u + 255u, ears.size() / 2) << rate_hz;
     size_t peak = 0;
@@ -165,9 +175,113 @@ TEST_F(RenderProgramTest, PoseHoldsFromTheFirstSample) {
   std::vector<float> bed(6 * 64);
   bed[2] = 1.0f;  // front centre
   write("bed.wav", "5.1", 48000, bed);
-  ASSERT_EQ(0, run("bed.wav out.w64 --pose 90,0,0")) << errors_;
+  ASSERT_EQ(0, run("bed.wav out.w64 --dry --pose 90,0,0")) << errors_;
   const std::vector<float> ears = read("out.w64");
   EXPECT_GT(energy(ears, 1, 0, ears.size() / 2), 2.0 * energy(ears, 0, 0, ears.size() / 2));
+}
+
+TEST_F(RenderProgramTest, TrajectoryTurnsTheHeadOnTime) {
+  std::vector<float> bed(6 * 24000);
+  for (const size_t frame : {0, 12000}) bed[6 * frame + 2] = 1.0f;  // front centre
+  write("bed.wav", "5.1", 48000, bed);
+  std::ofstream(path("turn.csv")) << "time,yaw,pitch,roll\n0,90,0,0\n0.24,90,0,0\n0.25,-90,0,0\n";
+  std::ofstream(path("still.csv")) << "time,yaw,pitch,roll\n0,40,-30,20\n";
+  ASSERT_EQ(0, run("bed.wav out.wav --dry --trajectory turn.csv")) << errors_;
+  const std::vector<float> turned = read("out.wav");
+  EXPECT_GT(energy(turned, 1, 0, 2000), 2.0 * energy(turned, 0, 0, 2000));
+  EXPECT_GT(energy(turned, 0, 12000, 14000), 2.0 * energy(turned, 1, 12000, 14000));
+
+  ASSERT_EQ(0, run("bed.wav out.wav --dry --trajectory still.csv --block 300")) << errors_;
+  const std::vector<float> still = read("out.wav");
+  ASSERT_EQ(0, run("bed.wav out.wav --dry --pose 40,-30,20")) << errors_;
+  const std::vector<float> posed = read("out.wav");
+  ASSERT_EQ(posed.size(), still.size());
+  for (size_t i = 0; i < posed.size(); ++i) ASSERT_NEAR(posed[i], still[i], 1e-6f) << i;
+}
+
+TEST_F(RenderProgramTest, LevelsFollowTheirOptions) {
+  std::vector<float> bed(6 * 4800);
+  bed[2] = 1.0f;             // front centre
+  bed[6 * 2000 + 3] = 1.0f;  // LFE
+  write("bed.wav", "5.1", 48000, bed);
+  const auto render = [&](const std::string& arguments) {
+    EXPECT_EQ(0, run("bed.wav out.wav --dry " + arguments)) << errors_;
+    return read("out.wav");
+  };
+  const auto level = [](const std::vector<float>& ears, size_t begin) {
+    return 10.0 * std::log10(energy(ears, 0, begin, begin + 1000));
+  };
+  const std::vector<float> plain = render(""), louder = render("--gain 6 --lfe-gain -10");
+  EXPECT_NEAR(level(plain, 0) + 6.0, level(louder, 0), 1e-3);
+  EXPECT_NEAR(level(plain, 2000) - 4.0, level(louder, 2000), 1e-3);
+  float peak = 0.0f;
+  for (const float sample : render("--normalize --gain -5 --fail-on-clip")) {
+    peak = std::max(peak, std::fabs(sample));
+  }
+  EXPECT_NEAR(-6.0, 20.0 * std::log10(static_cast<double>(peak)), 1e-3);
+}
+
+TEST_F(RenderProgramTest, TheOutputEndsWhenTheRoomHasFallenSilent) {
+  std::vector<float> bed(6 * 480);
+  bed[6 * 479] = 1.0f;  // front left
+  write("bed.wav", "5.1", 48000, bed);
+  bed.resize(6 * 144000);
+  write("longer.wav", "5.1", 48000, bed);
+  const struct {
+    const char* arguments;
+    size_t frames, slack;  // length of the output; how much of its end may be silent
+  } cases[] = {
+      {"--dry", 480 + 255, 10},
+      {"", 480 + 1440 + 12000 - 1, 100},  // pre-delay and decay of the effect's own start
+      {"--reverb decay=2,predelay=100,level=1", 480 + 4800 + 96000 - 1, 100},
+      {"--no-reverb --reflections 4 --room 14x14x14 --listener 7,7,14", 480 + 255 + 4059, 300},
+      {"--preset hall", 480 + 2659 + 1200 + 67200 - 1, 2000},
+  };
+  for (const auto& c : cases) {
+    ASSERT_EQ(0, run(std::string("bed.wav out.wav ") + c.arguments)) << errors_;
+    const size_t frames = read("out.wav").size() / 2;
+    EXPECT_EQ(c.frames, frames) << c.arguments;
+    ASSERT_EQ(0, run(std::string("longer.wav out.wav ") + c.arguments)) << errors_;
+    const std::vector<float> ears = read("out.wav");
+    EXPECT_LT(energy(ears, 0, frames, ears.size() / 2), 1e-12) << c.arguments;
+    EXPECT_GT(energy(ears, 0, frames - c.slack, frames), 1e-12) << c.arguments;
+  }
+}
+
+TEST_F(RenderProgramTest, AWallEchoesFromItsDistance) {
+  std::vector<float> bed(6 * 480);
+  bed[2] = 1.0f;  // front centre
+  write("bed.wav", "5.1", 48000, bed);
+  // The front wall is 6 m ahead, so that it mirrors a loudspeaker at 1 m to 11 m.
+  ASSERT_EQ(0, run("bed.wav out.wav --no-reverb --reflections 4 --room 12x14x14 --listener 0,0,7 "
+                   "--absorption back=1,left=1,right=1 --param 208=1 --material floor=1"));
+  const std::vector<float> ears = read("out.wav");
+  const size_t echo = 145 + static_cast<size_t>(11.0 / 343.0 * 48000.0);
+  const double before = energy(ears, 0, 400, echo - 200);
+  EXPECT_GT(energy(ears, 0, echo - 100, echo + 200), 100.0 * before);
+  ASSERT_EQ(0, run("bed.wav out.wav --preset hall --dry"));
+  EXPECT_EQ(480u + 255u, read("out.wav").size() / 2);
+}
+
+TEST_F(RenderProgramTest, TheGuidesCommandsRun) {
+  write("bed.wav", "7.1.4", 44100, std::vector<float>(12 * 4410, 0.01f));
+  std::ifstream guide(ORVANE_RENDER_GUIDE);
+  std::ofstream script(path("guide.sh"));
+  script << "set -eu\norvane-render() { " ORVANE_RENDER_PROGRAM " \"$@\"; }\n";
+  size_t commands = 0;
+  bool shown = false;
+  for (std::string line; std::getline(guide, line);) {
+    if (line.starts_with("```")) {
+      shown = line == "```sh";
+    } else if (shown) {
+      script << line << "\n";
+      commands += line.starts_with("orvane-render ") ? 1 : 0;
+    }
+  }
+  script.close();
+  EXPECT_GT(commands, 8u);
+  const std::string in_folder = "cd " + folder_.string() + " && ";
+  EXPECT_EQ(0, std::system((in_folder + "bash guide.sh >log 2>&1 || (cat log; false)").c_str()));
 }
 
 // One impulse per channel, one after the other.
@@ -179,7 +293,7 @@ TEST_F(RenderProgramTest, EveryChannelOf22_2IsHeardOnItsSide) {
   // Left, right or middle, in the file's order.
   const std::string ffmpeg = "LRM.LRLRMLRMLMRLMR.LRMLR", bs2051 = "LRM.LRLRM.LRLRMMLRLRMMLR";
   const auto misplaced = [&](const std::string& arguments, const std::string& sides) {
-    EXPECT_EQ(0, run("bed.wav out.rf64 --layout 22.2 " + arguments)) << errors_;
+    EXPECT_EQ(0, run("bed.wav out.rf64 --dry --layout 22.2 " + arguments)) << errors_;
     const std::vector<float> ears = read("out.rf64");
     size_t count = 0;
     for (size_t c = 0; c < 24; ++c) {

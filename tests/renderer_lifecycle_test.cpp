@@ -64,6 +64,11 @@ TEST(RendererLifecycleTest, AMissingOrUnconfiguredRendererIsSafeInEveryCall) {
     EXPECT_EQ(UBR_MISSING, ubr_set_source_position(r, 0, 1.0f, 0.0f, 0.0f));
     EXPECT_EQ(UBR_MISSING, ubr_set_user_orientation(r, zero, ROTATOR_ROTATION_VECTOR));
     EXPECT_EQ(UBR_MISSING, ubr_init_encoder(r));
+    EXPECT_EQ(UBR_MISSING, ubr_init_reflections(r));
+    EXPECT_EQ(UBR_MISSING, ubr_init_reverb(r));
+    EXPECT_EQ(UBR_MISSING, ubr_set_reflections_param(r, UBR_NUM_REFLECTIONS_PARAMS, 1.0f));
+    EXPECT_EQ(UBR_MISSING, ubr_set_reverb_param(r, UBR_NUM_REVERB_PARAMS, 1.0f));
+    EXPECT_EQ(UBR_MISSING, ubr_compute_reflections(r));
     EXPECT_EQ(refused, ubr_set_user_position(r, zero));
     EXPECT_EQ(refused, ubr_reset(r));
     EXPECT_EQ(refused, ubr_set_max_frame_size(r, 64));
@@ -79,11 +84,15 @@ TEST_P(RendererGrowthTest, CarriesTheSignalOn) {
   const Planar input = planar_noise(4, 9000, 1);
   TestRenderer growing(input_type, 4, mode, 64, 1);
   TestRenderer large(input_type, 4, mode, 1024, 1);
+  growing.dry();
+  large.dry();
+  // A reverberator, even switched off, takes no longer blocks.
+  const uint32_t last = growing.r.reverb ? UBR_MAX_FRAME_SIZE : 3000;
   Planar actual(growing.r.num_outputs, 0);
   size_t start = 0;
-  for (const uint32_t size : {64u, 65u, 480u, 400u, 3000u}) {  // 400 is no growth
+  for (const uint32_t size : {64u, 65u, 480u, 400u, last}) {  // 400 is no growth
     EXPECT_EQ(UBR_OK, ubr_set_max_frame_size(&growing.r, size));
-    Planar part(4, size == 3000 ? 9000 - start : 640);
+    Planar part(4, size == last ? 9000 - start : 640);
     for (size_t c = 0; c < 4; ++c) std::copy_n(&input[c][start], part[c].size(), part[c].begin());
     const Planar rendered = growing.render(part, {size});
     for (size_t c = 0; c < actual.size(); ++c) {
@@ -91,7 +100,8 @@ TEST_P(RendererGrowthTest, CarriesTheSignalOn) {
     }
     start += part[0].size();
   }
-  EXPECT_EQ(3000u, growing.r.max_frame_size);
+  EXPECT_EQ(growing.r.reverb ? UBR_INVALID : UBR_OK, ubr_set_max_frame_size(&growing.r, 3001));
+  EXPECT_EQ(growing.r.reverb ? last : 3001, growing.r.max_frame_size);
   expect_same_signal(large.render(input, {1024}), actual, 1e-5f);
 }
 
@@ -127,35 +137,44 @@ TEST(RendererMemoryTest, InitFailsCleanlyAtEveryAllocation) {
   }
 }
 
-TEST(RendererMemoryTest, AFailedGrowthStillRendersAtTheOldMaximumAndCanBeRetried) {
+TEST(RendererMemoryTest, AFailedGrowthKeepsTheOldMaximumAndCanBeRetried) {
   const Planar input = planar_noise(4, 64, 2);
   bool reached = true;
-  uint32_t silenced = 0;
+  uint32_t silenced = 0, refused = 0;
   for (uint32_t n = 0; reached; ++n) {
     TestRenderer growing(UBR_INPUT_SOURCES, 4, UBR_MODE_BINAURAL_TRACKED, 64, 1);
     TestRenderer steady(UBR_INPUT_SOURCES, 4, UBR_MODE_BINAURAL_TRACKED, 64, 1);
+    growing.reflect(1);  // later than the 64 samples that are compared
     growing.render(input, {64});
     steady.render(input, {64});
     uint32_t code = 0;
     {
       FailingAlloc failing(n);
-      code = ubr_set_max_frame_size(&growing.r, 2000);
+      code = ubr_set_max_frame_size(&growing.r, 1000);
       reached = failing.reached();
     }
     EXPECT_EQ(reached ? UBR_NO_MEMORY : UBR_OK, code) << "allocation " << n;
-    EXPECT_EQ(reached ? 64u : 2000u, growing.r.max_frame_size);
+    EXPECT_EQ(reached ? 64u : 1000u, growing.r.max_frame_size);
     const bool is_silent = !binauralizer_is_built(*growing.r.binauralizer);
+    const bool is_refused =
+        !growing.r.reflections->ready || !growing.r.reverb->velvet_noise.fft_setup;
     silenced += is_silent;
+    refused += is_refused;
     const Planar expected = is_silent ? Planar(2, 64) : steady.render(input, {64});
-    const Planar actual = growing.render(input, {64});
-    for (const uint32_t ear : {0u, 1u})
+    Planar actual(2, 64);
+    EXPECT_EQ(is_refused ? UBR_MISSING : UBR_OK,
+              ubr_process(&growing.r, input.data(), 4, actual.data(), 2, 64));
+    for (uint32_t ear = 0; ear < 2 && !is_refused; ++ear) {
       EXPECT_LE(max_difference(expected[ear], actual[ear]), 1e-5f);
-
-    EXPECT_EQ(UBR_OK, ubr_set_max_frame_size(&growing.r, 2000));
-    const Planar more = growing.render(planar_noise(4, 2000, 3), {2000});
+    }
+    EXPECT_EQ(UBR_OK, ubr_reset(&growing.r));
+    EXPECT_EQ(UBR_OK, ubr_set_max_frame_size(&growing.r, 1000));
+    const Planar more = growing.render(planar_noise(4, 2000, 3), {1000});
     EXPECT_TRUE(std::isfinite(peak(more[0])) && peak(more[0]) > 0.0f);
+    EXPECT_EQ(12000 + 999, growing.r.reverb->velvet_noise.convolution_length);
   }
   EXPECT_GT(silenced, 0u);
+  EXPECT_GT(refused, 6u);
 }
 
 TEST(RendererSourcesTest, TheBeamFollowsThePositionNotTheTypeOrTheListener) {

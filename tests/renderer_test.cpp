@@ -72,6 +72,7 @@ TEST(RendererPipelineTest, BlockLengthsDoNotMatter) {
 
 TEST(RendererEarsTest, AFrontSourceIsHeardInTheMiddleAndOnTheRightOfAHeadTurnedLeft) {
   TestRenderer renderer(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 256, 4);
+  renderer.dry();
   const Planar voice = planar_noise(1, 2048, 6);
   const Planar ahead = renderer.render(voice, {256});
   EXPECT_LE(max_difference(ahead[0], ahead[1]), 1e-5f * peak(ahead[0]));
@@ -89,13 +90,16 @@ TEST(RendererEarsTest, AFrontSourceIsHeardInTheMiddleAndOnTheRightOfAHeadTurnedL
 
 TEST(RendererEarsTest, RecoversFromSamplesThatAreNotFinite) {
   TestRenderer renderer(UBR_INPUT_SOURCES, 3, UBR_MODE_BINAURAL_TRACKED, 256, 4);
-  Planar input = planar_noise(3, 4096, 7);
+  renderer.reflect(4);
+  EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&renderer.r, UBR_REVERB_DECAY, 0.05f));
+  Planar input = planar_noise(3, 8192, 7);
   input[1][10] = INFINITY;
   input[2][20] = NAN;
   const Planar output = renderer.render(input, {64});
+  // 1200 samples of reflections, 1440 of pre-delay and 2400 of tail.
   for (const uint32_t ear : {0u, 1u}) {
     EXPECT_FALSE(std::isfinite(peak({output[ear].begin(), output[ear].begin() + 512})));
-    EXPECT_TRUE(std::isfinite(peak({output[ear].begin() + 2048, output[ear].end()})));
+    EXPECT_TRUE(std::isfinite(peak({output[ear].begin() + 6000, output[ear].end()})));
   }
 }
 

@@ -52,6 +52,12 @@ int32_t EffectHost::set_parameter(int32_t id, const std::vector<uint8_t>& value,
   return send(EFFECT_CMD_SET_PARAM, static_cast<uint32_t>(data.size()), data.data());
 }
 
+int32_t EffectHost::set_float(int32_t id, float value) {
+  std::vector<uint8_t> bytes(sizeof(value));
+  memcpy(bytes.data(), &value, sizeof(value));
+  return set_parameter(id, bytes, sizeof(value));
+}
+
 int32_t EffectHost::set_pose(float x, float y, float z) {
   const float pose[6] = {0.0f, 0.0f, 0.0f, x, y, z};
   std::vector<uint8_t> value(sizeof(pose));

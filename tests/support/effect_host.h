@@ -38,6 +38,9 @@ class EffectHost {
   // Sets a parameter from the bytes of `value`; `vsize` is what the command claims they are.
   int32_t set_parameter(int32_t id, const std::vector<uint8_t>& value, uint32_t vsize);
 
+  // Sets a parameter that is one float.
+  int32_t set_float(int32_t id, float value);
+
   // Sets the pose of the stage in the head's frame: rotation vector in radians (+x right, +y ahead,
   // +z up).
   int32_t set_pose(float x, float y, float z);

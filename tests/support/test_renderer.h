@@ -27,6 +27,18 @@ struct TestRenderer {
     EXPECT_EQ(UBR_OK, ubr_set_source_position(&r, index, x, y, z));
   }
 
+  // Switches the reverb off where there is one, for tests of what is left.
+  void dry() {
+    if (!r.reverb) return;
+    EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&r, UBR_REVERB_ENABLE, 0.0f));
+  }
+
+  void reflect(uint32_t mode) {
+    EXPECT_EQ(UBR_OK,
+              ubr_set_reflections_param(&r, UBR_REFLECTIONS_MODE, static_cast<float>(mode)));
+    EXPECT_EQ(UBR_OK, ubr_compute_reflections(&r));
+  }
+
   // All of `input`, in blocks whose lengths cycle through `blocks`.
   Planar render(const Planar& input, const std::vector<uint32_t>& blocks) {
     const size_t total = input[0].size();

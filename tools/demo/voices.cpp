@@ -1,10 +1,10 @@
 #include "tools/demo/voices.h"
 
-#include <algorithm>
+#include <cerrno>
+#include <fstream>
 
+#include "tools/demo/bed.h"
 #include "tools/render/audio_reader.h"
-#include "tools/render/audio_writer.h"
-#include "tools/render/channel_map.h"
 #include "tools/render/failure.h"
 
 namespace demo {
@@ -49,24 +49,22 @@ size_t voices_length(const std::vector<Voice>& voices) {
   return voices.back().start + voices.back().samples.size() + kPauseFrames;
 }
 
-void voices_write_bed(const std::vector<Voice>& voices, const std::string& path) {
-  const std::vector<Speaker>& speakers = render::layout_find("7.1")->rows;
-  std::vector<float> bed(voices_length(voices) * speakers.size());
+void voices_write_facing(const std::vector<Voice>& voices, const std::string& path) {
+  std::ofstream file(path);
+  file << "time,yaw,pitch,roll\n";
   for (const Voice& voice : voices) {
-    const auto found = std::find(speakers.begin(), speakers.end(), voice.speaker);
-    const size_t channel = static_cast<size_t>(found - speakers.begin());
-    for (size_t i = 0; i < voice.samples.size(); ++i) {
-      bed[(voice.start + i) * speakers.size() + channel] = voice.samples[i];
+    for (const size_t frame : {voice.start, voice.start + voice.samples.size()}) {
+      file << static_cast<double>(frame) / kRateHz << "," << voice.azimuth_deg << ",0,0\n";
     }
   }
-  render::AudioSpec spec;
-  spec.channels = speakers.size();
-  spec.sample_rate_hz = kRateHz;
-  spec.expected_frames = voices_length(voices);
-  spec.speakers = speakers;
-  render::AudioWriter writer(path, spec);
-  writer.write(bed.data(), spec.expected_frames);
-  writer.commit();
+  file.close();
+  if (!file) throw render::Failure(path, errno);
+}
+
+void voices_write_bed(const std::vector<Voice>& voices, const std::string& path) {
+  Bed bed(voices_length(voices));
+  for (const Voice& voice : voices) bed.place(voice.speaker, voice.start, voice.samples);
+  bed.write(path);
 }
 
 }  // namespace demo

@@ -11,8 +11,6 @@
 
 namespace demo {
 
-constexpr int kRateHz = 48000;  // of the recordings, the bed and its rendering
-
 struct Voice {
   std::string name;         // as spoken, and as the recording's file name without ".wav"
   render::Speaker speaker;  // where it comes from
@@ -27,6 +25,10 @@ std::vector<Voice> voices_read(const std::string& directory);
 
 // Frames from the start of the bed to the end of the last silence.
 size_t voices_length(const std::vector<Voice>& voices);
+
+// Writes the movement of a head that faces each voice while it speaks and turns in the pauses, as a
+// trajectory for orvane-render.
+void voices_write_facing(const std::vector<Voice>& voices, const std::string& path);
 
 // Writes the programme as a 7.1 file with a channel map; the LFE stays silent.
 void voices_write_bed(const std::vector<Voice>& voices, const std::string& path);

@@ -5,7 +5,9 @@
 #include <optional>
 
 #include "platform/effect_abi.h"
+#include "tools/render/decibels.h"
 #include "tools/render/failure.h"
+#include "tools/render/text.h"
 
 namespace render {
 namespace {
@@ -94,16 +96,18 @@ std::optional<Labelled> match_labels(std::vector<Speaker> labels) {
   return std::nullopt;
 }
 
-std::vector<size_t> route(const Layout& layout, const std::vector<Speaker>& labels,
-                          InputOrder order) {
-  std::vector<Speaker> inputs = layout.rows;
-  if (order == InputOrder::kDevice) inputs = unlabelled_order(layout, FileOrder::kAndroid);
-  std::vector<size_t> file_channels;
+// The road and the gain of each channel of a file whose channels are `labels`.
+void route(ChannelPlan* plan, const std::vector<Speaker>& labels, const ChannelRequest& request) {
+  std::vector<Speaker> inputs = plan->layout->rows;
+  if (request.input_order == InputOrder::kDevice) {
+    inputs = unlabelled_order(*plan->layout, FileOrder::kAndroid);
+  }
+  const float lfe_gain = static_cast<float>(decibels_to_factor(request.lfe_gain_db));
   for (const Speaker speaker : inputs) {
     const auto found = std::find(labels.begin(), labels.end(), speaker);
-    file_channels.push_back(static_cast<size_t>(found - labels.begin()));
+    plan->file_channels.push_back(static_cast<size_t>(found - labels.begin()));
+    plan->gains.push_back(speaker == kLfe || speaker == kLfe2 ? lfe_gain : 1.0f);
   }
-  return file_channels;
 }
 
 std::string count_text(size_t channels) {
@@ -166,12 +170,9 @@ const Layout* layout_find(const std::string& name) {
 }
 
 std::string layout_choices() {
-  std::string text;
-  for (const Layout& layout : layouts()) {
-    if (!text.empty()) text += &layout == &layouts().back() ? " or " : ", ";
-    text += layout.name;
-  }
-  return text;
+  std::vector<std::string> names;
+  for (const Layout& layout : layouts()) names.push_back(layout.name);
+  return text_choices(names);
 }
 
 ChannelPlan channel_plan_make(const std::string& file, const std::vector<Speaker>& labels,
@@ -179,21 +180,21 @@ ChannelPlan channel_plan_make(const std::string& file, const std::vector<Speaker
   const Layout* requested = layout_find(request.layout);
   std::optional<Labelled> labelled = match_labels(labels);
   if (labelled && (!requested || labelled->layout == requested)) {
-    return {labelled->layout, route(*labelled->layout, labelled->labels, request.input_order),
-            labelled->notices};
+    ChannelPlan plan{labelled->layout, {}, {}, labelled->notices};
+    route(&plan, labelled->labels, request);
+    return plan;
   }
   if (!requested) fail_unsettled(file, labels);
   if (requested->rows.size() != labels.size()) {
     throw Failure(file, count_text(labels.size()) + ", but --layout " + requested->name + " has " +
                             std::to_string(requested->rows.size()));
   }
-  ChannelPlan plan{requested, {}, {}};
+  ChannelPlan plan{requested, {}, {}, {}};
   if (labelled) {
     plan.notices.push_back("the channel map says " + labelled->layout->name + "; taken as " +
                            requested->name + " as told");
   }
-  plan.file_channels =
-      route(*requested, unlabelled_order(*requested, request.file_order), request.input_order);
+  route(&plan, unlabelled_order(*requested, request.file_order), request);
   return plan;
 }
 
@@ -203,7 +204,7 @@ void channel_plan_reorder(const ChannelPlan& plan, const float* file_frames, flo
   for (size_t frame = 0; frame < frames; ++frame) {
     for (size_t input = 0; input < channels; ++input) {
       effect_frames[frame * channels + input] =
-          file_frames[frame * channels + plan.file_channels[input]];
+          plan.gains[input] * file_frames[frame * channels + plan.file_channels[input]];
     }
   }
 }

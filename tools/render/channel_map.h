@@ -44,11 +44,13 @@ struct ChannelRequest {
   std::string layout;  // empty: from the file's labels
   InputOrder input_order = InputOrder::kLabel;
   FileOrder file_order = FileOrder::kFfmpeg;
+  double lfe_gain_db = 0.0;
 };
 
 struct ChannelPlan {
   const Layout* layout = nullptr;
   std::vector<size_t> file_channels;  // effect input -> channel of the file
+  std::vector<float> gains;           // of each effect input, a factor
   std::vector<std::string> notices;   // what was assumed on the way
 };
 

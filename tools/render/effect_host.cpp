@@ -4,9 +4,11 @@
 
 #include <cstring>
 #include <filesystem>
+#include <vector>
 
 #include "tools/render/failure.h"
 #include "tools/render/host_log.h"
+#include "tools/render/program_path.h"
 
 #ifndef ORVANE_LIBRARY_DIR_FROM_PROGRAM
 #define ORVANE_LIBRARY_DIR_FROM_PROGRAM "../lib"
@@ -78,14 +80,9 @@ std::string effect_library_find(const std::string& requested) {
     // A bare name would make the loader search its own path.
     return fs::path(requested).has_parent_path() ? requested : "./" + requested;
   }
-  std::error_code error;
-  const fs::path program = fs::read_symlink("/proc/self/exe", error).parent_path();
-  for (const fs::path& candidate :
-       {program / kLibraryName, program / ORVANE_LIBRARY_DIR_FROM_PROGRAM / kLibraryName}) {
-    if (!error && fs::is_regular_file(candidate, error)) return candidate.lexically_normal();
-    error.clear();
-  }
-  return kLibraryName;
+  const fs::path installed = fs::path(ORVANE_LIBRARY_DIR_FROM_PROGRAM) / kLibraryName;
+  const fs::path found = program_path_find({kLibraryName, installed});
+  return found.empty() ? kLibraryName : found.string();
 }
 
 EffectHost::EffectHost(const std::string& library, uint32_t channel_mask)
@@ -110,7 +107,7 @@ void EffectHost::configure(uint32_t channel_mask) {
   command(EFFECT_CMD_SET_CONFIG, sizeof(config), &config, "refuses the configuration");
 }
 
-void EffectHost::command(uint32_t code, uint32_t size, void* data, const char* what) {
+void EffectHost::command(uint32_t code, uint32_t size, void* data, const std::string& what) {
   int32_t reply = 0;
   uint32_t reply_size = sizeof(reply);
   effect_handle_t handle = effect_.get();
@@ -119,15 +116,22 @@ void EffectHost::command(uint32_t code, uint32_t size, void* data, const char* w
 }
 
 void EffectHost::set_head_to_stage(const std::array<float, 6>& pose) {
-  const int32_t id = SPATIALIZER_PARAM_HEAD_TO_STAGE;
+  send(SPATIALIZER_PARAM_HEAD_TO_STAGE, pose.data(), sizeof(pose), "refuses the head pose");
+}
+
+void EffectHost::set_parameter(int32_t id, float value, const std::string& name) {
+  send(id, &value, sizeof(value), "refuses " + name);
+}
+
+void EffectHost::send(int32_t id, const void* value, uint32_t size, const std::string& what) {
   effect_param_t head = {};
   head.psize = sizeof(id);
-  head.vsize = sizeof(pose);
-  unsigned char blob[sizeof(head) + sizeof(id) + sizeof(pose)];
-  std::memcpy(blob, &head, sizeof(head));
-  std::memcpy(blob + sizeof(head), &id, sizeof(id));
-  std::memcpy(blob + sizeof(head) + sizeof(id), pose.data(), sizeof(pose));
-  command(EFFECT_CMD_SET_PARAM, sizeof(blob), blob, "refuses the head pose");
+  head.vsize = size;
+  std::vector<unsigned char> blob(sizeof(head) + sizeof(id) + size);
+  std::memcpy(blob.data(), &head, sizeof(head));
+  std::memcpy(blob.data() + sizeof(head), &id, sizeof(id));
+  std::memcpy(blob.data() + sizeof(head) + sizeof(id), value, size);
+  command(EFFECT_CMD_SET_PARAM, static_cast<uint32_t>(blob.size()), blob.data(), what);
 }
 
 void EffectHost::process(float* bed, float* ears, size_t frames) {

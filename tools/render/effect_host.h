@@ -15,8 +15,6 @@ namespace render {
 
 constexpr int kEffectRateHz = 48000;       // what the effect's filters are made for
 constexpr size_t kEffectMaxFrames = 1024;  // longest block it takes
-constexpr size_t kEffectTailFrames =
-    256 - 1;  // sounds on that long: taps of its ear filters, less 1
 
 // Where the library is: `requested` if not empty, else next to this program or in the library
 // directory of its installation, else left to the loader's search.
@@ -35,12 +33,16 @@ class EffectHost {
   // fades over to it.
   void set_head_to_stage(const std::array<float, 6>& pose);
 
+  // One of the effect's own parameters of room and reverb. `name` is for the Failure.
+  void set_parameter(int32_t id, float value, const std::string& name);
+
   // Renders one block of at most kEffectMaxFrames interleaved frames into stereo.
   void process(float* bed, float* ears, size_t frames);
 
  private:
   void configure(uint32_t channel_mask);
-  void command(uint32_t code, uint32_t size, void* data, const char* what);
+  void command(uint32_t code, uint32_t size, void* data, const std::string& what);
+  void send(int32_t id, const void* value, uint32_t size, const std::string& what);
 
   using Library = std::unique_ptr<void, int (*)(void*)>;
   using Instance = std::unique_ptr<effect_interface_s*, int32_t (*)(effect_handle_t)>;

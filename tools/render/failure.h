@@ -1,5 +1,4 @@
-// The one exception of the host tools: something about a file or the library that the user can act
-// on. Caught in main, printed as `PROGRAM: SUBJECT: reason`, exit status 1.
+// The exceptions of the host tools.
 #ifndef ORVANE_TOOLS_RENDER_FAILURE_H_
 #define ORVANE_TOOLS_RENDER_FAILURE_H_
 
@@ -9,6 +8,8 @@
 
 namespace render {
 
+// Something about a file or the library that the user can act on. Caught in main, printed as
+// `PROGRAM: SUBJECT: reason`, exit status 1.
 class Failure : public std::runtime_error {
  public:
   // `subject` is what failed, in most cases a file name; `reason` has no closing full stop.
@@ -18,6 +19,13 @@ class Failure : public std::runtime_error {
   // With the system's text for `error_number` as the reason.
   Failure(const std::string& subject, int error_number)
       : Failure(subject, std::string(std::strerror(error_number))) {}
+};
+
+// A text that means nothing here. Whoever knows where the text stands catches it and says so: a
+// Failure for a file, a wrong command line for an option.
+class BadText : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
 };
 
 }  // namespace render

@@ -10,12 +10,12 @@
 #include "tools/render/render.h"
 
 int main(int argc, char** argv) {
-  int exit_status = 0;
-  const std::optional<render::Options> options = render::options_parse(argc, argv, &exit_status);
-  if (!options) return exit_status;
-  render::host_log_set_verbose(options->verbose);
-  render::interrupt_install();
   try {
+    int exit_status = 0;
+    const std::optional<render::Options> options = render::options_parse(argc, argv, &exit_status);
+    if (!options) return exit_status;
+    render::host_log_set_verbose(options->verbose);
+    render::interrupt_install();
     render::report_print(std::cout, render::render_file(*options));
     return 0;
   } catch (const render::Interrupted& interrupted) {

@@ -9,6 +9,7 @@
 #include "tools/render/audio_writer.h"
 #include "tools/render/channel_map.h"
 #include "tools/render/pose.h"
+#include "tools/render/settings.h"
 
 namespace render {
 
@@ -19,12 +20,17 @@ struct Options {
   ChannelRequest channels;
   std::optional<SampleFormat> sample_format;
   std::optional<Pose> pose;
+  std::string trajectory;  // empty: none
+  Settings settings;       // of room and reverb
+  double gain_db = 0.0;
+  bool normalize = false;
+  bool fail_on_clip = false;
   size_t block_frames = 0;
   bool verbose = false;
 };
 
 // Nothing where the program has nothing more to do (help, version, a wrong command line); then
-// `exit_status` is set and the text has been printed.
+// `exit_status` is set and the text has been printed. Throws Failure for a preset file.
 std::optional<Options> options_parse(int argc, char** argv, int* exit_status);
 
 }  // namespace render

@@ -1,10 +1,12 @@
-// Head poses: from yaw, pitch and roll to the rotation that the effect is given.
+// Head poses: from what people write to the rotation that the effect is given.
 #ifndef ORVANE_TOOLS_RENDER_POSE_H_
 #define ORVANE_TOOLS_RENDER_POSE_H_
 
 #include <array>
 #include <optional>
-#include <string>
+#include <string_view>
+
+#include "tools/render/rotation.h"
 
 namespace render {
 
@@ -18,15 +20,18 @@ struct Pose {
 };
 
 // Reads "YAW,PITCH,ROLL"; nothing where the text is not three finite numbers.
-std::optional<Pose> pose_parse(const std::string& text);
+std::optional<Pose> pose_parse(std::string_view text);
 
-// Rotation vector of the head in the frame above: axis times angle in radians, angle at most pi.
-std::array<double, 3> pose_rotation_vector(const Pose& pose);
+// The turn from a head that looks ahead to the pose, in the room frame.
+Rotation pose_rotation(const Pose& pose);
 
-// Value of the effect's head-to-stage parameter: translation (0, 0, 0), then the rotation vector in
-// the platform's head frame (+x right, +y ahead, +z up), which carries the stage as the head sees
-// it. That is the inverse of the head's own turn.
-std::array<float, 6> pose_head_to_stage(const Pose& pose);
+// Value of the effect's head-to-stage parameter for a head turned by `head`: translation (0, 0, 0),
+// then the rotation vector in the platform's head frame (+x right, +y ahead, +z up), which carries
+// the stage as the head sees it. That is the inverse of the head's own turn.
+std::array<float, 6> pose_head_to_stage(const Rotation& head);
+
+// The inverse: the head's turn from such a rotation vector.
+Rotation pose_from_head_to_stage(const std::array<double, 3>& vector);
 
 }  // namespace render
 

@@ -30,6 +30,7 @@ struct Report {
   std::string output_format;
   int output_rate_hz = 0;
   uint64_t output_frames = 0;
+  double gain_db = 0.0;
   double seconds_taken = 0.0;
   EarLevels levels;
 };

@@ -1,0 +1,66 @@
+#include "renderer/reverb.h"
+
+#include <stddef.h>
+
+#include "base/memory.h"
+#include "base/result.h"
+#include "renderer/room_modules.h"
+
+namespace {
+
+constexpr uint32_t kNumOutputs = 2;
+constexpr float kWetGain = 0.2f;
+
+}  // namespace
+
+uint32_t reverb_init(ubr_reverb_t* reverb, uint32_t max_frame_size) {
+  uint32_t* const generator = reverb->generator;
+  if (const uint32_t code = vn_init(&reverb->velvet_noise, &generator)) return code;
+  const uint32_t sample_rate = reverb->velvet_noise.supported_rate;
+  if (const uint32_t code = vn_set_fs(&reverb->velvet_noise, sample_rate)) return code;
+  reverb->num_outputs = kNumOutputs;
+  return reverb_set_max_frame_size(reverb, max_frame_size);
+}
+
+uint32_t reverb_set_max_frame_size(ubr_reverb_t* reverb, uint32_t max_frame_size) {
+  const auto limit = static_cast<uint32_t>(reverb->velvet_noise.max_block_size);
+  if (max_frame_size > limit) return UBR_INVALID;
+  if (const uint32_t code =
+          replace_zeroed(reverb->scratch, size_t{reverb->num_outputs} * max_frame_size)) {
+    return code;
+  }
+  reverb->scratch_frames = max_frame_size;
+  return reverb_prepare(reverb);
+}
+
+uint32_t reverb_prepare(ubr_reverb_t* reverb) {
+  // Not the length of the last block: a response made for short ones loses the tail of longer ones.
+  reverb->velvet_noise.block_size = static_cast<int32_t>(reverb->scratch_frames);
+  return vn_prepare_to_play(reverb->generator, &reverb->velvet_noise);
+}
+
+void reverb_cleanup(ubr_reverb_t* reverb) {
+  if (!reverb) return;
+  release(reverb->scratch);
+  vn_terminate(&reverb->velvet_noise);
+  *reverb = {};
+}
+
+uint32_t ubr_process_reverb(ubr_reverb_t* reverb, const float* omni, float* const* outputs,
+                            uint32_t frames) {
+  if (!reverb || frames > reverb->scratch_frames) return UBR_MISSING;
+  reverb->frame_size = frames;
+  reverb->velvet_noise.block_size = static_cast<int32_t>(frames);
+  const int32_t input_size[2] = {reverb->velvet_noise.block_size, 1};
+  const int32_t output_size[2] = {reverb->velvet_noise.block_size,
+                                  static_cast<int32_t>(reverb->num_outputs)};
+  if (const uint32_t code = vn_process(reverb->generator, &reverb->velvet_noise, omni, input_size,
+                                       reverb->scratch, output_size)) {
+    return code;  // the scratch holds an earlier block
+  }
+  for (uint32_t c = 0; c < reverb->num_outputs; ++c) {
+    const float* tail = reverb->scratch + size_t{c} * frames;
+    for (uint32_t t = 0; t < frames; ++t) outputs[c][t] += tail[t] * kWetGain;
+  }
+  return UBR_OK;
+}

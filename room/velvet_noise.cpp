@@ -1,0 +1,250 @@
+#include "room/velvet_noise.h"
+
+#include <math.h>
+#include <pffft.h>
+#include <stddef.h>
+#include <string.h>
+
+#include <algorithm>
+
+#include "base/checked.h"
+#include "base/memory.h"
+#include "base/result.h"
+#include "room/random.h"
+#include "room/velvet_response.h"
+
+namespace {
+
+constexpr vn_config_t kDefaultSettings = {1.0f, 80.0f, 0.25f,    0.1f,  30.0f,
+                                          1.0f, 1.0f,  10000.0f, -1.0f, 1.0f};
+constexpr int32_t kNumOutputs = 2;
+constexpr int32_t kNumWorkVectors = 4;
+constexpr int32_t kMinFftSize = 32;  // PFFFT's smallest real transform
+constexpr size_t kAlignment = 64;    // bytes; a cache line, and more than PFFFT asks for
+
+static_assert(sizeof(vn_config_t) == VN_NUM_SETTINGS * sizeof(float));
+
+// `count` zeros on a cache line, or null. The word before them keeps the address to be freed.
+float* alloc_aligned(size_t count) {
+  const size_t bytes = checked_add(checked_mul(count, sizeof(float)), kAlignment);
+  auto* raw = alloc_zeroed<unsigned char>(bytes);
+  if (!raw) return nullptr;
+  unsigned char* aligned = raw + (kAlignment - reinterpret_cast<uintptr_t>(raw) % kAlignment);
+  memcpy(aligned - sizeof(raw), &raw, sizeof(raw));
+  return reinterpret_cast<float*>(aligned);
+}
+
+void release_aligned(float*& array) {
+  if (!array) return;
+  unsigned char* raw = nullptr;
+  memcpy(&raw, reinterpret_cast<unsigned char*>(array) - sizeof(raw), sizeof(raw));
+  release(raw);
+  array = nullptr;
+}
+
+void release_buffers(vn_state_t& s) {
+  if (s.fft_setup) pffft_destroy_setup(s.fft_setup);
+  s.fft_setup = nullptr;
+  release_aligned(s.spectra);
+  release_aligned(s.work_area);
+  release(s.ring_buffers);
+}
+
+size_t ring_samples(const vn_state_t& s) {
+  return checked_mul(size_t{kNumOutputs}, static_cast<size_t>(s.ring_length));
+}
+
+size_t vector_samples(const vn_state_t& s, int32_t vectors) {
+  return checked_mul(static_cast<size_t>(vectors), static_cast<size_t>(s.fft_size));
+}
+
+// Clamped, because a reset may find settings that no preparation has checked yet.
+int32_t pre_delay_samples(const vn_state_t& s) {
+  const float delay_ms = fminf(fmaxf(s.settings.pre_delay_ms, 0.0f), s.max_pre_delay_ms);
+  return static_cast<int32_t>(ceilf(delay_ms / 1000.0f * static_cast<float>(s.sample_rate)));
+}
+
+void set_sizes(vn_state_t& s) {
+  const float rate = static_cast<float>(s.sample_rate);
+  s.response_length = static_cast<int32_t>(roundf(s.settings.decay_s * rate));
+  s.convolution_length = checked_add(s.response_length, checked_sub(s.block_size, 1));
+  s.fft_size = kMinFftSize;
+  while (s.fft_size < s.convolution_length) s.fft_size = checked_mul(s.fft_size, 2);
+  s.read_index = 0;
+  s.write_index = pre_delay_samples(s);
+  s.ring_length = checked_add(s.convolution_length, s.write_index);
+}
+
+uint32_t make_buffers(vn_state_t& s) {
+  s.ring_buffers = alloc_zeroed<float>(ring_samples(s));
+  s.work_area = alloc_aligned(vector_samples(s, s.num_work_vectors));
+  s.spectra = alloc_aligned(vector_samples(s, kNumOutputs));
+  if (!s.ring_buffers || !s.work_area || !s.spectra) return UBR_NO_MEMORY;
+  s.fft_setup = pffft_new_setup(s.fft_size, PFFFT_REAL);
+  return s.fft_setup ? UBR_OK : UBR_NO_MEMORY;
+}
+
+// Every transform is given a free work vector: PFFFT would put the N floats on the stack otherwise.
+void transform(const vn_state_t& s, const float* in, float* out, int32_t free_vector,
+               pffft_direction_t direction) {
+  pffft_transform(s.fft_setup, in, out, velvet_work_vector(s, free_vector), direction);
+}
+
+bool is_off(const vn_state_t& s) { return s.settings.enable == 0.0f || s.settings.decay_s == 0.0f; }
+
+bool is_prepared(const vn_state_t& s) {
+  return s.ring_buffers && s.work_area && s.spectra && s.fft_setup;
+}
+
+// The block size that the buffers were made for counts, as well as one lowered since.
+int32_t longest_block(const vn_state_t& s) {
+  return std::min(s.block_size, s.convolution_length - s.response_length + 1);
+}
+
+void write_silence(float* output, int32_t frames) {
+  if (frames > 0) std::fill_n(output, ptrdiff_t{kNumOutputs} * frames, 0.0f);
+}
+
+void average_channels(float* channels, int32_t frames) {
+  for (int32_t t = 0; t < frames; ++t) channels[t] = (channels[t] + channels[frames + t]) * 0.5f;
+}
+
+// The block's spectrum goes to work vector 3, and each channel's convolution to vector 0 or 1.
+void convolve(const vn_state_t& s, const float* input, int32_t frames) {
+  float* const time = velvet_work_vector(s, 2);
+  float* const spectrum = velvet_work_vector(s, 3);
+  std::copy_n(input, frames, time);
+  std::fill(time + frames, time + s.fft_size, 0.0f);
+  transform(s, time, spectrum, 0, PFFFT_FORWARD);
+  float* const product = time;
+  for (int32_t c = 0; c < kNumOutputs; ++c) {
+    std::fill_n(product, s.fft_size, 0.0f);
+    pffft_zconvolve_accumulate(s.fft_setup, spectrum, s.spectra + ptrdiff_t{c} * s.fft_size,
+                               product, 1.0f / static_cast<float>(s.fft_size));
+    const int32_t free_vector = c == 0 ? 1 : 3;  // after the last product the spectrum is done with
+    transform(s, product, velvet_work_vector(s, c), free_vector, PFFFT_BACKWARD);
+  }
+}
+
+void add_to_ring(float* ring, int32_t ring_length, int32_t start, const float* in, int32_t count) {
+  const int32_t before_wrap = std::min(count, ring_length - start);
+  for (int32_t t = 0; t < before_wrap; ++t) ring[start + t] += in[t];
+  for (int32_t t = before_wrap; t < count; ++t) ring[t - before_wrap] += in[t];
+}
+
+void take_from_ring(float* ring, int32_t ring_length, int32_t start, float* out, int32_t count) {
+  const int32_t before_wrap = std::min(count, ring_length - start);
+  std::copy_n(ring + start, before_wrap, out);
+  std::fill_n(ring + start, before_wrap, 0.0f);
+  std::copy_n(ring, count - before_wrap, out + before_wrap);
+  std::fill_n(ring, count - before_wrap, 0.0f);
+}
+
+}  // namespace
+
+uint32_t vn_init(vn_state_t* state, uint32_t* const* rng) {
+  if (!state || !rng || !*rng) return UBR_MISSING;
+  *state = {};
+  state->supported_rate = 48000;
+  state->max_block_size = 1024;
+  state->max_decay_s = 2.0f;
+  state->max_pre_delay_ms = 100.0f;
+  state->num_work_vectors = kNumWorkVectors;
+  state->settings = kDefaultSettings;
+  random_init(*rng);
+  return UBR_OK;
+}
+
+uint32_t vn_get_config(const vn_state_t* state, vn_config_t* config) {
+  if (!state || !config) return UBR_MISSING;
+  *config = state->settings;
+  return UBR_OK;
+}
+
+uint32_t vn_set_config(vn_state_t* state, const float settings[VN_NUM_SETTINGS]) {
+  if (!state || !settings) return UBR_MISSING;
+  memcpy(&state->settings, settings, sizeof(state->settings));
+  return UBR_OK;
+}
+
+uint32_t vn_set_fs(vn_state_t* state, uint32_t sample_rate) {
+  if (!state) return UBR_MISSING;
+  if (sample_rate != state->supported_rate) return UBR_INVALID;
+  state->sample_rate = sample_rate;
+  return UBR_OK;
+}
+
+uint32_t vn_set_buf_size(vn_state_t* state, int32_t frames) {
+  if (!state) return UBR_MISSING;
+  if (frames < 1 || frames > state->max_block_size) return UBR_INVALID;
+  state->block_size = frames;
+  return UBR_OK;
+}
+
+uint32_t vn_prepare_to_play(uint32_t* rng, vn_state_t* state) {
+  if (!state) return UBR_MISSING;
+  vn_state_t& s = *state;
+  if (s.settings.enable == 0.0f) return vn_terminate(state);
+  if (s.sample_rate == 0 || s.block_size < 1) return UBR_MISSING;
+  if (!velvet_settings_are_valid(s)) return UBR_INVALID;
+  s.settings.decay_s = std::min(s.settings.decay_s, s.max_decay_s);
+  s.settings.pre_delay_ms = std::min(s.settings.pre_delay_ms, s.max_pre_delay_ms);
+  release_buffers(s);  // before the sizes change that describe them
+  set_sizes(s);
+  if (const uint32_t code = make_buffers(s)) return code;
+  if (!rng) return UBR_MISSING;
+  if (s.response_length < 1) return UBR_OK;  // nothing but zeros
+  velvet_draw_responses(rng, s);
+  for (int32_t c = 0; c < kNumOutputs; ++c) {
+    float* const spectrum = s.spectra + ptrdiff_t{c} * s.fft_size;
+    transform(s, velvet_work_vector(s, c), spectrum, 2, PFFFT_FORWARD);
+  }
+  return UBR_OK;
+}
+
+uint32_t vn_process(const uint32_t* rng, vn_state_t* state, const float* input,
+                    const int32_t input_size[2], float* output, const int32_t output_size[2]) {
+  if (!state || !input || !input_size || !output || !output_size) return UBR_MISSING;
+  if (input_size[1] < 1 || input_size[1] > 2 || output_size[1] != kNumOutputs) return UBR_MISSING;
+  vn_state_t& s = *state;
+  const int32_t frames = output_size[0];
+  if (is_off(s)) {
+    write_silence(output, frames);
+    return UBR_OK;
+  }
+  if (!rng || !is_prepared(s)) return UBR_MISSING;
+  if (frames != input_size[0] || frames < 0 || frames > longest_block(s)) return UBR_MISSING;
+  // Deliberate: the average takes the place of the caller's first channel.
+  if (input_size[1] == 2) average_channels(const_cast<float*>(input), frames);
+  if (s.response_length < 1) {
+    write_silence(output, frames);
+    return UBR_OK;
+  }
+  convolve(s, input, frames);
+  for (int32_t c = 0; c < kNumOutputs; ++c) {
+    float* const ring = s.ring_buffers + ptrdiff_t{c} * s.ring_length;
+    add_to_ring(ring, s.ring_length, s.write_index, velvet_work_vector(s, c), s.convolution_length);
+    take_from_ring(ring, s.ring_length, s.read_index, output + ptrdiff_t{c} * frames, frames);
+  }
+  s.read_index = checked_add(s.read_index, frames) % s.ring_length;
+  s.write_index = checked_add(s.write_index, frames) % s.ring_length;
+  return UBR_OK;
+}
+
+uint32_t vn_reset(vn_state_t* state) {
+  if (!state) return UBR_MISSING;
+  vn_state_t& s = *state;
+  s.read_index = 0;
+  s.write_index = pre_delay_samples(s);
+  if (s.work_area) std::fill_n(s.work_area, vector_samples(s, s.num_work_vectors), 0.0f);
+  if (!s.ring_buffers) return UBR_OK;
+  std::fill_n(s.ring_buffers, ring_samples(s), 0.0f);
+  // A longer pre-delay that waits for its preparation has no room in the rings yet.
+  s.write_index = std::min(s.write_index, s.ring_length - s.convolution_length);
+  return UBR_OK;
+}
+
+uint32_t vn_terminate(vn_state_t* state) {
+  if (state) release_buffers(*state);
+  return UBR_OK;
+}

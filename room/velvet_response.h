@@ -1,0 +1,21 @@
+// The velvet-noise response, as vn_prepare_to_play needs it.
+#ifndef ORVANE_ROOM_VELVET_RESPONSE_H_
+#define ORVANE_ROOM_VELVET_RESPONSE_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "room/velvet_noise.h"
+
+// Vector `i` of the work area, fft_size samples.
+inline float* velvet_work_vector(const vn_state_t& state, int32_t i) {
+  return state.work_area + ptrdiff_t{i} * state.fft_size;
+}
+
+// Whether the settings describe a response at the state's sampling rate.
+bool velvet_settings_are_valid(const vn_state_t& state);
+
+// Draws both responses into work vectors 0 and 1, which hold zeros; vectors 2 and 3 are scratch.
+void velvet_draw_responses(uint32_t* rng, const vn_state_t& state);
+
+#endif  // ORVANE_ROOM_VELVET_RESPONSE_H_

@@ -1,0 +1,143 @@
+// Room and reverb parameters of the renderer: every range, and where an accepted value goes.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "tests/support/failing_alloc.h"
+#include "tests/support/test_renderer.h"
+
+namespace {
+
+using Setter = uint32_t (*)(ubr_t*, uint32_t, float);
+constexpr Setter kReflections = ubr_set_reflections_param, kReverb = ubr_set_reverb_param;
+
+// The room has its defaults, 5 x 6 x 4 m, and the renderer is of order 3.
+const struct {
+  const char* name;
+  Setter set;
+  uint32_t first_id, last_id;
+  float minimum, maximum;
+} kRanges[] = {
+    {"mode", kReflections, 0, 0, 0.0f, 3.0f},
+    {"room size", kReflections, 1, 3, 1.0f, 14.0f},
+    {"absorption", kReflections, 4, 9, 0.0f, 1.0f},
+    {"material", kReflections, 10, 15, 1.0f, 27.0f},
+    {"listener x", kReflections, 16, 16, -2.5f, 2.5f},
+    {"listener y", kReflections, 17, 17, -3.0f, 3.0f},
+    {"listener z", kReflections, 18, 18, 0.1f, 4.0f},
+    {"enable, stereo", kReverb, 0, 1, std::nextafter(-1.0f, 0.0f), std::nextafter(2.0f, 0.0f)},
+    {"pulse spacing", kReverb, 2, 2, 3.0f, 6000.0f},
+    {"decay", kReverb, 3, 3, 0.0f, 2.0f},
+    {"level", kReverb, 4, 4, 0.0f, 1.0f},
+    {"pre-delay", kReverb, 5, 5, 0.0f, 100.0f},
+    {"tone filter", kReverb, 6, 6, std::nextafter(-1.0f, 0.0f), std::nextafter(2.0f, 0.0f)},
+    {"tone gain", kReverb, 7, 7, -1.0f, 1.0f},
+    {"tone corner", kReverb, 8, 8, 100.0f, 12000.0f},
+    {"tone slope", kReverb, 9, 9, 0.1f, 1.0f},
+};
+
+TEST(ParameterRangeTest, BothEndsAreInsideAndNothingBeyond) {
+  for (const auto& range : kRanges) {
+    for (uint32_t id = range.first_id; id <= range.last_id; ++id) {
+      SCOPED_TRACE(testing::Message() << range.name << ", id " << id);
+      TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 64, 3);
+      for (const float value : {range.minimum, range.maximum}) {
+        EXPECT_EQ(UBR_OK, range.set(&test.r, id, value)) << value;
+      }
+      const shoebox_params_t room = test.r.reflections->room.params;
+      const vn_config_t settings = test.r.reverb->velvet_noise.settings;
+      const uint32_t mode = test.r.reflections->reflections_mode;
+      for (const float value : {std::nextafter(range.minimum, -INFINITY), -INFINITY, INFINITY, NAN,
+                                std::nextafter(range.maximum, INFINITY)}) {
+        EXPECT_EQ(UBR_INVALID, range.set(&test.r, id, value)) << value;
+      }
+      EXPECT_EQ(0, memcmp(&room, &test.r.reflections->room.params, sizeof(room)));
+      EXPECT_EQ(0, memcmp(&settings, &test.r.reverb->velvet_noise.settings, sizeof(settings)));
+      EXPECT_EQ(mode, test.r.reflections->reflections_mode);
+    }
+  }
+}
+
+TEST(ParameterRangeTest, IdsBeyondTheLastAreUnknown) {
+  TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 64, 3);
+  for (const uint32_t id : {19u, 20u, UINT32_MAX}) {
+    EXPECT_EQ(UBR_INVALID, ubr_set_reflections_param(&test.r, id, 1.0f));
+  }
+  for (const uint32_t id : {10u, UINT32_MAX}) {
+    EXPECT_EQ(UBR_INVALID, ubr_set_reverb_param(&test.r, id, 1.0f));
+  }
+}
+
+TEST(ReverbParameterTest, EverySettingHasItsPlace) {
+  TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 64, 1);
+  const float values[] = {1.9f, 0.0f, 100.5f, 0.5f, 0.3f, 20.0f, 0.7f, 0.25f, 5000.0f, 0.5f};
+  for (uint32_t id = 0; id < 10; ++id) {
+    EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&test.r, id, values[id]));
+  }
+  const vn_config_t s = test.r.reverb->velvet_noise.settings;
+  const float stored[] = {s.enable,         s.stereo,       s.pulse_spacing, s.decay_s,
+                          s.level,          s.pre_delay_ms, s.tone_enable,   s.tone_gain,
+                          s.tone_corner_hz, s.tone_slope};
+  for (uint32_t id = 0; id < 10; ++id) EXPECT_EQ(values[id], stored[id]) << id;
+  EXPECT_EQ(24000, test.r.reverb->velvet_noise.response_length);
+}
+
+TEST(ReverbParameterTest, ASettingMadeDuringShortBlocksPreparesForLongOnes) {
+  TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 512, 1);
+  test.render(planar_noise(1, 64, 1), {64});
+  EXPECT_EQ(64, test.r.reverb->velvet_noise.block_size);
+  EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&test.r, UBR_REVERB_DECAY, 0.5f));
+  EXPECT_EQ(24000 + 511, test.r.reverb->velvet_noise.convolution_length);
+}
+
+TEST(ReverbParameterTest, WithoutMemoryBlocksAreDryAndSaySo) {
+  TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 512, 1);
+  TestRenderer dry(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 512, 1);
+  dry.dry();
+  const Planar input = planar_noise(1, 2048, 1);
+  test.render(input, {512});
+  dry.render(input, {512});
+  for (uint32_t n = 0; n < 3; ++n) {
+    {
+      const FailingAlloc guard(n);
+      EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&test.r, UBR_REVERB_LEVEL, 0.5f));
+    }
+    Planar ears(2, 512);
+    EXPECT_EQ(UBR_MISSING, ubr_process(&test.r, input.data(), 1, ears.data(), 2, 512));
+    Planar expected(2, 512);
+    EXPECT_EQ(UBR_OK, ubr_process(&dry.r, input.data(), 1, expected.data(), 2, 512));
+    EXPECT_EQ(expected[0], ears[0]);
+  }
+  EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&test.r, UBR_REVERB_LEVEL, 0.5f));
+  test.render(input, {512});
+}
+
+TEST(ReflectionsParameterTest, TheLastOfAbsorptionAndMaterialCounts) {
+  TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 64, 3);
+  const float* absorption = test.r.reflections->room.params.absorption;
+  for (uint32_t wall = 0; wall < 6; ++wall) {
+    ubr_set_reflections_param(&test.r, UBR_REFLECTIONS_ABSORPTION + wall, 0.125f);
+    EXPECT_EQ(0.125f, absorption[wall]);
+    ubr_set_reflections_param(&test.r, UBR_REFLECTIONS_MATERIAL + wall, 4.9f);
+    EXPECT_EQ(0.75f, absorption[wall]);
+    ubr_set_reflections_param(&test.r, UBR_REFLECTIONS_ABSORPTION + wall, 0.5f);
+    EXPECT_EQ(0.5f, absorption[wall]);
+  }
+}
+
+TEST(ReflectionsParameterTest, TheListenerHasToBeInTheRoomOfTheMoment) {
+  TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 64, 3);
+  ubr_t* r = &test.r;
+  const float* listener = r->reflections->listener_position;
+  EXPECT_EQ(UBR_OK, ubr_set_reflections_param(r, UBR_REFLECTIONS_LISTENER_X, 2.4f));
+  EXPECT_EQ(UBR_OK, ubr_set_reflections_param(r, UBR_REFLECTIONS_ROOM_X, 2.0f));
+  EXPECT_EQ(2.4f, listener[0]) << "the scene brings it inside";
+  EXPECT_EQ(UBR_INVALID, ubr_set_reflections_param(r, UBR_REFLECTIONS_LISTENER_X, 2.4f));
+  EXPECT_EQ(UBR_OK, ubr_set_reflections_param(r, UBR_REFLECTIONS_MODE, 2.7f));
+  EXPECT_EQ(2u, r->reflections->reflections_mode);
+  EXPECT_EQ(UBR_OK, ubr_compute_reflections(r));
+  EXPECT_NEAR(0.9f, r->reflections->room.listener[0], 1e-6f);
+}
+
+}  // namespace

@@ -1,0 +1,144 @@
+// The room as it is heard: tail and reflections measured in the ears.
+#include <gtest/gtest.h>
+#include <pffft.h>
+
+#include <cmath>
+#include <memory>
+
+#include "tests/support/test_renderer.h"
+
+namespace {
+
+constexpr double kRate = 48000.0;
+constexpr size_t kDirectEnd = 1024;  // samples after an impulse that only the direct sound takes
+
+double energy(const std::vector<float>& samples, size_t begin) {
+  double sum = 0.0;
+  for (size_t t = begin; t < samples.size(); ++t) sum += std::pow(double{samples[t]}, 2.0);
+  return sum;
+}
+
+// Both ears' response to an impulse straight ahead.
+Planar impulse_response(TestRenderer& renderer, double seconds) {
+  renderer.place(0, ENCODER_SOURCE_LOUDSPEAKER, 1.0f, 0.0f, 0.0f);
+  Planar impulse(1, static_cast<size_t>(seconds * kRate));
+  impulse[0][0] = 1.0f;
+  return renderer.render(impulse, {480});
+}
+
+// Seconds that the level of both ears together takes to fall by 60 dB, from the time between -5 and
+// -25 dB of the energy that is still to come (Schroeder, "New method of measuring reverberation
+// time", J. Acoust. Soc. Am. 37, 1965).
+double reverberation_time(const Planar& ears) {
+  const double total = energy(ears[0], kDirectEnd) + energy(ears[1], kDirectEnd);
+  double to_come = 0.0, start = 0.0, end = 0.0;
+  for (size_t t = ears[0].size(); t-- > kDirectEnd;) {
+    to_come += std::pow(double{ears[0][t]}, 2.0) + std::pow(double{ears[1][t]}, 2.0);
+    const double level_db = 10.0 * std::log10(to_come / total);
+    if (level_db < -25.0) end = static_cast<double>(t);
+    if (level_db < -5.0) start = static_cast<double>(t);
+  }
+  return 3.0 * (end - start) / kRate;
+}
+
+TEST(RoomTailTest, DecaysAsSetAndFillsBothEars) {
+  const struct {
+    float decay_s, level, spacing, tone_gain;
+  } settings[] = {{0.25f, 0.1f, 80.0f, -1.0f},
+                  {0.5f, 0.1f, 80.0f, 1.0f},
+                  {1.0f, 0.5f, 40.0f, 0.0f},
+                  {2.0f, 1.0f, 20.0f, -1.0f},
+                  {1.5f, 0.2f, 120.0f, 1.0f}};
+  double difference_db = 0.0;
+  for (const auto& s : settings) {
+    TestRenderer renderer(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 480, 1);
+    const std::pair<uint32_t, float> values[] = {{UBR_REVERB_DECAY, s.decay_s},
+                                                 {UBR_REVERB_LEVEL, s.level},
+                                                 {UBR_REVERB_PULSE_SPACING, s.spacing},
+                                                 {UBR_REVERB_TONE_GAIN, s.tone_gain}};
+    for (const auto& [id, value] : values) {
+      EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&renderer.r, id, value));
+    }
+    const Planar ears = impulse_response(renderer, double{s.decay_s} + 0.1);
+    // The envelope falls from the level to 0.001 over the decay time.
+    const double expected = double{s.decay_s} * 60.0 / (20.0 * std::log10(double{s.level} / 0.001));
+    EXPECT_NEAR(1.0, reverberation_time(ears) / expected, 0.1) << s.decay_s;
+    difference_db += 10.0 * std::log10(energy(ears[0], kDirectEnd) / energy(ears[1], kDirectEnd));
+  }
+  EXPECT_LT(std::fabs(difference_db / std::size(settings)), 1.0);
+}
+
+TEST(RoomTailTest, FollowsTheSoundByThePreDelay) {
+  for (const auto& [input_type, mode] : {std::pair{UBR_INPUT_SOURCES, UBR_MODE_BINAURAL_TRACKED},
+                                         {UBR_INPUT_SOURCES, UBR_MODE_BINAURAL},
+                                         {UBR_INPUT_AMBISONICS, UBR_MODE_BINAURAL_TRACKED},
+                                         {UBR_INPUT_AMBISONICS, UBR_MODE_BINAURAL}}) {
+    SCOPED_TRACE(testing::Message() << "input " << input_type << ", mode " << mode);
+    TestRenderer renderer(input_type, 4, mode, 480, 1);
+    EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&renderer.r, UBR_REVERB_PRE_DELAY, 50.0f));
+    EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&renderer.r, UBR_REVERB_TONE_ENABLE, 0.0f));
+    Planar input(4, 16000);
+    input[0][0] = 1.0f;
+    const Planar ears = renderer.render(input, {480});
+    for (const auto& ear : {ears[0], ears[1]}) {
+      // Rounding of the transforms, at first.
+      EXPECT_LT(peak({ear.begin() + kDirectEnd, ear.begin() + 2400}), 1e-7f);
+      EXPECT_NEAR(0.2f * 0.1f, peak({ear.begin() + 2400, ear.begin() + 2600}), 1e-3f);
+      EXPECT_LT(peak({ear.begin() + 2400 + 12000, ear.end()}), 1e-7f);
+    }
+  }
+}
+
+// The highest level beyond 500 Hz from 1 kHz, in dB relative to the highest within.
+double splatter_db(const std::vector<float>& samples) {
+  constexpr int kSize = 32768;
+  const std::unique_ptr<void, decltype(&pffft_aligned_free)> memory(
+      pffft_aligned_malloc(2 * kSize * sizeof(float)), pffft_aligned_free);
+  auto* time = static_cast<float*>(memory.get());
+  float* spectrum = time + kSize;
+  for (size_t t = 0; t < kSize; ++t) {
+    // Blackman-Harris window: side lobes at -92 dB.
+    const double x = 2.0 * M_PI * static_cast<double>(t) / kSize;
+    const double window = 0.35875 - 0.48829 * cos(x) + 0.14128 * cos(2 * x) - 0.01168 * cos(3 * x);
+    time[t] = static_cast<float>(window) * samples.at(samples.size() - kSize + t);
+  }
+  PFFFT_Setup* setup = pffft_new_setup(kSize, PFFFT_REAL);
+  pffft_transform_ordered(setup, time, spectrum, nullptr, PFFFT_FORWARD);
+  pffft_destroy_setup(setup);
+  double near = 0.0, far = 0.0;
+  for (int k = 1; k < kSize / 2; ++k) {
+    const double level = std::hypot(spectrum[2 * k], spectrum[2 * k + 1]);
+    double& band = std::fabs(k * kRate / kSize - 1000.0) <= 500.0 ? near : far;
+    band = std::max(band, level);
+  }
+  return 20.0 * std::log10(far / near);
+}
+
+TEST(RoomPoseTest, ATurningFieldHasNoSplatter) {
+  for (const uint32_t mode : {0u, 4u}) {
+    TestRenderer renderer(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 480, 4);
+    renderer.dry();
+    renderer.reflect(mode);
+    Planar tone(1, 57600);
+    for (size_t t = 0; t < tone[0].size(); ++t) {
+      tone[0][t] = static_cast<float>(sin(2.0 * M_PI * 1000.0 * static_cast<double>(t) / kRate));
+    }
+    Planar ears(2, 0);
+    for (size_t start = 0; start < tone[0].size(); start += 480) {
+      // 360 degrees a second, from one pose every 10 ms.
+      const float yaw =
+          static_cast<float>(std::fmod(static_cast<double>(start) * 360.0 / kRate, 360.0));
+      const float pose[3] = {yaw, 0.0f, 0.0f};
+      ASSERT_EQ(UBR_OK, ubr_set_user_orientation(&renderer.r, pose, ROTATOR_YAW_PITCH_ROLL));
+      Planar block(1, 480);
+      std::copy_n(&tone[0][start], 480, block[0].begin());
+      const Planar rendered = renderer.render(block, {480});
+      for (const uint32_t ear : {0u, 1u}) {
+        ears[ear].insert(ears[ear].end(), rendered[ear].begin(), rendered[ear].end());
+      }
+    }
+    for (const uint32_t ear : {0u, 1u}) EXPECT_LT(splatter_db(ears[ear]), -60.0) << "mode " << mode;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,250 @@
+#include "room/velvet_noise.h"
+
+#include <gtest/gtest.h>
+#include <math.h>
+
+#include <array>
+#include <vector>
+
+#include "base/result.h"
+#include "tests/support/failing_alloc.h"
+#include "tests/support/signals.h"
+
+namespace {
+
+using Config = vn_config_t;
+
+struct Change {
+  float Config::*setting;
+  float value;
+};
+
+// A reverberator at 48 kHz with the default settings, a decay of 2400 samples and some changes.
+struct Reverb {
+  explicit Reverb(const std::vector<Change>& changes = {}, int32_t block_size = 128) {
+    uint32_t* words = rng.data();
+    vn_init(&state, &words);
+    vn_set_fs(&state, 48000);
+    vn_set_buf_size(&state, block_size);
+    state.settings.decay_s = 0.05f;
+    for (const Change& c : changes) state.settings.*c.setting = c.value;
+  }
+  ~Reverb() { vn_terminate(&state); }
+  Reverb(const Reverb&) = delete;
+  Reverb& operator=(const Reverb&) = delete;
+
+  uint32_t prepare() { return vn_prepare_to_play(rng.data(), &state); }
+
+  // The response that a preparation has just left in the work area.
+  std::vector<double> response(int32_t channel) const {
+    const float* start = state.work_area + channel * state.fft_size;
+    return {start, start + state.fft_size};
+  }
+
+  uint32_t process(const float* in, float* out, int32_t frames, int32_t channels = 1) {
+    const int32_t in_size[2] = {frames, channels};
+    const int32_t out_size[2] = {frames, 2};
+    return vn_process(rng.data(), &state, in, in_size, out, out_size);
+  }
+
+  // Left and right, rendered in blocks of changing length.
+  Planar render(const std::vector<float>& in) {
+    Planar out(2, in.size());
+    const int32_t lengths[] = {state.block_size, 1, state.block_size / 2, state.block_size};
+    const auto total = static_cast<int32_t>(in.size());
+    for (int32_t start = 0, turn = 0, n = 0; start < total; start += n, ++turn) {
+      n = std::min(lengths[turn % 4], total - start);
+      std::vector<float> block(2 * static_cast<size_t>(n));
+      EXPECT_EQ(UBR_OK, process(in.data() + start, block.data(), n));
+      for (int32_t c : {0, 1}) std::copy_n(&block.at(0) + c * n, n, out.data()[c] + start);
+    }
+    return out;
+  }
+
+  vn_state_t state;
+  std::vector<uint32_t> rng = std::vector<uint32_t>(RANDOM_STATE_WORDS);
+};
+
+struct ConvolutionCase {
+  const char* name;
+  int32_t block_size;
+  std::vector<Change> changes;
+};
+
+TEST(VelvetConvolutionTest, BlocksEqualOneDirectConvolution) {
+  const ConvolutionCase cases[] = {
+      {"defaults", 128, {}},
+      {"transform as long as the convolution",
+       97,
+       {{&Config::tone_enable, 0.0f}, {&Config::decay_s, 4000.0f / 48000.0f}}},
+      {"at once, mono", 64, {{&Config::pre_delay_ms, 0.0f}, {&Config::stereo, 0.0f}}},
+      {"two seconds", 1024, {{&Config::decay_s, 2.0f}}},
+      {"five samples", 2, {{&Config::tone_enable, 0.0f}, {&Config::decay_s, 1e-4f}}}};
+  std::vector<float> in = noise(6000, 7);
+  for (size_t t = 0; t < in.size(); ++t) in[t] *= t % 37 == 0 ? 1.0f : 0.0f;  // for a quick check
+  for (const ConvolutionCase& test : cases) {
+    SCOPED_TRACE(test.name);
+    Reverb reverb(test.changes, test.block_size);
+    ASSERT_EQ(UBR_OK, reverb.prepare());
+    const auto delay = static_cast<size_t>(ceilf(reverb.state.settings.pre_delay_ms * 48.0f));
+    const std::vector<double> responses[] = {reverb.response(0), reverb.response(1)};
+    EXPECT_TRUE(reverb.state.settings.stereo == 1.0f || responses[0] == responses[1]);
+    const Planar out = reverb.render(in);
+    for (size_t c : {0u, 1u}) {
+      const std::vector<double> x(in.begin(), in.end());
+      std::vector<double> expected(in.size());
+      for (size_t t = 0; t < in.size(); t += 37) {
+        for (size_t i = 0; i < responses[c].size() && t + delay + i < in.size(); ++i) {
+          expected[t + delay + i] += x[t] * responses[c][i];
+        }
+      }
+      const std::vector<float> rounded(expected.begin(), expected.end());
+      ASSERT_GT(peak(rounded), 0.0f);
+      // Rounding of two single-precision transforms.
+      EXPECT_LT(max_difference(rounded, out[c]), 2e-6f * peak(rounded));
+    }
+  }
+}
+
+TEST(VelvetResponseTest, HasOnePulsePerSegmentUnderTheEnvelope) {
+  constexpr int32_t kSpacing = 80;
+  Reverb reverb({{&Config::tone_enable, 0.0f}});
+  ASSERT_EQ(UBR_OK, reverb.prepare());
+  const int32_t length = reverb.state.response_length;
+  for (int32_t c : {0, 1}) {
+    const std::vector<double> h = reverb.response(c);
+    int32_t pulses = 0, positive = 0;
+    for (int32_t i = 0; i < reverb.state.fft_size; ++i) {
+      const double pulse = h[static_cast<size_t>(i)];
+      if (pulse == 0.0) continue;
+      EXPECT_NEAR(0.1 * pow(0.01, (i + 1.0) / length), fabs(pulse), 1e-6);
+      // Half a segment of jitter on the left, the same again on the right.
+      EXPECT_LE(abs(i - kSpacing * pulses), (1 + c) * kSpacing / 2);
+      ++pulses;
+      positive += pulse > 0.0;
+    }
+    EXPECT_EQ(length / kSpacing, pulses);
+    EXPECT_NEAR(pulses / 2, positive, 9);
+    // The generator begins 0.815, 0.906, 0.127, 0.913: 33 samples and +, 5 more and +.
+    EXPECT_GT(h[c ? 38 : 33], 0.0);
+  }
+  const std::vector<double> first = reverb.response(0);
+  ASSERT_EQ(UBR_OK, reverb.prepare());
+  EXPECT_NE(first, reverb.response(0)) << "the generator goes on";
+}
+
+TEST(VelvetResponseTest, ToneFilterShelvesTheHighestFrequencies) {
+  for (const double tone_gain : {-1.0, 0.5, 1.0}) {
+    Reverb reverb(
+        {{&Config::tone_gain, static_cast<float>(tone_gain)}, {&Config::pulse_spacing, 2400.0f}});
+    ASSERT_EQ(UBR_OK, reverb.prepare());
+    const std::vector<double> h = reverb.response(0);  // of a single pulse, far from both ends
+    const double pulse = 0.1 * pow(0.01, 979.0 / 2400.0);
+    double at_dc = 0.0, at_nyquist = 0.0;
+    for (size_t i = 0; i < h.size(); ++i) {
+      at_dc += h[i];
+      at_nyquist += i % 2 ? -h[i] : h[i];
+    }
+    EXPECT_NEAR(1.0, at_dc / pulse, 1e-4);
+    EXPECT_NEAR((tone_gain - 1.0) * 24.0, 20.0 * log10(fabs(at_nyquist / at_dc)), 0.02);
+    for (size_t d = 0; d < 50; ++d) EXPECT_NEAR(h[978 - d], h[978 + d], 1e-6) << "no phase shift";
+  }
+}
+
+TEST(VelvetPreparationTest, SizesFollowTheSettings) {
+  struct Sizes {
+    float decay_s, pre_delay_ms;
+    int32_t block_size;
+    std::array<int32_t, 4> expected;  // response, convolution, transform, ring
+  };
+  for (const Sizes& s :
+       {Sizes{0.25f, 30.0f, 1024, {12000, 13023, 16384, 14463}},
+        Sizes{3.0f, 150.0f, 1024, {96000, 97023, 131072, 101823}},  // clamped
+        Sizes{0.02f, 0.0f, 65, {960, 1024, 1024, 1024}},
+        Sizes{0.02f, 0.01f, 66, {960, 1025, 2048, 1026}}, Sizes{1e-4f, 0.0f, 1, {5, 5, 32, 5}}}) {
+    Reverb reverb({{&Config::decay_s, s.decay_s}, {&Config::pre_delay_ms, s.pre_delay_ms}},
+                  s.block_size);
+    ASSERT_EQ(UBR_OK, reverb.prepare());
+    const vn_state_t& v = reverb.state;
+    const std::array<int32_t, 4> sizes = {v.response_length, v.convolution_length, v.fft_size,
+                                          v.ring_length};
+    EXPECT_EQ(s.expected, sizes);
+    EXPECT_EQ(std::min(s.decay_s, 2.0f), v.settings.decay_s);
+  }
+}
+
+TEST(VelvetPreparationTest, SettingsWithoutSoundGiveSilence) {
+  for (const Change& change : {Change{&Config::level, 0.0f}, Change{&Config::level, 1e-42f},
+                               Change{&Config::decay_s, 0.0f}, Change{&Config::decay_s, 1e-6f},
+                               Change{&Config::enable, 0.0f}}) {
+    Reverb reverb({change});
+    ASSERT_EQ(UBR_OK, reverb.prepare());
+    const Planar out = reverb.render(noise(3000, 1));
+    EXPECT_EQ(0.0f, peak(out[0]) + peak(out[1]));
+    // Two numbers of two words for each of 30 pulses per ear are drawn even for level 0.
+    EXPECT_EQ(change.setting == &Config::level ? 240u : 624u, reverb.rng.back());
+  }
+}
+
+TEST(VelvetPreparationTest, MeaninglessSettingsKeepTheResponse) {
+  for (const Change& change : {Change{&Config::level, NAN}, Change{&Config::pulse_spacing, 0.5f},
+                               Change{&Config::decay_s, -1.0f}, Change{&Config::pre_delay_ms, NAN},
+                               Change{&Config::tone_slope, 0.0f}}) {
+    Reverb reverb;
+    ASSERT_EQ(UBR_OK, reverb.prepare());
+    const Planar before = reverb.render(noise(2000, 1));
+    const float valid = reverb.state.settings.*change.setting;
+    reverb.state.settings.*change.setting = change.value;
+    EXPECT_EQ(UBR_INVALID, reverb.prepare());
+    reverb.state.settings.*change.setting = valid;
+    EXPECT_EQ(UBR_OK, vn_reset(&reverb.state));
+    EXPECT_EQ(before[0], reverb.render(noise(2000, 1))[0]);
+  }
+}
+
+TEST(VelvetPreparationTest, EveryFailedAllocationIsReportedAndRetried) {
+  Reverb reverb;
+  const std::vector<float> in = noise(128, 1);
+  float out[2 * 128];
+  for (uint32_t n = 0, reached = 1; reached; ++n) {
+    FailingAlloc guard(n);
+    const uint32_t code = reverb.prepare();
+    reached = guard.reached();
+    EXPECT_EQ(reached ? UBR_NO_MEMORY : UBR_OK, code);
+    EXPECT_EQ(reached ? UBR_MISSING : UBR_OK, reverb.process(in.data(), out, 128));
+    EXPECT_EQ(UBR_OK, vn_reset(&reverb.state));
+    EXPECT_EQ(n < 3, reached);
+  }
+}
+
+TEST(VelvetProcessTest, ChecksBlocksAndAveragesTwoChannels) {
+  Reverb reverb({}, 64);
+  EXPECT_EQ(UBR_INVALID, vn_set_fs(&reverb.state, 44100));
+  EXPECT_EQ(UBR_INVALID, vn_set_buf_size(&reverb.state, 1025));
+  EXPECT_EQ(UBR_INVALID, vn_set_buf_size(&reverb.state, 0));
+  std::vector<float> in = noise(256, 1), out(256, 5.0f);
+  EXPECT_EQ(UBR_MISSING, reverb.process(in.data(), out.data(), 64)) << "not prepared";
+  ASSERT_EQ(UBR_OK, reverb.prepare());
+  vn_set_buf_size(&reverb.state, 128);  // waits for its preparation
+  EXPECT_EQ(UBR_MISSING, reverb.process(in.data(), out.data(), 65));
+  EXPECT_EQ(UBR_MISSING, reverb.process(in.data(), out.data(), 64, 3));
+  const int32_t sizes[][2] = {{64, 1}, {32, 2}};
+  EXPECT_EQ(UBR_MISSING, vn_process(reverb.rng.data(), &reverb.state, in.data(), sizes[0],
+                                    out.data(), sizes[1]));
+  EXPECT_EQ(std::vector<float>(256, 5.0f), out);
+  const float average = (in[3] + in[67]) * 0.5f;
+  ASSERT_EQ(UBR_OK, reverb.process(in.data(), out.data(), 64, 2));
+  EXPECT_EQ(average, in[3]);
+}
+
+TEST(VelvetProcessTest, NothingOutlivesTheTail) {
+  Reverb reverb;
+  ASSERT_EQ(UBR_OK, reverb.prepare());
+  std::vector<float> in(8000);
+  in[10] = NAN;
+  const Planar out = reverb.render(in);
+  EXPECT_TRUE(isnan(peak(out[0]))) << "bad samples are not filtered";
+  EXPECT_EQ(0.0f, peak({out[0].end() - 2000, out[0].end()}));
+}
+
+}  // namespace
