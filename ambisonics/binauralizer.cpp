@@ -7,6 +7,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <numeric>
 
 #include "ambisonics/ambisonics_base.h"
 #include "ambisonics/binauralizer_built.h"
@@ -73,13 +74,16 @@ uint32_t longest_transform(const binauralizer_t& b) {
   return kTransformSizes[checked_index(b.num_transforms - 1, BINAURALIZER_MAX_TRANSFORMS)];
 }
 
+transform_t transform_at(const binauralizer_t& b, uint32_t k) {
+  const uint32_t* const size = kTransformSizes + checked_index(k, BINAURALIZER_MAX_TRANSFORMS);
+  return {b.fft_setups[k], *size, std::accumulate(kTransformSizes, size, 0u)};
+}
+
 // The shortest transform for a block of `frames`; the longest if none holds it.
 transform_t choose_transform(const binauralizer_t& b, uint32_t frames) {
-  uint32_t k = 0, column = 0;
-  while (k + 1 < b.num_transforms && kTransformSizes[k] < frames + kOverlap) {
-    column += kTransformSizes[k++];
-  }
-  return {b.fft_setups[k], kTransformSizes[k], column};
+  uint32_t k = 0;
+  while (k + 1 < b.num_transforms && kTransformSizes[k] < frames + kOverlap) ++k;
+  return transform_at(b, k);
 }
 
 uint32_t make_fft_setups(binauralizer_t* b) {
@@ -112,8 +116,8 @@ uint32_t make_degree_table(binauralizer_t* b, int32_t order) {
 
 uint32_t make_buffers(binauralizer_t* b) {
   const uint32_t longest = longest_transform(*b);
-  uint32_t all_sizes = 0;
-  for (uint32_t k = 0; k < b->num_transforms; ++k) all_sizes += kTransformSizes[k];
+  const uint32_t all_sizes =
+      std::accumulate(kTransformSizes, kTransformSizes + b->num_transforms, 0u);
   b->time_buffer = alloc_zeroed<float>(longest);
   b->spectrum_buffer = alloc_zeroed<float>(kGroup, longest);
   if (!b->time_buffer || !b->spectrum_buffer) return UBR_NO_MEMORY;
@@ -147,7 +151,7 @@ void sum_channels(binauralizer_t* b, const transform_t& transform, const float* 
   clear(sum, transform.size);
   for (uint32_t c = 0; c < b->num_sh_channels; ++c) {
     if ((b->sh_degree_m[c] < 0) != mirrored) continue;
-    float* const spectrum = b->spectrum_buffer + count * transform.size;
+    float* const spectrum = b->spectrum_buffer + size_t{count} * transform.size;
     copy(sh_in[c] + begin, b->time_buffer, frames);
     pffft_transform(transform.setup, b->time_buffer, spectrum, nullptr, PFFFT_FORWARD);
     spectra[count] = spectrum;
@@ -217,7 +221,7 @@ uint32_t binauralizer_init(binauralizer_t* b, uint32_t order, int32_t max_frame_
   if (const uint32_t code = make_degree_table(b, static_cast<int32_t>(order))) return code;
   if (const uint32_t code = make_buffers(b)) return code;
   for (uint32_t k = 0; k < b->num_transforms; ++k) {
-    transform_responses(b, choose_transform(*b, kTransformSizes[k] - kOverlap));
+    transform_responses(b, transform_at(*b, k));
   }
   return UBR_OK;
 }

@@ -1,4 +1,4 @@
-// The one home of vector code: the matrix product behind encoding, rotation and reflections.
+// The matrix product of the reflections, on padded rows of one matrix.
 #ifndef ORVANE_NUMERICS_MIX_ROWS_H_
 #define ORVANE_NUMERICS_MIX_ROWS_H_
 
