@@ -1,14 +1,10 @@
-// Time that each stage of a fourth-order block takes.
-#include <benchmark/benchmark.h>
-
+// The stages of a fourth-order block, each alone, prepared for blocks of up to 1024 samples as the
+// effect prepares them.
+#include <string>
 #include <vector>
 
-#include "ambisonics/ambisonics_base.h"
-#include "ambisonics/binauralizer.h"
-#include "ambisonics/encoder.h"
-#include "ambisonics/rotator.h"
-#include "bench/realtime.h"
-#include "numerics/mix_rows.h"
+#include "bench/measure.h"
+#include "renderer/ubr.h"
 #include "tests/support/signals.h"
 
 namespace {
@@ -18,84 +14,101 @@ constexpr uint32_t kChannels = 25;
 constexpr uint32_t kMaxFrameSize = 1024;
 constexpr float kPoses[2][3] = {{0.1f, 0.0f, 0.3f}, {0.0f, 0.2f, -0.3f}};
 
-struct Base {
-  ambisonics_base_t base = {};
-  Base() { ambisonics_base_init(&base, {kOrder, 0, 0, kChannels}); }
-  ~Base() { ambisonics_base_cleanup(&base); }
+// A renderer with everything that the effect's has. Its sources stand straight ahead.
+struct Renderer {
+  ubr_t r = {};
+  explicit Renderer(uint32_t num_sources = 1) {
+    ubr_init(&r, UBR_INPUT_SOURCES, num_sources, UBR_MODE_BINAURAL_TRACKED, kMaxFrameSize, kOrder);
+  }
+  ~Renderer() { ubr_cleanup(&r); }
+  Renderer(const Renderer&) = delete;
+  Renderer& operator=(const Renderer&) = delete;
 };
 
-struct Rotator : Base {
-  rotator_t rotator = {};
-  Rotator() { rotator_init(&rotator, &base, kMaxFrameSize); }
-  ~Rotator() { rotator_cleanup(&rotator); }
-};
-
-// Range: sources, frames.
-void Encode(benchmark::State& state) {
-  const auto sources = static_cast<uint32_t>(state.range(0));
-  const auto frames = static_cast<uint32_t>(state.range(1));
-  const Base base;
-  encoder_t encoder = {};
-  encoder_init(&encoder, &base.base, sources, kMaxFrameSize);
+// Both passes of a block: the sources of the room, and those that move with the head.
+void encode(Run& run, uint32_t sources, uint32_t frames) {
+  Renderer renderer(sources);
   const Planar input = planar_noise(sources, frames, 1);
   Planar field(kChannels, frames);
-  for (auto _ : state) encoder_process(&encoder, input.data(), field.data(), frames, 0);
-  encoder_cleanup(&encoder);
-  report_realtime(state, frames);
+  bool ok = true;
+  measure(run, frames, [&] {
+    ok &= encoder_process_dynamic(renderer.r.encoder, input.data(), field.data(), frames, 0) == 0;
+    ok &= encoder_process_static(renderer.r.encoder, input.data(), field.data(), frames, 1) == 0;
+  });
+  if (!ok) run.state.SkipWithError("the encoder refused a block");
 }
-BENCHMARK(Encode)->Args({12, 1024})->Args({24, 1024});
 
-void SetOrientation(benchmark::State& state) {
-  Rotator r;
-  size_t turn = 0;
-  for (auto _ : state) {
-    rotator_set_orientation(&r.rotator, kPoses[turn ^= 1], ROTATOR_ROTATION_VECTOR);
-  }
-}
-BENCHMARK(SetOrientation);
-
-// Range: frames, and whether the head turns before every block.
-void Rotate(benchmark::State& state) {
-  const auto frames = static_cast<uint32_t>(state.range(0));
-  const bool turns = state.range(1) != 0;
-  Rotator r;
+// At rest, or after an orientation set before every block.
+void rotate(Run& run, bool turning, uint32_t frames) {
+  Renderer renderer;
   const Planar input = planar_noise(kChannels, frames, 2);
   Planar output(kChannels, frames);
+  rotator_t* rotator = renderer.r.rotator;
   size_t turn = 0;
-  for (auto _ : state) {
-    if (turns) rotator_set_orientation(&r.rotator, kPoses[turn ^= 1], ROTATOR_ROTATION_VECTOR);
-    rotator_process(&r.rotator, input.data(), output.data(), frames);
-  }
-  report_realtime(state, frames);
+  bool ok = true;
+  measure(run, frames, [&] {
+    if (turning) rotator_set_orientation(rotator, kPoses[turn ^= 1], ROTATOR_ROTATION_VECTOR);
+    ok &= rotator_process(rotator, input.data(), output.data(), frames) == 0;
+  });
+  if (!ok) run.state.SkipWithError("the rotator refused a block");
 }
-BENCHMARK(Rotate)->Args({1024, 0})->Args({1024, 1});
 
-// Range: frames of a block, which is also the maximum, as it decides the transform's length.
-void Binauralize(benchmark::State& state) {
-  const auto frames = static_cast<uint32_t>(state.range(0));
-  binauralizer_t binauralizer = {};
-  binauralizer_init(&binauralizer, kOrder, static_cast<int32_t>(frames));
+void binauralize(Run& run, uint32_t frames) {
+  Renderer renderer;
   const Planar field = planar_noise(kChannels, frames, 3);
   Planar ears(2, frames);
-  for (auto _ : state) binauralizer_process(&binauralizer, field.data(), ears.data(), frames);
-  binauralizer_cleanup(&binauralizer);
-  report_realtime(state, frames);
+  bool ok = true;
+  measure(run, frames, [&] {
+    ok &= binauralizer_process(renderer.r.binauralizer, field.data(), ears.data(), frames) == 0;
+  });
+  if (!ok) run.state.SkipWithError("the binauralizer refused a block");
 }
-BENCHMARK(Binauralize)->Arg(1024)->Arg(480)->Arg(256);
 
-// The matrix product alone, in the shape of a rotation at rest.
-void MixRows(benchmark::State& state) {
-  constexpr uint32_t kPadded = 28;
-  const std::vector<float> weights = noise(kPadded * kPadded, 4);
-  const std::vector<float> in = noise(kPadded * kMaxFrameSize, 5);
-  std::vector<float> out(in.size());
-  for (auto _ : state) {
-    mix_rows({weights.data(), kPadded, 1}, {in.data(), kMaxFrameSize, kPadded},
-             {out.data(), kMaxFrameSize, kPadded}, kMaxFrameSize);
-    benchmark::ClobberMemory();
-  }
-  report_realtime(state, kMaxFrameSize);
+void reflect(Run& run, int mode, uint32_t frames) {
+  Renderer renderer;
+  ubr_set_reflections_param(&renderer.r, UBR_REFLECTIONS_MODE, static_cast<float>(mode));
+  bool ok = ubr_compute_reflections(&renderer.r) == 0;
+  const Planar input = planar_noise(kChannels, frames, 4);
+  Planar output(kChannels, frames);
+  measure(run, frames, [&] {
+    ok &= ubr_process_reflections(renderer.r.reflections, input.data(), output.data(), frames) == 0;
+  });
+  if (!ok) run.state.SkipWithError("the reflections refused a block");
 }
-BENCHMARK(MixRows);
+
+void reverberate(Run& run, float decay_s, uint32_t frames) {
+  Renderer renderer;
+  bool ok = ubr_set_reverb_param(&renderer.r, UBR_REVERB_DECAY, decay_s) == 0;
+  const Planar input = planar_noise(1, frames, 5);
+  Planar output(2, frames);
+  measure(run, frames, [&] {
+    ok &= ubr_process_reverb(renderer.r.reverb, input.data()[0], output.data(), frames) == 0;
+  });
+  if (!ok) run.state.SkipWithError("the reverb refused a block");
+}
+
+// Adds `body(run, frames)` for every block length.
+template <typename Body>
+void add_stage(const std::string& name, Body body) {
+  for (const uint32_t frames : {1024u, 480u, 256u, 64u}) {
+    add_benchmark("stage/" + name + "/" + std::to_string(frames),
+                  [=](Run& run) { body(run, frames); });
+  }
+}
 
 }  // namespace
+
+void add_stage_benchmarks() {
+  add_stage("encode/12", [](Run& run, uint32_t frames) { encode(run, 12, frames); });
+  add_stage("encode/24", [](Run& run, uint32_t frames) { encode(run, 24, frames); });
+  add_stage("rotate/turning", [](Run& run, uint32_t frames) { rotate(run, true, frames); });
+  add_stage("rotate/rest", [](Run& run, uint32_t frames) { rotate(run, false, frames); });
+  add_stage("binauralize", binauralize);
+  for (const int mode : {1, 2, 3, 4}) {
+    add_stage("reflections/" + std::to_string(mode),
+              [=](Run& run, uint32_t frames) { reflect(run, mode, frames); });
+  }
+  add_stage("reverb/0.25s", [](Run& run, uint32_t frames) { reverberate(run, 0.25f, frames); });
+  add_stage("reverb/1s", [](Run& run, uint32_t frames) { reverberate(run, 1.0f, frames); });
+  add_stage("reverb/2s", [](Run& run, uint32_t frames) { reverberate(run, 2.0f, frames); });
+}
