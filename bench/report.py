@@ -14,6 +14,11 @@ def machine(context):
             f"kernels {context['kernels']}, load {context['load_avg'][0]:.1f}")
 
 
+def unit(results):
+    """The time of the reference kernel at its least disturbed, in a line."""
+    return f"1 unit = {min(m['reference_us'] for m in results.values()):.1f} us"
+
+
 def row(cells):
     return f"| {' | '.join(cells)} |"
 
@@ -56,7 +61,7 @@ def times(results):
                      cell(blocks[0], "heap_bytes", lambda n: f"{n / 1e6:.2f}")])
     changes = [[name, significant(m["units"]), significant(m["us"]), f"{m['allocations']:.0f}"]
                for name, m in calls(results).items()]
-    return join(table(head, rows) if rows else "",
+    return join(unit(results), table(head, rows) if rows else "",
                 table(["between blocks", "units", "us", "allocations"], changes) if changes else "")
 
 
