@@ -136,9 +136,13 @@ TEST(ReflectionsTest, BlocksEqualTheSumOverAllImages) {
 
 TEST(ReflectionsTest, AMovedListenerIsHeardUndelayedUntilTheNextCompute) {
   Reflecting test(1);
+  test.set(UBR_REFLECTIONS_LISTENER_X, 0.5f);
   const float ahead[3] = {1.0f, 0.0f, 0.0f};
   ASSERT_EQ(UBR_OK, ubr_set_user_position(&test.r, ahead));
-  EXPECT_FLOAT_EQ(1.0f, test.reflections->room.listener[0]);
+  const float* listener = test.reflections->room.listener;
+  EXPECT_FLOAT_EQ(1.5f, listener[0]);
+  EXPECT_FLOAT_EQ(0.0f, listener[1]);
+  EXPECT_FLOAT_EQ(-0.4f, listener[2]) << "1.6 m above the floor";
   Planar impulse(16, 64);
   impulse[0][0] = 1.0f;
   const Planar undelayed = test.process(impulse);
@@ -146,7 +150,7 @@ TEST(ReflectionsTest, AMovedListenerIsHeardUndelayedUntilTheNextCompute) {
   EXPECT_EQ(0.0f, peak({undelayed[0].begin() + 1, undelayed[0].end()}));
 
   ASSERT_EQ(UBR_OK, ubr_compute_reflections(&test.r));
-  EXPECT_FLOAT_EQ(0.0f, test.reflections->room.listener[0]);
+  EXPECT_FLOAT_EQ(0.5f, listener[0]);
   EXPECT_EQ(impulse[0], test.process(impulse)[0]) << "the nearest wall is further than 64 samples";
 }
 
@@ -190,11 +194,14 @@ TEST(ReflectionsModeTest, NothingRendersBetweenAModeAndItsCompute) {
   EXPECT_EQ(1u, reflections->ready) << "the mode in use";
   // A layout for more channels than there are, and an unknown one that stays selected.
   for (const uint32_t mode : {4u, 5u}) {
+    EXPECT_EQ(UBR_OK, ubr_set_reflections_mode(reflections, 3));
+    EXPECT_EQ(UBR_OK, ubr_compute_reflections(r));
     EXPECT_EQ(mode == 5 ? UBR_INVALID : UBR_OK, ubr_set_reflections_mode(reflections, mode));
     EXPECT_EQ(mode, reflections->reflections_mode);
+    EXPECT_EQ(UBR_MISSING, process(64));
     EXPECT_EQ(UBR_OK, ubr_reset(r));
     EXPECT_EQ(UBR_INVALID, ubr_compute_reflections(r));
-    EXPECT_EQ(UBR_MISSING, process(64));
+    EXPECT_EQ(0u, reflections->ready);
   }
   EXPECT_EQ(UBR_OK, ubr_set_reflections_mode(reflections, 0));
   EXPECT_EQ(nullptr, reflections->decoding_matrix);

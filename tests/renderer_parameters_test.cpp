@@ -1,6 +1,8 @@
 // Room and reverb parameters of the renderer: every range, and where an accepted value goes.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <bit>
 #include <cmath>
 #include <cstring>
 
@@ -57,6 +59,23 @@ TEST(ParameterRangeTest, BothEndsAreInsideAndNothingBeyond) {
       EXPECT_EQ(mode, test.r.reflections->reflections_mode);
     }
   }
+}
+
+TEST(ParameterDefaultTest, ARoomOfModerateSizeAndAShortTail) {
+  TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 64, 3);
+  test.reflect(3);
+  const ubr_reflections_t& reflections = *test.r.reflections;
+  using Settings = std::array<float, 10>;
+  using Room = std::array<float, 9>;
+  EXPECT_EQ((Settings{1, 80, 0.25f, 0.1f, 30, 1, 1, 10000, -1, 1}),
+            std::bit_cast<Settings>(test.r.reverb->velvet_noise.settings));
+  EXPECT_EQ((Room{5, 6, 4, 0.2f, 0.2f, 0.2f, 0.2f, 0.11f, 0.63f}),
+            std::bit_cast<Room>(reflections.room.params));
+  EXPECT_EQ((std::array{0.0f, 0.0f, 1.6f}), std::to_array(reflections.listener_position));
+  for (uint32_t v = 0; v < 16; ++v) EXPECT_EQ(1.0f, reflections.virtual_sources[v].distance);
+  shoebox_params_t params;
+  EXPECT_EQ((Room{3, 4, 5, 0.2f, 0.2f, 0.2f, 0.2f, 0.11f, 0.63f}),
+            std::bit_cast<Room>(*shoebox_config_init(&params)));
 }
 
 TEST(ParameterRangeTest, IdsBeyondTheLastAreUnknown) {

@@ -39,21 +39,27 @@ TEST(RendererPipelineTest, TurningTheHeadLeftTurnsTrackedSourcesRightAndNothingE
 }
 
 TEST(RendererPipelineTest, AFieldRendersLikeTheSourcesItWasEncodedFrom) {
-  const Planar sources = planar_noise(3, 3000, 3);
-  TestRenderer encoder(UBR_INPUT_SOURCES, 3, UBR_MODE_AMBISONIC, 512, 3);
+  const Planar sources = planar_noise(3, 1000, 3);
+  TestRenderer encoder(UBR_INPUT_SOURCES, 3, UBR_MODE_AMBISONIC, 1024, 3);
   surround(encoder);
-  const Planar field = encoder.render(sources, {512});
   for (const uint32_t mode :
        {UBR_MODE_AMBISONIC_TRACKED, UBR_MODE_BINAURAL_TRACKED, UBR_MODE_BINAURAL}) {
-    TestRenderer from_sources(UBR_INPUT_SOURCES, 3, mode, 512, 3);
+    TestRenderer from_sources(UBR_INPUT_SOURCES, 3, mode, 1024, 3);
     surround(from_sources);
-    TestRenderer from_field(UBR_INPUT_AMBISONICS, 16, mode, 512, 3);
+    TestRenderer from_field(UBR_INPUT_AMBISONICS, 16, mode, 1024, 3);
+    Planar field = encoder.render(sources, {1000});
+    if (mode != UBR_MODE_AMBISONIC_TRACKED) from_sources.reflect(2);
+    if (mode == UBR_MODE_BINAURAL_TRACKED) {  // reflects alone, and in the room, not in the head
+      ubr_process_reflections(from_sources.r.reflections, field.data(), field.data(), 1000);
+      ubr_reset(&from_sources.r);
+    }
     const uint32_t code = mode == UBR_MODE_BINAURAL ? UBR_MISSING : UBR_OK;
     for (ubr_t* r : {&from_sources.r, &from_field.r}) {
       EXPECT_EQ(code, ubr_set_user_orientation(r, kTurnedLeft, ROTATOR_YAW_PITCH_ROLL));
     }
     SCOPED_TRACE(mode);
-    expect_same_signal(from_sources.render(sources, {512}), from_field.render(field, {512}), 1e-6f);
+    expect_same_signal(from_sources.render(sources, {1000}), from_field.render(field, {1000}),
+                       1e-6f);
   }
 }
 
