@@ -1,4 +1,4 @@
-// One block of a field to two ears.
+// One block to two ears: a field, or sources whose responses are folded.
 #include <pffft.h>
 #include <stddef.h>
 #include <string.h>
@@ -8,8 +8,10 @@
 #include "ambisonics/binauralizer.h"
 #include "ambisonics/binauralizer_built.h"
 #include "ambisonics/binauralizer_transforms.h"
+#include "ambisonics/response_pairs.h"
 #include "base/checked.h"
 #include "base/result.h"
+#include "numerics/mix_channels.h"
 #include "numerics/spectra.h"
 
 namespace {
@@ -48,6 +50,27 @@ void sum_channels(binauralizer_t* b, const binauralizer_transform_t& transform,
   accumulate_spectra(spectra, responses, count, sum, transform.size);
 }
 
+// Row of S, or of A, of one source.
+float* pair_row(const response_pairs_t& pairs, uint32_t source, bool mirrored) {
+  return pairs.spectra + (size_t{2} * source + mirrored) * pairs.size;
+}
+
+// The spectra of S and A of `count` sources from `first` on, at most a group.
+void sum_sources(binauralizer_t* b, const binauralizer_transform_t& transform,
+                 const response_pairs_t& pairs, const float* const* sources, uint32_t first,
+                 uint32_t count, uint32_t frames) {
+  const float *spectra[kSpectraGroup], *responses[2][kSpectraGroup];
+  for (uint32_t i = 0; i < count; ++i) {
+    float* const spectrum = b->spectrum_buffer + size_t{i} * transform.size;
+    transform_samples(b, transform, sources[first + i], frames, spectrum);
+    spectra[i] = spectrum;
+    responses[0][i] = pair_row(pairs, first + i, false);
+    responses[1][i] = pair_row(pairs, first + i, true);
+  }
+  accumulate_spectra(spectra, responses[0], count, b->ear_spectra[0], transform.size);
+  accumulate_spectra(spectra, responses[1], count, b->ear_spectra[1], transform.size);
+}
+
 // `sign` is 1 for the left ear and -1 for the right one. A block may be shorter than the overlap,
 // which then sounds on after it.
 void overlap_add(const binauralizer_t& b, float sign, float* overlap, float* output,
@@ -82,6 +105,25 @@ void render_piece(binauralizer_t* b, const float* const* sh_in, float* const* ea
   close_piece(b, transform, ears_out, begin, frames);
 }
 
+// Rows of S, or of A, of every source, from the responses of the channels that belong to it.
+void fold_rows(const binauralizer_t& b, const float* gains, const response_pairs_t& pairs,
+               uint32_t column, bool mirrored) {
+  const float* responses[AMBISONICS_MAX_CHANNELS];
+  float weights[AMBISONICS_MAX_CHANNELS * kMaxPairs];
+  float* folded[kMaxPairs];
+  uint32_t count = 0;
+  for (uint32_t c = 0; c < b.num_sh_channels; ++c) {
+    if ((b.sh_degree_m[c] < 0) != mirrored) continue;
+    for (uint32_t s = 0; s < pairs.num_sources; ++s) {
+      weights[count * kMaxPairs + s] = gains[size_t{s} * AMBISONICS_MAX_CHANNELS + c];
+    }
+    responses[count++] = b.hrtf_spectra[c] + column;
+  }
+  for (uint32_t s = 0; s < pairs.num_sources; ++s) folded[s] = pair_row(pairs, s, mirrored);
+  mix_channels({weights, kMaxPairs, 1}, {responses, count}, {folded, pairs.num_sources}, pairs.size,
+               false);
+}
+
 }  // namespace
 
 uint32_t binauralizer_process(binauralizer_t* b, const float* const* sh_in, float* const* ears_out,
@@ -97,4 +139,30 @@ uint32_t binauralizer_process(binauralizer_t* b, const float* const* sh_in, floa
   }
   b->prev_tail_length = b->tail_length;
   return UBR_OK;
+}
+
+uint32_t binauralizer_transform_size(const binauralizer_t& b, uint32_t frames) {
+  if (!binauralizer_is_built(b) || frames > longest_transform(b) - kResponseOverlap) return 0;
+  return choose_transform(b, frames).size;
+}
+
+void binauralizer_fold_responses(const binauralizer_t& b, const float* gains,
+                                 const response_pairs_t& pairs) {
+  const uint32_t column = choose_transform(b, pairs.size - kResponseOverlap).column;
+  fold_rows(b, gains, pairs, column, false);
+  fold_rows(b, gains, pairs, column, true);
+}
+
+void binauralizer_process_pairs(binauralizer_t* b, const response_pairs_t& pairs,
+                                const float* const* sources, float* const* ears_out,
+                                uint32_t frames) {
+  const binauralizer_transform_t transform = choose_transform(*b, frames);
+  b->tail_length = checked_sub(b->fft_size, frames);
+  open_piece(b, transform, frames);
+  for (uint32_t first = 0; first < pairs.num_sources; first += kSpectraGroup) {
+    const uint32_t count = std::min(pairs.num_sources - first, kSpectraGroup);
+    sum_sources(b, transform, pairs, sources, first, count, frames);
+  }
+  close_piece(b, transform, ears_out, 0, frames);
+  b->prev_tail_length = b->tail_length;
 }
