@@ -47,7 +47,7 @@ void sum_channels(binauralizer_t* b, const binauralizer_transform_t& transform,
     accumulate_spectra(spectra, responses, count, sum, transform.size);
     count = 0;
   }
-  accumulate_spectra(spectra, responses, count, sum, transform.size);
+  if (count > 0) accumulate_spectra(spectra, responses, count, sum, transform.size);
 }
 
 // Row of S, or of A, of one source.
