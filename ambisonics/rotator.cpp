@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "ambisonics/rotator_at_rest.h"
 #include "ambisonics/sphere_directions.h"
 #include "base/checked.h"
 #include "base/memory.h"
@@ -57,12 +58,8 @@ void build_beam_matrices(rotator_t* r) {
   ubr_pinv(r->pinv_workspace, r->beam_matrix, size, r->beam_matrix_pinv, inverse_size);
 }
 
-size_t matrix_bytes(const rotator_t& r) {
-  return size_t{r.padded_channels} * r.padded_channels * sizeof(float);
-}
-
 void settle_on_current_matrix(rotator_t* r) {
-  memcpy(r->previous_matrix, r->current_matrix, matrix_bytes(*r));
+  memcpy(r->previous_matrix, r->current_matrix, rotator_matrix_bytes(*r));
 }
 
 void update_delta_matrix(rotator_t* r, uint32_t frames) {
@@ -137,7 +134,7 @@ uint32_t rotator_reset_max_frame_size(rotator_t* r, uint32_t max_frame_size) {
 uint32_t rotator_process(rotator_t* r, const float* const* inputs, float* const* outputs,
                          uint32_t frames) {
   if (frames > r->max_frame_size) return UBR_MISSING;
-  const bool fades = memcmp(r->previous_matrix, r->current_matrix, matrix_bytes(*r)) != 0;
+  const bool fades = !rotator_is_at_rest(*r);
   update_delta_matrix(r, frames);
   for (uint32_t first = 0; first < r->ambisonics->num_channels;) {
     const uint32_t width = block_width(*r, first);

@@ -8,6 +8,7 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/float_matrix.h"
+#include "renderer/resting.h"
 #include "renderer/room_modules.h"
 
 namespace {
@@ -66,6 +67,12 @@ uint32_t configure(ubr_t* r, uint32_t max_frame_size, uint32_t requested_order) 
   return UBR_OK;
 }
 
+uint32_t init_resting(ubr_t* r) {
+  if (!resting_is_offered(r->num_inputs, r->ambi_config.num_channels)) return UBR_OK;
+  r->resting = alloc_zeroed<ubr_resting_t>(1u);
+  return r->resting ? resting_init(r->resting, r->num_inputs) : uint32_t{UBR_NO_MEMORY};
+}
+
 uint32_t build_modules(ubr_t* r) {
   if (r->render_mode == UBR_MODE_DOWNMIX) return UBR_OK;
   if (const uint32_t code = ubr_init_ambisonics(r)) return code;
@@ -79,6 +86,7 @@ uint32_t build_modules(ubr_t* r) {
     if (const uint32_t code = ubr_init_binauralizer(r)) return code;
     if (const uint32_t code = ubr_init_reflections(r)) return code;
     if (const uint32_t code = ubr_init_reverb(r)) return code;
+    if (!takes_ambisonics(*r)) return init_resting(r);
   }
   return UBR_OK;
 }
@@ -195,7 +203,8 @@ uint32_t ubr_cleanup(ubr_t* renderer) {
   ambisonics_base_cleanup(r.ambisonics);
   reflections_cleanup(r.reflections);
   reverb_cleanup(r.reverb);
-  release(r.binauralizer, r.rotator, r.encoder, r.ambisonics, r.reflections, r.reverb);
+  resting_cleanup(r.resting);
+  release(r.binauralizer, r.rotator, r.encoder, r.ambisonics, r.reflections, r.reverb, r.resting);
   ubr_free_float_matrix(r.hoa_buffer_a, r.ambi_config.num_channels);
   ubr_free_float_matrix(r.hoa_buffer_b, r.ambi_config.num_channels);
   r = {};

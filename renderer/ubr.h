@@ -68,6 +68,8 @@ enum ubr_reverb_param {
   UBR_NUM_REVERB_PARAMS = 10,
 };
 
+struct ubr_resting_t;
+
 typedef struct ubr_t {
   uint32_t input_type;   // ubr_input_type
   uint32_t render_mode;  // ubr_render_mode
@@ -86,6 +88,8 @@ typedef struct ubr_t {
   ambisonics_base_t* ambisonics;
   ubr_reverb_t* reverb;
   ubr_reflections_t* reflections;
+  struct ubr_resting_t* resting;  // private: spares a scene at rest the field; null where that is
+                                  // no shorter
 } ubr_t;
 
 // Builds the modules of an input type and render mode. `renderer` is zeroed first: clean up an

@@ -1,7 +1,9 @@
 // One block through the renderer.
 #include <algorithm>
 
+#include "ambisonics/rotator_at_rest.h"
 #include "base/result.h"
+#include "renderer/resting.h"
 #include "renderer/ubr.h"
 
 namespace {
@@ -43,6 +45,28 @@ uint32_t reverberate(const ubr_t& r, const float* const* field, float* const* ea
   return ubr_process_reverb(r.reverb, field[0], ears, r.frame_size);
 }
 
+// Whether nothing between encoder and ears moves in this block or adds to the field.
+bool is_still(const ubr_t& r) {
+  if (!encoder_is_ready(r) || !r.binauralizer || !r.hoa_buffer_b) return false;
+  if (r.render_mode == UBR_MODE_BINAURAL) return true;
+  return r.rotator && r.frame_size <= r.rotator->max_frame_size && rotator_is_at_rest(*r.rotator) &&
+         r.reflections && r.reflections->reflections_mode == 0;
+}
+
+bool can_render_at_rest(const ubr_t& r) {
+  if (!r.resting) return false;
+  if (is_still(r)) {
+    return resting_prepare(r.resting, *r.encoder, r.rotator, *r.binauralizer, r.frame_size);
+  }
+  resting_forget(r.resting);
+  return false;
+}
+
+uint32_t render_at_rest(const ubr_t& r, const float* const* inputs, float* const* ears) {
+  resting_process(r.resting, r.binauralizer, inputs, r.hoa_buffer_b, ears, r.frame_size);
+  return reverberate(r, r.hoa_buffer_b, ears);
+}
+
 uint32_t render_ambisonic(const ubr_t& r, const float* const* inputs, float* const* outputs) {
   if (const uint32_t code = encode_tracked(r, inputs, outputs)) return code;
   return encode_head_locked(r, inputs, outputs);
@@ -56,6 +80,7 @@ uint32_t render_tracked(const ubr_t& r, const float* const* inputs, float* const
 }
 
 uint32_t render_binaural_tracked(const ubr_t& r, const float* const* inputs, float* const* ears) {
+  if (can_render_at_rest(r)) return render_at_rest(r, inputs, ears);
   if (const uint32_t code = encode_tracked(r, inputs, r.hoa_buffer_a)) return code;
   if (const uint32_t code = reflect(r, r.hoa_buffer_a)) return code;
   if (const uint32_t code = rotate(r, r.hoa_buffer_a, r.hoa_buffer_b)) return code;
@@ -66,6 +91,7 @@ uint32_t render_binaural_tracked(const ubr_t& r, const float* const* inputs, flo
 
 // Deliberate: without head tracking there are no early reflections.
 uint32_t render_binaural(const ubr_t& r, const float* const* inputs, float* const* ears) {
+  if (can_render_at_rest(r)) return render_at_rest(r, inputs, ears);
   if (const uint32_t code = render_ambisonic(r, inputs, r.hoa_buffer_b)) return code;
   if (const uint32_t code = binauralize(r, r.hoa_buffer_b, ears)) return code;
   return reverberate(r, r.hoa_buffer_b, ears);
