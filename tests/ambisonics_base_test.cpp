@@ -48,14 +48,6 @@ TEST(AmbisonicsBeamTest, HoldsTheHarmonicsInAcnOrder) {
   }
 }
 
-TEST(AmbisonicsBeamTest, AxesAreLeftUpAndAhead) {
-  const TestBase base({1, 0, 0, 4});
-  const float quarter = 1.5707964f;
-  EXPECT_LT(max_difference({1, 1, 0, 0}, base.beam(quarter, 0, 1)), 1e-7f);
-  EXPECT_LT(max_difference({1, 0, 1, 0}, base.beam(0, quarter, 1)), 1e-7f);
-  EXPECT_LT(max_difference({1, 0, 0, 1}, base.beam(0, 0, 1)), 1e-7f);
-}
-
 TEST(AmbisonicsConfigTest, KeepsTheFirstChannelsAndRefusesWhatHasNoHarmonics) {
   struct {
     const char* name;

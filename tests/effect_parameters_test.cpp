@@ -128,9 +128,9 @@ TEST(EffectSetParameterTest, ReverbAndReflectionsAreHeardFromTheNextBlock) {
   std::vector<float> bed(6 * 8192);
   bed[2] = 1.0f;  // front centre
   const std::vector<float> direct = dry.render(bed, 6, {512});
-  std::vector<float> reflected = room.render({bed.begin(), bed.begin() + 6 * 1024}, 6, {512});
+  std::vector<float> reflected = room.render({bed.begin(), bed.begin() + 6 * 512}, 6, {512});
   EXPECT_EQ(-EINVAL, room.set_float(201, 20.0f)) << "leaves what is in flight";
-  std::ranges::copy(room.render({bed.begin() + 6 * 1024, bed.end()}, 6, {512}),
+  std::ranges::copy(room.render({bed.begin() + 6 * 512, bed.end()}, 6, {512}),
                     std::back_inserter(reflected));
   ASSERT_EQ(direct.size(), reflected.size());
   EXPECT_LT(peak({direct.begin() + 2048, direct.end()}), 1e-6f);

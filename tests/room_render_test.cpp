@@ -18,14 +18,6 @@ double energy(const std::vector<float>& samples, size_t begin) {
   return sum;
 }
 
-// Both ears' response to an impulse straight ahead.
-Planar impulse_response(TestRenderer& renderer, double seconds) {
-  renderer.place(0, ENCODER_SOURCE_LOUDSPEAKER, 1.0f, 0.0f, 0.0f);
-  Planar impulse(1, static_cast<size_t>(seconds * kRate));
-  impulse[0][0] = 1.0f;
-  return renderer.render(impulse, {480});
-}
-
 // Seconds that the level of both ears together takes to fall by 60 dB, from the time between -5 and
 // -25 dB of the energy that is still to come (Schroeder, "New method of measuring reverberation
 // time", J. Acoust. Soc. Am. 37, 1965).
@@ -59,7 +51,10 @@ TEST(RoomTailTest, DecaysAsSetAndFillsBothEars) {
     for (const auto& [id, value] : values) {
       EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&renderer.r, id, value));
     }
-    const Planar ears = impulse_response(renderer, double{s.decay_s} + 0.1);
+    renderer.place(0, ENCODER_SOURCE_LOUDSPEAKER, 1.0f, 0.0f, 0.0f);
+    Planar impulse(1, static_cast<size_t>((double{s.decay_s} + 0.1) * kRate));
+    impulse[0][0] = 1.0f;
+    const Planar ears = renderer.render(impulse, {480});
     // The envelope falls from the level to 0.001 over the decay time.
     const double expected = double{s.decay_s} * 60.0 / (20.0 * std::log10(double{s.level} / 0.001));
     EXPECT_NEAR(1.0, reverberation_time(ears) / expected, 0.1) << s.decay_s;

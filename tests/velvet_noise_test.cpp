@@ -148,12 +148,14 @@ std::array<std::vector<double>, 2> reference_responses(const vn_state_t& v, std:
 
 TEST(VelvetResponseTest, IsWhatTheGeneratorLeadsTo) {
   // Switches between 0 and 1 are on, stereo apart.
-  const std::vector<Change> cases[] = {{{&Config::tone_enable, 0.0f}},
+  const std::vector<Change> cases[] = {{},
+                                       {{&Config::tone_enable, 0.0f}},
                                        {{&Config::enable, 0.5f},
                                         {&Config::stereo, 0.5f},
                                         {&Config::pulse_spacing, 81.0f},
                                         {&Config::tone_enable, 0.5f},
                                         {&Config::tone_corner_hz, 3000.0f},
+                                        {&Config::tone_gain, 0.5f},
                                         {&Config::tone_slope, 0.5f}}};
   for (const std::vector<Change>& changes : cases) {
     Reverb reverb(changes);
@@ -168,24 +170,6 @@ TEST(VelvetResponseTest, IsWhatTheGeneratorLeadsTo) {
       }
     }
     EXPECT_GT(peak(reverb.render(noise(3000, 1))[0]), 0.0f);
-  }
-}
-
-TEST(VelvetResponseTest, ToneFilterShelvesTheHighestFrequencies) {
-  for (const double tone_gain : {-1.0, 0.5, 1.0}) {
-    Reverb reverb(
-        {{&Config::tone_gain, static_cast<float>(tone_gain)}, {&Config::pulse_spacing, 2400.0f}});
-    ASSERT_EQ(UBR_OK, reverb.prepare());
-    const std::vector<double> h = reverb.response(0);  // of a single pulse, far from both ends
-    const double pulse = 0.1 * pow(0.01, 979.0 / 2400.0);
-    double at_dc = 0.0, at_nyquist = 0.0;
-    for (size_t i = 0; i < h.size(); ++i) {
-      at_dc += h[i];
-      at_nyquist += i % 2 ? -h[i] : h[i];
-    }
-    EXPECT_NEAR(1.0, at_dc / pulse, 1e-4);
-    EXPECT_NEAR((tone_gain - 1.0) * 24.0, 20.0 * log10(fabs(at_nyquist / at_dc)), 0.02);
-    for (size_t d = 0; d < 50; ++d) EXPECT_NEAR(h[978 - d], h[978 + d], 1e-6) << "no phase shift";
   }
 }
 
