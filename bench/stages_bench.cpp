@@ -1,14 +1,11 @@
 // Time that each stage of a fourth-order block takes.
 #include <benchmark/benchmark.h>
 
-#include <vector>
-
 #include "ambisonics/ambisonics_base.h"
 #include "ambisonics/binauralizer.h"
 #include "ambisonics/encoder.h"
 #include "ambisonics/rotator.h"
 #include "bench/realtime.h"
-#include "numerics/mix_rows.h"
 #include "tests/support/signals.h"
 
 namespace {
@@ -82,20 +79,5 @@ void Binauralize(benchmark::State& state) {
   report_realtime(state, frames);
 }
 BENCHMARK(Binauralize)->Arg(1024)->Arg(480)->Arg(256);
-
-// The matrix product alone, in the shape of a rotation at rest.
-void MixRows(benchmark::State& state) {
-  constexpr uint32_t kPadded = 28;
-  const std::vector<float> weights = noise(kPadded * kPadded, 4);
-  const std::vector<float> in = noise(kPadded * kMaxFrameSize, 5);
-  std::vector<float> out(in.size());
-  for (auto _ : state) {
-    mix_rows({weights.data(), kPadded, 1}, {in.data(), kMaxFrameSize, kPadded},
-             {out.data(), kMaxFrameSize, kPadded}, kMaxFrameSize);
-    benchmark::ClobberMemory();
-  }
-  report_realtime(state, kMaxFrameSize);
-}
-BENCHMARK(MixRows);
 
 }  // namespace
