@@ -122,6 +122,7 @@ TEST(VelvetConvolutionTest, BlocksEqualTheirDirectConvolution) {
        97,
        {{&Config::tone_enable, 0.0f}, {&Config::decay_s, 4000.0f / 48000.0f}}},
       {"no room for the tone", false, 97, {{&Config::decay_s, 4000.0f / 48000.0f}}},
+      {"pulses near the start", true, 128, {{&Config::pulse_spacing, 40.0f}}},
       {"many pulses", false, 128, {{&Config::pulse_spacing, 3.0f}}},
       {"a tone filter that rings", false, 128, {{&Config::tone_corner_hz, 300.0f}}},
       {"five samples", false, 2, {{&Config::tone_enable, 0.0f}, {&Config::decay_s, 1e-4f}}}};
