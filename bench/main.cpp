@@ -6,7 +6,7 @@
 #include <string.h>
 
 #include "bench/measure.h"
-#include "numerics/mix_rows.h"
+#include "numerics/mix_channels.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ int main(int argc, char** argv) {
     }
   }
   benchmark::AddCustomContext("compiler", __VERSION__);
-  benchmark::AddCustomContext("kernels", mix_rows_target().name);
+  benchmark::AddCustomContext("kernels", mix_channels_target().name);
   add_effect_benchmarks();
   add_stage_benchmarks();
   add_change_benchmarks();

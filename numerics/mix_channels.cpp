@@ -110,6 +110,8 @@ void MixFading(const mix_weights_t& weights, const float* slopes, const channels
   MixFrames<true>({weights, slopes, in, out, false}, frames);
 }
 
+mix_target_t Target() { return {hwy::TargetName(HWY_TARGET), HWY_NATIVE_FMA != 0}; }
+
 }  // namespace HWY_NAMESPACE
 }  // namespace orvane
 HWY_AFTER_NAMESPACE();
@@ -118,6 +120,7 @@ HWY_AFTER_NAMESPACE();
 namespace orvane {
 HWY_EXPORT(MixResting);
 HWY_EXPORT(MixFading);
+HWY_EXPORT(Target);
 }  // namespace orvane
 
 void mix_channels(mix_weights_t weights, channels_t<const float> in, channels_t<float> out,
@@ -130,5 +133,10 @@ void mix_channels_fading(mix_weights_t weights, const float* slopes, channels_t<
                          channels_t<float> out, uint32_t frames) {
   using namespace orvane;
   HWY_DYNAMIC_DISPATCH(MixFading)(weights, slopes, in, out, frames);
+}
+
+mix_target_t mix_channels_target() {
+  using namespace orvane;
+  return HWY_DYNAMIC_DISPATCH(Target)();
 }
 #endif  // HWY_ONCE

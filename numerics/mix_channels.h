@@ -1,16 +1,29 @@
-// The matrix product of encoding and rotation, on rows of samples wherever they lie.
+// The matrix product of encoding, rotation and reflections, on rows of samples wherever they lie.
 #ifndef ORVANE_NUMERICS_MIX_CHANNELS_H_
 #define ORVANE_NUMERICS_MIX_CHANNELS_H_
 
+#include <stddef.h>
 #include <stdint.h>
 
-#include "numerics/mix_rows.h"
+// Weight of input i in output o: data[i * in_stride + o * out_stride]. One of the strides is
+// usually 1, so a matrix can be used as it is stored or transposed.
+struct mix_weights_t {
+  const float* data;
+  size_t in_stride;
+  size_t out_stride;
+};
 
 // `count` channels of samples.
 template <typename T>
 struct channels_t {
   T* const* rows;
   uint32_t count;
+};
+
+// What the dispatch runs on this machine.
+struct mix_target_t {
+  const char* name;  // instruction set
+  bool fused;        // whether its multiply-add rounds once
 };
 
 // out[o][t] = sum over i ascending of weight(i, o) * in[i][t], for t below `frames`; with
@@ -28,5 +41,8 @@ void mix_channels(mix_weights_t weights, channels_t<const float> in, channels_t<
 // of `weights`.
 void mix_channels_fading(mix_weights_t weights, const float* slopes, channels_t<const float> in,
                          channels_t<float> out, uint32_t frames);
+
+// The target that the kernels use.
+mix_target_t mix_channels_target();
 
 #endif  // ORVANE_NUMERICS_MIX_CHANNELS_H_

@@ -10,7 +10,7 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/float_matrix.h"
-#include "numerics/mix_rows.h"
+#include "numerics/mix_channels.h"
 #include "renderer/reflection_layouts.h"
 #include "renderer/room_modules.h"
 
@@ -22,6 +22,7 @@ static_assert(sizeof(ubr_virtual_source_t) == 3 * sizeof(float));
 namespace {
 
 constexpr float kEarHeight = 1.6f;
+constexpr uint32_t kPiece = 128;      // samples of a block that all taps add at once
 constexpr float kMaxDelay = 0x1p24f;  // samples; further on a float skips whole numbers
 
 uint32_t num_loudspeakers(const ubr_reflections_t& r) {
@@ -66,20 +67,20 @@ uint32_t make_delay_lines(ubr_reflections_t* r, uint32_t longest, uint32_t max_f
 void release_block_buffers(ubr_reflections_t* r) {
   ubr_free_float_matrix(r->reflection_buffers, r->reflection_count);
   r->reflection_buffers = nullptr;
-  release(r->staging_input, r->decoded);
+  release(r->staging_input, r->tap_weights);
 }
 
-uint32_t make_block_buffers(ubr_reflections_t* r, uint32_t max_frame_size) {
+uint32_t make_block_buffers(ubr_reflections_t* r, uint32_t num_channels, uint32_t max_frame_size) {
   release_block_buffers(r);
   r->reflection_count = num_loudspeakers(*r) * SHOEBOX_WALLS;
   r->stride = round_up_to_4(max_frame_size);
-  r->staging_input = alloc_zeroed<float>(padded_loudspeakers(*r), r->stride);
-  r->decoded = alloc_zeroed<float>(padded_loudspeakers(*r), r->stride);
-  if (!r->staging_input || !r->decoded) return UBR_NO_MEMORY;
-  return ubr_init_float_matrix(&r->reflection_buffers, r->reflection_count, r->stride);
+  r->staging_input = alloc_zeroed<float>(1u);
+  r->tap_weights = alloc_zeroed<float>(r->reflection_count, round_up_to_4(num_channels));
+  if (!r->staging_input || !r->tap_weights) return UBR_NO_MEMORY;
+  return ubr_init_float_matrix(&r->reflection_buffers, r->reflection_count, kPiece);
 }
 
-// Every tap is a source of its own, at unit gain: the tap's gain is applied where it is read.
+// Every tap is a source of its own, at unit gain: its gain joins the beam in every block.
 uint32_t make_encoder(ubr_reflections_t* r, const ambisonics_base_t* ambisonics,
                       uint32_t max_frame_size) {
   encoder_cleanup(r->reflections_encoder);
@@ -101,46 +102,60 @@ bool is_ready(const ubr_reflections_t& r, uint32_t frames) {
          frames <= r.reflections_encoder->max_frame_size;
 }
 
-void read_inputs(ubr_reflections_t* r, const float* const* input, uint32_t frames) {
-  for (uint32_t c = 0; c < num_loudspeakers(*r); ++c) {
-    memcpy(r->staging_input + size_t{c} * r->stride, input[c], frames * sizeof(float));
+// Decodes `frames` samples of the channels from `start` on to where `line_start` is in every line.
+void decode(ubr_reflections_t* r, const float* const* channels, uint32_t start, uint32_t frames,
+            uint32_t line_start) {
+  const uint32_t count = num_loudspeakers(*r);
+  const float* in[REFLECTIONS_MAX_LOUDSPEAKERS];
+  float* lines[REFLECTIONS_MAX_LOUDSPEAKERS];
+  for (uint32_t v = 0; v < count; ++v) {
+    in[v] = channels[v] + start;
+    lines[v] = r->delay_lines + size_t{v} * r->delay_line_length + line_start;
   }
+  mix_channels({r->decoding_matrix, 1, padded_loudspeakers(*r)}, {in, count}, {lines, count},
+               frames, false);
 }
 
-void decode(ubr_reflections_t* r, uint32_t frames) {
-  const uint32_t padded = padded_loudspeakers(*r);
-  mix_rows({r->decoding_matrix, 1, padded}, {r->staging_input, r->stride, num_loudspeakers(*r)},
-           {r->decoded, r->stride, padded}, round_up_to_4(frames));
-}
-
-void write_delay_lines(ubr_reflections_t* r, uint32_t frames) {
+void write_delay_lines(ubr_reflections_t* r, const float* const* input, uint32_t frames) {
   const uint32_t before_wrap = std::min(frames, r->delay_line_length - r->write_index);
-  for (uint32_t v = 0; v < num_loudspeakers(*r); ++v) {
-    const float* signal = r->decoded + size_t{v} * r->stride;
-    float* line = r->delay_lines + size_t{v} * r->delay_line_length;
-    std::copy_n(signal, before_wrap, line + r->write_index);
-    std::copy_n(signal + before_wrap, frames - before_wrap, line);
-  }
+  decode(r, input, 0, before_wrap, r->write_index);
+  decode(r, input, before_wrap, frames - before_wrap, 0);
 }
 
-// `frames` samples of a delay line from position `start` on.
-void read_tap(const float* line, uint32_t length, uint32_t start, float gain, uint32_t frames,
-              float* out) {
-  const uint32_t before_wrap = std::min(frames, length - start);
-  for (uint32_t t = 0; t < before_wrap; ++t) out[t] = line[start + t] * gain;
-  for (uint32_t t = before_wrap; t < frames; ++t) out[t] = line[t - before_wrap] * gain;
-}
-
-// The block has been written already, so a tap without delay reads the block itself.
-void read_taps(ubr_reflections_t* r, uint32_t frames) {
-  const uint32_t length = r->delay_line_length;
+// Folded anew in every block: a moved listener changes the gains between two computes.
+void weigh_taps(ubr_reflections_t* r) {
+  const uint32_t channels = r->reflections_encoder->ambisonics->num_channels;
+  const uint32_t padded = r->reflections_encoder->padded_channels;
   for (uint32_t k = 0; k < r->reflection_count; ++k) {
-    const float* line = r->delay_lines + size_t{k / SHOEBOX_WALLS} * length;
-    const uint32_t delay = static_cast<uint32_t>(r->scene.delay[k]);
-    const uint32_t back = r->write_index < delay ? length : 0;
-    read_tap(line, length, checked_index(checked_sub(r->write_index + back, delay), length),
-             r->scene.gain[k], frames, r->reflection_buffers[k]);
+    const float* beam = r->reflections_encoder->sources[k].beam;
+    float* weights = r->tap_weights + size_t{k} * padded;
+    for (uint32_t c = 0; c < channels; ++c) weights[c] = beam[c] * r->scene.gain[k];
   }
+}
+
+// `frames` samples of a tap, `start` samples into the block: in the delay line itself, unless they
+// wrap around. The block has been written already, so a tap without delay reads the block itself.
+const float* find_tap(const ubr_reflections_t& r, uint32_t tap, uint32_t start, uint32_t frames) {
+  const uint32_t length = r.delay_line_length;
+  const float* line = r.delay_lines + size_t{tap / SHOEBOX_WALLS} * length;
+  const uint32_t delay = static_cast<uint32_t>(r.scene.delay[tap]);
+  uint32_t from = checked_sub(checked_add(r.write_index + start, length), delay);
+  while (from >= length) from -= length;
+  if (length - from >= frames) return line + from;
+  float* joined = r.reflection_buffers[tap];
+  std::copy_n(line + from, length - from, joined);
+  std::copy_n(line, frames - (length - from), joined + (length - from));
+  return joined;
+}
+
+void add_taps(const ubr_reflections_t& r, float* const* field, uint32_t start, uint32_t frames) {
+  const uint32_t channels = r.reflections_encoder->ambisonics->num_channels;
+  const float* taps[SHOEBOX_MAX_TAPS];
+  float* out[AMBISONICS_MAX_CHANNELS];
+  for (uint32_t k = 0; k < r.reflection_count; ++k) taps[k] = find_tap(r, k, start, frames);
+  for (uint32_t c = 0; c < channels; ++c) out[c] = field[c] + start;
+  mix_channels({r.tap_weights, r.reflections_encoder->padded_channels, 1},
+               {taps, r.reflection_count}, {out, channels}, frames, true);
 }
 
 }  // namespace
@@ -164,7 +179,8 @@ uint32_t reflections_compute(ubr_reflections_t* r, const ambisonics_base_t* ambi
   uint32_t longest = 0;
   if (const uint32_t code = place_in_room(r, &longest)) return code;
   if (const uint32_t code = make_delay_lines(r, longest, max_frame_size)) return code;
-  if (const uint32_t code = make_block_buffers(r, max_frame_size)) return code;
+  if (const uint32_t code = make_block_buffers(r, ambisonics->num_channels, max_frame_size))
+    return code;
   if (const uint32_t code = make_encoder(r, ambisonics, max_frame_size)) return code;
   r->ready = 1;
   return UBR_OK;
@@ -203,11 +219,11 @@ uint32_t ubr_process_reflections(ubr_reflections_t* r, const float* const* input
   if (!r) return UBR_MISSING;
   if (r->reflections_mode == 0) return UBR_OK;
   if (!is_ready(*r, frames)) return UBR_MISSING;
-  read_inputs(r, input, frames);
-  decode(r, frames);
-  write_delay_lines(r, frames);
-  read_taps(r, frames);
-  encoder_process_dynamic(r->reflections_encoder, r->reflection_buffers, output, frames, 1);
+  write_delay_lines(r, input, frames);
+  weigh_taps(r);
+  for (uint32_t start = 0; start < frames; start += kPiece) {
+    add_taps(*r, output, start, std::min(kPiece, frames - start));
+  }
   r->write_index = (r->write_index + frames) % r->delay_line_length;
   return UBR_OK;
 }
@@ -218,6 +234,6 @@ uint32_t ubr_reset_reflections(ubr_reflections_t* r, uint32_t frames) {
   std::fill_n(r->delay_lines, size_t{r->num_delay_lines} * r->delay_line_length, 0.0f);
   r->write_index = checked_sub(r->delay_line_length, frames);
   if (!r->reflection_buffers) return UBR_OK;
-  ubr_reset_float_matrix(r->reflection_buffers, r->reflection_count, std::min(frames, r->stride));
+  ubr_reset_float_matrix(r->reflection_buffers, r->reflection_count, std::min(frames, kPiece));
   return UBR_OK;
 }

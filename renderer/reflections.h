@@ -42,16 +42,16 @@ typedef struct ubr_reflections_t {
   ubr_virtual_source_t virtual_sources[REFLECTIONS_MAX_LOUDSPEAKERS];
   float listener_position[3];    // metres: x, y from the middle of the room, z from the floor
   float* delay_lines;            // V lines of L samples, end to end
-  float** reflection_buffers;    // reflection_count rows of `stride`: one block of every tap
+  float** reflection_buffers;    // reflection_count rows, for pieces of taps that wrap around
   const float* decoding_matrix;  // P x P, row v: weights of the channels in loudspeaker v; or null
-  float* staging_input;          // P x stride: the channels of one block
+  float* staging_input;          // unused, one float: channels are read where they lie
   uint32_t stride;               // the longest block rounded up to a multiple of four
   encoder_t* reflections_encoder;  // one source per tap
   shoebox_scene_t scene;           // its delays are in whole samples once computed
   shoebox_config_t room;
 
   uint32_t num_delay_lines;  // that delay_lines has room for
-  float* decoded;            // P x stride: the loudspeakers' signals of one block
+  float* tap_weights;        // reflection_count x padded channels: gain times beam of every tap
   float decoding_storage[REFLECTIONS_MAX_PADDED * REFLECTIONS_MAX_PADDED];
 } ubr_reflections_t;
 

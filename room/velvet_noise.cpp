@@ -11,6 +11,7 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "room/random.h"
+#include "room/velvet_pulses.h"
 #include "room/velvet_response.h"
 
 namespace {
@@ -47,7 +48,7 @@ void release_buffers(vn_state_t& s) {
   s.fft_setup = nullptr;
   release_aligned(s.spectra);
   release_aligned(s.work_area);
-  release(s.ring_buffers);
+  release(s.ring_buffers, s.pulses);
 }
 
 size_t ring_samples(const vn_state_t& s) {
@@ -90,6 +91,14 @@ void transform(const vn_state_t& s, const float* in, float* out, int32_t free_ve
   pffft_transform(s.fft_setup, in, out, velvet_work_vector(s, free_vector), direction);
 }
 
+void make_spectra(const vn_state_t& s) {
+  velvet_apply_tone(s);
+  for (int32_t c = 0; c < kNumOutputs; ++c) {
+    float* const spectrum = s.spectra + ptrdiff_t{c} * s.fft_size;
+    transform(s, velvet_work_vector(s, c), spectrum, 2, PFFFT_FORWARD);
+  }
+}
+
 bool is_off(const vn_state_t& s) { return s.settings.enable == 0.0f || s.settings.decay_s == 0.0f; }
 
 bool is_prepared(const vn_state_t& s) {
@@ -130,6 +139,15 @@ void add_to_ring(float* ring, int32_t ring_length, int32_t start, const float* i
   const int32_t before_wrap = std::min(count, ring_length - start);
   for (int32_t t = 0; t < before_wrap; ++t) ring[start + t] += in[t];
   for (int32_t t = before_wrap; t < count; ++t) ring[t - before_wrap] += in[t];
+}
+
+// Convolves by transforms as long as the whole tail.
+void add_convolution(const vn_state_t& s, const float* input, int32_t frames) {
+  convolve(s, input, frames);
+  for (int32_t c = 0; c < kNumOutputs; ++c) {
+    add_to_ring(s.ring_buffers + ptrdiff_t{c} * s.ring_length, s.ring_length, s.write_index,
+                velvet_work_vector(s, c), s.convolution_length);
+  }
 }
 
 void take_from_ring(float* ring, int32_t ring_length, int32_t start, float* out, int32_t count) {
@@ -194,11 +212,12 @@ uint32_t vn_prepare_to_play(uint32_t* rng, vn_state_t* state) {
   if (const uint32_t code = make_buffers(s)) return code;
   if (!rng) return UBR_MISSING;
   if (s.response_length < 1) return UBR_OK;  // nothing but zeros
-  velvet_draw_responses(rng, s);
-  for (int32_t c = 0; c < kNumOutputs; ++c) {
-    float* const spectrum = s.spectra + ptrdiff_t{c} * s.fft_size;
-    transform(s, velvet_work_vector(s, c), spectrum, 2, PFFFT_FORWARD);
+  velvet_place_pulses(rng, s);
+  if (const uint32_t code = velvet_gather_pulses(&s)) {
+    release_buffers(s);
+    return code;
   }
+  if (!s.pulses) make_spectra(s);
   return UBR_OK;
 }
 
@@ -220,10 +239,9 @@ uint32_t vn_process(const uint32_t* rng, vn_state_t* state, const float* input,
     write_silence(output, frames);
     return UBR_OK;
   }
-  convolve(s, input, frames);
+  s.pulses ? velvet_add_pulses(s, input, frames) : add_convolution(s, input, frames);
   for (int32_t c = 0; c < kNumOutputs; ++c) {
     float* const ring = s.ring_buffers + ptrdiff_t{c} * s.ring_length;
-    add_to_ring(ring, s.ring_length, s.write_index, velvet_work_vector(s, c), s.convolution_length);
     take_from_ring(ring, s.ring_length, s.read_index, output + ptrdiff_t{c} * frames, frames);
   }
   s.read_index = checked_add(s.read_index, frames) % s.ring_length;

@@ -16,6 +16,7 @@
 #include "room/random_state.h"
 
 struct PFFFT_Setup;
+struct sparse_tap_t;
 
 enum {
   VN_NUM_SETTINGS = 10,
@@ -53,8 +54,12 @@ typedef struct vn_state_t {
   int32_t num_work_vectors;       // 4
   float* ring_buffers;            // 2 x Q
   float* work_area;               // num_work_vectors x N, scratch
-  float* spectra;                 // 2 x N: the responses in PFFFT's internal layout
+  float* spectra;                 // 2 x N: the responses in PFFFT's internal layout, or unused
   struct PFFFT_Setup* fft_setup;  // real, N points
+  // Private. Of a response that has few pulses, instead of its spectra; or null:
+  struct sparse_tap_t* pulses;  // tone filter; then, per channel, corrections and pulses
+  int32_t tone_reach;           // samples that the tone filter reaches to either side
+  int32_t num_pulses[2];
 } vn_state_t;
 
 // Zeroes the record, without freeing, stores limits and default settings, and starts the generator

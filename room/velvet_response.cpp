@@ -70,7 +70,21 @@ float draw_jitter(uint32_t* rng, float half_segment, bool first_segment) {
 
 float draw_sign(uint32_t* rng) { return floor(2.0 * b_rand(rng)) == 0.0 ? -1.0f : 1.0f; }
 
-void place_pulses(uint32_t* rng, const vn_state_t& state) {
+}  // namespace
+
+bool velvet_settings_are_valid(const vn_state_t& state) {
+  const vn_config_t& s = state.settings;
+  const float values[VN_NUM_SETTINGS] = {
+      s.enable, s.pulse_spacing, s.decay_s,        s.level,     s.pre_delay_ms,
+      s.stereo, s.tone_enable,   s.tone_corner_hz, s.tone_gain, s.tone_slope};
+  if (!all_finite(values, VN_NUM_SETTINGS)) return false;
+  if (s.pulse_spacing < 1.0f || s.decay_s < 0.0f || s.pre_delay_ms < 0.0f) return false;
+  if (s.tone_enable == 0.0f) return true;
+  const biquad_t shelf = design_high_shelf(s, static_cast<float>(state.sample_rate));
+  return s.tone_corner_hz >= 0.0f && all_finite(shelf.b, 3) && all_finite(shelf.a, 3);
+}
+
+void velvet_place_pulses(uint32_t* rng, const vn_state_t& state) {
   const vn_config_t& settings = state.settings;
   float* const responses[2] = {velvet_work_vector(state, 0), velvet_work_vector(state, 1)};
   const Envelope envelope(state);
@@ -91,8 +105,18 @@ void place_pulses(uint32_t* rng, const vn_state_t& state) {
   }
 }
 
-// Filters both responses forwards and backwards, which leaves no phase shift.
-void apply_tone_filter(const vn_state_t& state) {
+void velvet_tone_pass(const vn_state_t& state, float* response, int32_t count) {
+  const biquad_t shelf = design_high_shelf(state.settings, static_cast<float>(state.sample_rate));
+  // One after the other, as the filter would start from a pulse.
+  for (int32_t k = 0; k < count; ++k) {
+    float y = k < 3 ? shelf.b[k] : 0.0f;
+    for (int32_t j = 1; j <= std::min(k, 2); ++j) y -= shelf.a[j] * response[k - j];
+    response[k] = y;
+  }
+}
+
+void velvet_apply_tone(const vn_state_t& state) {
+  if (state.settings.tone_enable == 0.0f) return;
   const biquad_t shelf = design_high_shelf(state.settings, static_cast<float>(state.sample_rate));
   int32_t size[2] = {state.fft_size, 2};
   float* const responses = velvet_work_vector(state, 0);
@@ -105,23 +129,4 @@ void apply_tone_filter(const vn_state_t& state) {
   reverse_both(filtered);
   filter(shelf.b, shelf.a, filtered, size, responses, size);
   reverse_both(responses);
-}
-
-}  // namespace
-
-bool velvet_settings_are_valid(const vn_state_t& state) {
-  const vn_config_t& s = state.settings;
-  const float values[VN_NUM_SETTINGS] = {
-      s.enable, s.pulse_spacing, s.decay_s,        s.level,     s.pre_delay_ms,
-      s.stereo, s.tone_enable,   s.tone_corner_hz, s.tone_gain, s.tone_slope};
-  if (!all_finite(values, VN_NUM_SETTINGS)) return false;
-  if (s.pulse_spacing < 1.0f || s.decay_s < 0.0f || s.pre_delay_ms < 0.0f) return false;
-  if (s.tone_enable == 0.0f) return true;
-  const biquad_t shelf = design_high_shelf(s, static_cast<float>(state.sample_rate));
-  return s.tone_corner_hz >= 0.0f && all_finite(shelf.b, 3) && all_finite(shelf.a, 3);
-}
-
-void velvet_draw_responses(uint32_t* rng, const vn_state_t& state) {
-  place_pulses(rng, state);
-  if (state.settings.tone_enable != 0.0f) apply_tone_filter(state);
 }

@@ -15,7 +15,14 @@ inline float* velvet_work_vector(const vn_state_t& state, int32_t i) {
 // Whether the settings describe a response at the state's sampling rate.
 bool velvet_settings_are_valid(const vn_state_t& state);
 
-// Draws both responses into work vectors 0 and 1, which hold zeros; vectors 2 and 3 are scratch.
-void velvet_draw_responses(uint32_t* rng, const vn_state_t& state);
+// Draws the pulses of both responses into work vectors 0 and 1, which hold zeros.
+void velvet_place_pulses(uint32_t* rng, const vn_state_t& state);
+
+// The response of one pass of the tone filter, `count` samples.
+void velvet_tone_pass(const vn_state_t& state, float* response, int32_t count);
+
+// Filters both responses forwards and backwards, which leaves no phase shift; vectors 2 and 3 are
+// scratch. Nothing to do when the tone filter is off.
+void velvet_apply_tone(const vn_state_t& state);
 
 #endif  // ORVANE_ROOM_VELVET_RESPONSE_H_

@@ -25,7 +25,7 @@ class MixChannelsTest : public ::testing::TestWithParam<MixCase> {
   const Planar before = planar_noise(c.out_count, c.frames, 4);
   const mix_weights_t weights = {weight_data.data(), c.transposed ? 1 : c.out_count,
                                  c.transposed ? c.in_count : 1};
-  const bool fused = mix_rows_target().fused;
+  const bool fused = mix_channels_target().fused;
 
   float multiply_add(float a, float b, float sum) const {
     return fused ? std::fma(a, b, sum) : sum + a * b;
@@ -73,6 +73,7 @@ TEST_P(MixChannelsTest, FadesInStepsOfFourSamples) {
 INSTANTIATE_TEST_SUITE_P(Shapes, MixChannelsTest,
                          ::testing::Values(MixCase{"EncoderBlock", 12, 25, 96, false},
                                            MixCase{"ManySources", 150, 9, 39, false},
+                                           MixCase{"DecoderBlock", 25, 25, 44, true},
                                            MixCase{"DegreeThree", 7, 7, 67, false},
                                            MixCase{"DegreeFourShorterThanAVector", 9, 9, 3, true},
                                            MixCase{"ThreeRows", 3, 3, 17, true},

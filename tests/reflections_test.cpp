@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr uint32_t kMaxFrame = 128;
+constexpr uint32_t kMaxFrame = 300;
 
 // A renderer of order 3 that has reflections of one mode.
 struct Reflecting : TestRenderer {

@@ -6,7 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "numerics/mix_rows.h"
+#include "numerics/mix_channels.h"
 
 namespace {
 
@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
   const char* lowest = getenv("ORVANE_TEST_LOWEST_TARGET");
   if (lowest && strcmp(lowest, "1") == 0) use_lowest_target();
-  const mix_target_t target = mix_rows_target();
+  const mix_target_t target = mix_channels_target();
   printf("Kernel target: %s (%s)\n", target.name, target.fused ? "fused" : "not fused");
   return RUN_ALL_TESTS();
 }

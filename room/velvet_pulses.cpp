@@ -1,0 +1,143 @@
+#include "room/velvet_pulses.h"
+
+#include <math.h>
+
+#include <algorithm>
+
+#include "base/memory.h"
+#include "base/result.h"
+#include "numerics/sparse_filter.h"
+#include "room/velvet_response.h"
+
+namespace {
+
+constexpr int32_t kNumOutputs = 2;
+constexpr int32_t kMaxReach = 64;       // samples that the tone filter may reach to either side
+constexpr int32_t kPassLength = 256;    // samples of one pass of it that are looked at
+constexpr double kInaudible = 1e-7;     // of the tone response's sum, that is left out at its ends
+constexpr int32_t kPointsPerPulse = 8;  // of a transform that takes as long as a pulse
+
+// Half of the tone filter's zero-phase response: `taps` up to `reach` samples from its middle.
+struct tone_t {
+  int32_t reach;
+  float taps[kPassLength];
+};
+
+// The forward and the backward pass together are the autocorrelation of one pass.
+tone_t measure_tone(const vn_state_t& state) {
+  float pass[kPassLength];
+  velvet_tone_pass(state, pass, kPassLength);
+  tone_t tone = {};
+  double sum = 0.0;
+  for (int32_t d = 0; d < kPassLength; ++d) {
+    double tap = 0.0;
+    for (int32_t i = 0; i + d < kPassLength; ++i)
+      tap += static_cast<double>(pass[i]) * static_cast<double>(pass[i + d]);
+    tone.taps[d] = static_cast<float>(tap);
+    sum += fabs(tap);
+  }
+  double left_out = 0.0;
+  for (tone.reach = kPassLength - 1; tone.reach > 0; --tone.reach) {
+    left_out += fabs(static_cast<double>(tone.taps[tone.reach]));
+    if (left_out > kInaudible * sum) break;
+  }
+  return tone;
+}
+
+tone_t no_tone() {
+  tone_t tone = {};
+  tone.taps[0] = 1.0f;
+  return tone;
+}
+
+int32_t count_pulses(const vn_state_t& state, int32_t channel) {
+  const float* response = velvet_work_vector(state, channel);
+  return static_cast<int32_t>(std::count_if(response, response + state.response_length,
+                                            [](float pulse) { return pulse != 0.0f; }));
+}
+
+// The transforms would also wrap around what the tone filter adds beyond a full convolution.
+bool pulses_serve(const vn_state_t& s, int32_t reach) {
+  const int32_t scratch = s.block_size + 2 * reach + 2 * SPARSE_FILTER_MARGIN;
+  return reach <= kMaxReach && s.convolution_length + reach <= s.fft_size &&
+         scratch <= s.fft_size && s.num_pulses[0] + s.num_pulses[1] <= s.fft_size / kPointsPerPulse;
+}
+
+// The whole tone response, sample `reach` being its middle.
+void write_tone(const tone_t& tone, sparse_tap_t* taps) {
+  for (int32_t i = 0; i <= 2 * tone.reach; ++i) {
+    taps[i] = {i, tone.taps[std::max(i, 2 * tone.reach - i) - tone.reach]};
+  }
+}
+
+void write_pulses(const float* response, int32_t reach, int32_t count, sparse_tap_t* taps) {
+  for (int32_t at = 0, n = 0; n < count; ++at) {
+    if (response[at] != 0.0f) taps[n++] = {at - reach, response[at]};
+  }
+}
+
+// The tone filter starts with the response: what it would put before the first sample is taken
+// back.
+void write_corrections(const float* response, const tone_t& tone, sparse_tap_t* taps) {
+  for (int32_t at = -tone.reach; at < 0; ++at) {
+    float before_start = 0.0f;
+    for (int32_t p = 0; p - at <= tone.reach; ++p) before_start += response[p] * tone.taps[p - at];
+    taps[at + tone.reach] = {at, -before_start};
+  }
+}
+
+// `length` zeros with their margins; returns the first of the zeros.
+float* clear_scratch(float* vector, int32_t length) {
+  std::fill_n(vector, length + 2 * SPARSE_FILTER_MARGIN, 0.0f);
+  return vector + SPARSE_FILTER_MARGIN;
+}
+
+void add_to_ring(const vn_state_t& s, int32_t channel, sparse_response_t response,
+                 const float* samples, int32_t length) {
+  float* const ring = s.ring_buffers + ptrdiff_t{channel} * s.ring_length;
+  const int32_t before_wrap = std::min(s.convolution_length, s.ring_length - s.write_index);
+  sparse_filter_add(response, samples, length, 0, before_wrap, ring + s.write_index);
+  sparse_filter_add(response, samples, length, before_wrap, s.convolution_length - before_wrap,
+                    ring);
+}
+
+}  // namespace
+
+uint32_t velvet_gather_pulses(vn_state_t* state) {
+  vn_state_t& s = *state;
+  const tone_t tone = s.settings.tone_enable != 0.0f ? measure_tone(s) : no_tone();
+  s.tone_reach = tone.reach;
+  for (int32_t c = 0; c < kNumOutputs; ++c) s.num_pulses[c] = count_pulses(s, c);
+  if (!pulses_serve(s, tone.reach)) return UBR_OK;
+  const int32_t num_tone_taps = 2 * tone.reach + 1;
+  const int32_t num_taps =
+      num_tone_taps + s.num_pulses[0] + s.num_pulses[1] + kNumOutputs * tone.reach;
+  s.pulses = alloc_zeroed<sparse_tap_t>(static_cast<size_t>(num_taps));
+  if (!s.pulses) return UBR_NO_MEMORY;
+  write_tone(tone, s.pulses);
+  sparse_tap_t* taps = s.pulses + num_tone_taps;
+  for (int32_t c = 0; c < kNumOutputs; ++c) {
+    const float* response = velvet_work_vector(s, c);
+    write_corrections(response, tone, taps);
+    taps += tone.reach;
+    write_pulses(response, tone.reach, s.num_pulses[c], taps);
+    taps += s.num_pulses[c];
+  }
+  return UBR_OK;
+}
+
+void velvet_add_pulses(const vn_state_t& s, const float* input, int32_t frames) {
+  float* const white = clear_scratch(velvet_work_vector(s, 2), frames);
+  std::copy_n(input, frames, white);
+  const int32_t reach = s.tone_reach, num_tone_taps = 2 * reach + 1;
+  const int32_t coloured_frames = frames + 2 * reach;
+  float* const coloured = clear_scratch(velvet_work_vector(s, 3), coloured_frames);
+  sparse_filter_add({s.pulses, num_tone_taps}, white, frames, 0, coloured_frames, coloured);
+  const sparse_tap_t* taps = s.pulses + num_tone_taps;
+  for (int32_t c = 0; c < kNumOutputs; ++c) {
+    add_to_ring(s, c, {taps, reach}, white, frames);
+    taps += reach;
+    add_to_ring(s, c, {taps, s.num_pulses[c]}, coloured, coloured_frames);
+    taps += s.num_pulses[c];
+  }
+}
