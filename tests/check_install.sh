@@ -21,6 +21,6 @@ find_package(orvane REQUIRED)
 add_executable(installed_use $3)
 target_link_libraries(installed_use PRIVATE orvane::orvane)
 EOF
-cmake -S "$prefix" -B "$prefix/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$2" >/dev/null
+cmake -G Ninja -S "$prefix" -B "$prefix/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$2" >/dev/null
 cmake --build "$prefix/build" >/dev/null
 "$prefix/build/installed_use"
