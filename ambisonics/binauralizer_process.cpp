@@ -12,7 +12,7 @@
 #include "base/checked.h"
 #include "base/result.h"
 #include "numerics/mix_channels.h"
-#include "numerics/spectra.h"
+#include "numerics/mix_spectra.h"
 
 namespace {
 

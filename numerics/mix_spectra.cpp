@@ -1,8 +1,8 @@
 // Highway compiles this file once for every instruction set that is worth dispatching to.
-#include "numerics/spectra.h"
+#include "numerics/mix_spectra.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "numerics/spectra.cpp"
+#define HWY_TARGET_INCLUDE "numerics/mix_spectra.cpp"
 #include <hwy/foreach_target.h>  // first, it includes this file again
 #include <hwy/highway.h>
 

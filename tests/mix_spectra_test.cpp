@@ -1,4 +1,4 @@
-#include "numerics/spectra.h"
+#include "numerics/mix_spectra.h"
 
 #include <gtest/gtest.h>
 #include <pffft.h>

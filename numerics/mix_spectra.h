@@ -1,6 +1,6 @@
 // The complex product behind convolution with several responses at once.
-#ifndef ORVANE_NUMERICS_SPECTRA_H_
-#define ORVANE_NUMERICS_SPECTRA_H_
+#ifndef ORVANE_NUMERICS_MIX_SPECTRA_H_
+#define ORVANE_NUMERICS_MIX_SPECTRA_H_
 
 #include <stdint.h>
 
@@ -14,4 +14,4 @@
 void accumulate_spectra(const float* const* x, const float* const* h, uint32_t count, float* sum,
                         uint32_t size);
 
-#endif  // ORVANE_NUMERICS_SPECTRA_H_
+#endif  // ORVANE_NUMERICS_MIX_SPECTRA_H_
