@@ -3,7 +3,21 @@
 #define ORVANE_PLATFORM_LOG_H_
 
 #include <android/log.h>
+
+#if __has_include(<log/log.h>)
 #include <log/log.h>
+#else
+// The NDK has neither the header of the security event log nor, to link with, its function: a
+// library built with it takes the function from the device, as far as that has it.
+#include <stdint.h>
+extern "C" __attribute__((weak)) int __android_log_error_write(int tag, const char* sub_tag,
+                                                               int32_t uid, const char* data,
+                                                               uint32_t data_size);
+inline int android_errorWriteLog(int tag, const char* sub_tag) {
+  if (!__android_log_error_write) return -1;
+  return __android_log_error_write(tag, sub_tag, -1, nullptr, 0);
+}
+#endif
 
 #define ORVANE_LOG(priority, ...) ((void)__android_log_print(priority, "orvane", __VA_ARGS__))
 #define ORVANE_LOGI(...) ORVANE_LOG(ANDROID_LOG_INFO, __VA_ARGS__)
