@@ -4,6 +4,7 @@
 # be pffft.h or pffft/pffft.h; either way it is included as <pffft.h>. The library may be static: then
 # none of its symbols leaves liborvane.so, which hides what it takes from archives.
 set(PFFFT_FETCHED ${CMAKE_CURRENT_LIST_DIR}/../third_party/pffft)
+list(APPEND CMAKE_FIND_ROOT_PATH ${PFFFT_ROOT})  # also where a tool chain keeps to its own folders
 
 find_path(PFFFT_INCLUDE_DIR pffft.h
   PATH_SUFFIXES include include/pffft pffft)
