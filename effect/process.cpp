@@ -5,6 +5,7 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "effect/orvane.h"
+#include "numerics/interleave.h"
 #include "platform/log.h"
 
 namespace {
@@ -69,21 +70,6 @@ bool buffers_fit(const orvane_object_t* object, int32_t channels, size_t frames)
   return object->in_buffers && object->in_frames == frames && object->buffer_channels == channels;
 }
 
-void deinterleave(const float* in, int32_t channels, size_t frames, float* const* out) {
-  const size_t stride = static_cast<size_t>(channels);
-  for (size_t c = 0; c < stride; ++c) {
-    for (size_t f = 0; f < frames; ++f) out[c][f] = in[f * stride + c];
-  }
-}
-
-// Adding negative zero leaves every value as it is, so that writing is adding, too.
-void interleave(const float* left, const float* right, size_t frames, bool accumulate, float* out) {
-  for (size_t f = 0; f < frames; ++f) {
-    out[2 * f] = left[f] + (accumulate ? out[2 * f] : -0.0f);
-    out[2 * f + 1] = right[f] + (accumulate ? out[2 * f + 1] : -0.0f);
-  }
-}
-
 // Renders the planar buffers. Returns 0, -EINVAL when the effect has been disabled meanwhile, or -1
 // after logging.
 int32_t render(orvane_module_s* module, int32_t channels, size_t frames) {
@@ -122,9 +108,9 @@ int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer, audio_buf
     ORVANE_LOGE("orvane_Process error: orvane buffer allocation error");
     return -EINVAL;
   }
-  deinterleave(inBuffer->f32, stream.channels, frames, object->in_buffers);
+  split_channels(inBuffer->f32, static_cast<size_t>(stream.channels), frames, object->in_buffers);
   if (const int32_t code = render(module, stream.channels, frames)) return code;
-  interleave(object->out_buffers[0], object->out_buffers[1], frames, stream.accumulate,
-             outBuffer->f32);
+  merge_stereo(object->out_buffers[0], object->out_buffers[1], frames, stream.accumulate,
+               outBuffer->f32);
   return 0;
 }
