@@ -91,13 +91,15 @@ bool resting_prepare(ubr_resting_t* r, const encoder_t& encoder, const rotator_t
 }
 
 void resting_process(ubr_resting_t* r, binauralizer_t* binauralizer, const float* const* inputs,
-                     float* const* field, float* const* ears, uint32_t frames) {
+                     float* omni, float* const* ears, uint32_t frames) {
   uint32_t count = 0;
   for (uint32_t s = 0; s < r->num_sources; ++s) {
     if (is_audible(r->sources[s])) r->audible[count++] = inputs[s];
   }
-  mix_channels({r->gains, AMBISONICS_MAX_CHANNELS, 1}, {r->audible, count}, {field, 1}, frames,
-               false);
+  if (omni) {
+    mix_channels({r->gains, AMBISONICS_MAX_CHANNELS, 1}, {r->audible, count}, {&omni, 1}, frames,
+                 false);
+  }
   binauralizer_process_pairs(binauralizer, r->pairs, r->audible, ears, frames);
 }
 

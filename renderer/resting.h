@@ -42,11 +42,11 @@ bool resting_prepare(ubr_resting_t* resting, const encoder_t& encoder, const rot
 // Renders the block that resting_prepare has agreed to.
 //
 //   inputs  num_sources channels of `frames` samples
-//   field   channel 0 alone is overwritten, with that of the field that the ears would be made from
+//   omni    overwritten with channel 0 of the field that the ears would be made from; null where
+//           nothing reads it
 //   ears    left and right, overwritten
 void resting_process(ubr_resting_t* resting, binauralizer_t* binauralizer,
-                     const float* const* inputs, float* const* field, float* const* ears,
-                     uint32_t frames);
+                     const float* const* inputs, float* omni, float* const* ears, uint32_t frames);
 
 // Frees what the record owns and zeroes it; null and half-built records are accepted.
 void resting_cleanup(ubr_resting_t* resting);

@@ -54,6 +54,7 @@ uint32_t ubr_process_reverb(ubr_reverb_t* reverb, const float* omni, float* cons
   if (!reverb || frames > reverb->scratch_frames) return UBR_MISSING;
   reverb->frame_size = frames;
   reverb->velvet_noise.block_size = static_cast<int32_t>(frames);
+  if (!reverb_is_on(*reverb)) return UBR_OK;
   const int32_t input_size[2] = {reverb->velvet_noise.block_size, 1};
   const int32_t output_size[2] = {reverb->velvet_noise.block_size,
                                   static_cast<int32_t>(reverb->num_outputs)};

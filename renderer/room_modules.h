@@ -29,6 +29,11 @@ uint32_t reverb_set_max_frame_size(ubr_reverb_t* reverb, uint32_t max_frame_size
 // Draws a new response for the settings; drops the tail. Returns vn_prepare_to_play's code.
 uint32_t reverb_prepare(ubr_reverb_t* reverb);
 
+// Whether a block is heard in the tail at all.
+inline bool reverb_is_on(const ubr_reverb_t& reverb) {
+  return reverb.velvet_noise.settings.enable != 0.0f;
+}
+
 // Frees what the record owns and zeroes it; null and half-built records are accepted.
 void reverb_cleanup(ubr_reverb_t* reverb);
 

@@ -4,6 +4,7 @@
 #include "ambisonics/rotator_at_rest.h"
 #include "base/result.h"
 #include "renderer/resting.h"
+#include "renderer/room_modules.h"
 #include "renderer/ubr.h"
 
 namespace {
@@ -63,7 +64,8 @@ bool can_render_at_rest(const ubr_t& r) {
 }
 
 uint32_t render_at_rest(const ubr_t& r, const float* const* inputs, float* const* ears) {
-  resting_process(r.resting, r.binauralizer, inputs, r.hoa_buffer_b, ears, r.frame_size);
+  float* const omni = r.reverb && reverb_is_on(*r.reverb) ? r.hoa_buffer_b[0] : nullptr;
+  resting_process(r.resting, r.binauralizer, inputs, omni, ears, r.frame_size);
   return reverberate(r, r.hoa_buffer_b, ears);
 }
 
