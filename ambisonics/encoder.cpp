@@ -3,6 +3,7 @@
 #include <math.h>
 #include <string.h>
 
+#include "ambisonics/encoder_selection.h"
 #include "base/checked.h"
 #include "base/memory.h"
 #include "base/result.h"
@@ -160,6 +161,16 @@ uint32_t encoder_process_static(encoder_t* e, const float* const* inputs, float*
   encode(e, inputs, outputs, frames, accumulate, is_static);
   add_lfe(e, inputs, outputs[0], frames);
   return UBR_OK;
+}
+
+uint32_t encoder_count_dynamic(const encoder_t& e) {
+  uint32_t count = 0;
+  for (uint32_t s = 0; s < e.num_sources; ++s) count += is_dynamic(e.sources[s].type);
+  return count;
+}
+
+uint32_t encoder_gather_dynamic(encoder_t* e, const float* const* inputs) {
+  return gather_sources(e, inputs, is_dynamic);
 }
 
 uint32_t encoder_cleanup(encoder_t* e) {

@@ -2,7 +2,7 @@
 
 #include <string.h>
 
-#include "ambisonics/rotator_at_rest.h"
+#include "ambisonics/rotator_fade.h"
 #include "ambisonics/sphere_directions.h"
 #include "base/checked.h"
 #include "base/memory.h"
@@ -58,18 +58,6 @@ void build_beam_matrices(rotator_t* r) {
   ubr_pinv(r->pinv_workspace, r->beam_matrix, size, r->beam_matrix_pinv, inverse_size);
 }
 
-void settle_on_current_matrix(rotator_t* r) {
-  memcpy(r->previous_matrix, r->current_matrix, rotator_matrix_bytes(*r));
-}
-
-void update_delta_matrix(rotator_t* r, uint32_t frames) {
-  const float scale = 1.0f / static_cast<float>(frames);
-  const uint32_t size = r->padded_channels * r->padded_channels;
-  for (uint32_t i = 0; i < size; ++i) {
-    r->delta_matrix[i] = (r->current_matrix[i] - r->previous_matrix[i]) * scale;
-  }
-}
-
 // Number of channels in the diagonal block of the rotation matrix that starts at channel `first`,
 // n^2 for the block of degree n. Rotations keep degrees apart: but for rounding noise only these
 // blocks are non-zero, 165 weights of 625 at order 4. A channel set that cuts its last degree off
@@ -114,7 +102,7 @@ uint32_t rotator_init(rotator_t* r, const ambisonics_base_t* ambisonics, uint32_
   if (const uint32_t code = rotator_set_orientation(r, straight_ahead, ROTATOR_EULER_A)) {
     return code;
   }
-  settle_on_current_matrix(r);  // the first block does not fade
+  rotator_end_fade(r);  // the first block does not fade
   return UBR_OK;
 }
 
@@ -135,13 +123,13 @@ uint32_t rotator_process(rotator_t* r, const float* const* inputs, float* const*
                          uint32_t frames) {
   if (frames > r->max_frame_size) return UBR_MISSING;
   const bool fades = !rotator_is_at_rest(*r);
-  update_delta_matrix(r, frames);
+  rotator_start_fade(r, frames);
   for (uint32_t first = 0; first < r->ambisonics->num_channels;) {
     const uint32_t width = block_width(*r, first);
     mix_block(*r, first, width, inputs, outputs, frames, fades);
     first += width;
   }
-  if (fades) settle_on_current_matrix(r);
+  if (fades) rotator_end_fade(r);
   return UBR_OK;
 }
 

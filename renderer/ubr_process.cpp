@@ -1,7 +1,8 @@
 // One block through the renderer.
 #include <algorithm>
 
-#include "ambisonics/rotator_at_rest.h"
+#include "ambisonics/rotator_fade.h"
+#include "ambisonics/turning_encoder.h"
 #include "base/result.h"
 #include "renderer/resting.h"
 #include "renderer/room_modules.h"
@@ -41,6 +42,16 @@ uint32_t reflect(const ubr_t& r, float* const* field) {
   return ubr_process_reflections(r.reflections, field, field, r.frame_size) ? UBR_MISSING : UBR_OK;
 }
 
+bool has_no_reflections(const ubr_t& r) {
+  return r.reflections && r.reflections->reflections_mode == 0;
+}
+
+// Whether the field after the rotation can be had without the one before it, and sooner.
+bool can_turn_sources(const ubr_t& r) {
+  return encoder_is_ready(r) && r.rotator && r.frame_size <= r.rotator->max_frame_size &&
+         turning_encoder_is_shorter(*r.encoder, *r.rotator, r.frame_size);
+}
+
 // Adds the tail of the omnidirectional channel.
 uint32_t reverberate(const ubr_t& r, const float* const* field, float* const* ears) {
   return ubr_process_reverb(r.reverb, field[0], ears, r.frame_size);
@@ -51,7 +62,7 @@ bool is_still(const ubr_t& r) {
   if (!encoder_is_ready(r) || !r.binauralizer || !r.hoa_buffer_b) return false;
   if (r.render_mode == UBR_MODE_BINAURAL) return true;
   return r.rotator && r.frame_size <= r.rotator->max_frame_size && rotator_is_at_rest(*r.rotator) &&
-         r.reflections && r.reflections->reflections_mode == 0;
+         has_no_reflections(r);
 }
 
 bool can_render_at_rest(const ubr_t& r) {
@@ -76,17 +87,27 @@ uint32_t render_ambisonic(const ubr_t& r, const float* const* inputs, float* con
 
 // Encodes around the rotation: what is head-locked joins the field after it.
 uint32_t render_tracked(const ubr_t& r, const float* const* inputs, float* const* outputs) {
+  if (outputs && can_turn_sources(r)) {
+    turning_encoder_process(r.encoder, r.rotator, inputs, outputs, r.frame_size);
+    return encode_head_locked(r, inputs, outputs);
+  }
   if (const uint32_t code = encode_tracked(r, inputs, r.hoa_buffer_a)) return code;
+  if (const uint32_t code = rotate(r, r.hoa_buffer_a, outputs)) return code;
+  return encode_head_locked(r, inputs, outputs);
+}
+
+// As render_tracked, with reflections in the field before the rotation.
+uint32_t render_reflected(const ubr_t& r, const float* const* inputs, float* const* outputs) {
+  if (const uint32_t code = encode_tracked(r, inputs, r.hoa_buffer_a)) return code;
+  if (const uint32_t code = reflect(r, r.hoa_buffer_a)) return code;
   if (const uint32_t code = rotate(r, r.hoa_buffer_a, outputs)) return code;
   return encode_head_locked(r, inputs, outputs);
 }
 
 uint32_t render_binaural_tracked(const ubr_t& r, const float* const* inputs, float* const* ears) {
   if (can_render_at_rest(r)) return render_at_rest(r, inputs, ears);
-  if (const uint32_t code = encode_tracked(r, inputs, r.hoa_buffer_a)) return code;
-  if (const uint32_t code = reflect(r, r.hoa_buffer_a)) return code;
-  if (const uint32_t code = rotate(r, r.hoa_buffer_a, r.hoa_buffer_b)) return code;
-  if (const uint32_t code = encode_head_locked(r, inputs, r.hoa_buffer_b)) return code;
+  const auto render_field = has_no_reflections(r) ? render_tracked : render_reflected;
+  if (const uint32_t code = render_field(r, inputs, r.hoa_buffer_b)) return code;
   if (const uint32_t code = binauralize(r, r.hoa_buffer_b, ears)) return code;
   return reverberate(r, r.hoa_buffer_b, ears);
 }
