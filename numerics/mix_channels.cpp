@@ -19,12 +19,13 @@ struct Mix {
   bool accumulate;
 };
 
-// Of the samples from t on, the number that stand before each one's step of four.
+// Of the samples from t on, the number that stand before each one's step of four. A vector of more
+// than one lane begins on a step.
 template <class D>
 HWY_INLINE hn::Vec<D> StepStarts(D d, uint32_t t) {
   const hn::RebindToSigned<D> di;
-  const auto index = hn::Iota(di, static_cast<int32_t>(t));
-  return hn::ConvertTo(d, hn::And(index, hn::Set(di, ~3)));
+  const auto steps = hn::And(hn::Iota(di, 0), hn::Set(di, ~3));
+  return hn::Add(hn::Set(d, static_cast<float>(t & ~3u)), hn::ConvertTo(d, steps));
 }
 
 // kRows outputs by kVectors vectors of samples. The rows share each load of the input, and the
@@ -58,8 +59,8 @@ HWY_INLINE void MixTile(D d, const Mix& mix, uint32_t row, uint32_t t) {
     if (kFades) slopes += mix.weights.in_stride;
   }
   for (size_t r = 0; r < kRows; ++r) {
-    for (size_t v = 0; v < kVectors; ++v) {
-      float* y = mix.out.rows[row + r] + t + v * lanes;
+    float* y = mix.out.rows[row + r] + t;
+    for (size_t v = 0; v < kVectors; ++v, y += lanes) {
       hn::StoreU(mix.accumulate ? hn::Add(hn::LoadU(d, y), sums[r][v]) : sums[r][v], d, y);
     }
   }
