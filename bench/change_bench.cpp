@@ -1,5 +1,6 @@
-// What happens between blocks of a 7.1.4 bed: start and parameters, each through the effect. A
-// parameter holds the lock that a block needs, so a block may have to wait for as long.
+// What happens between blocks of a 7.1.4 bed: start and parameters, each through the effect. A pose
+// or a parameter of the room holds the lock that a block needs, so a block may have to wait for as
+// long.
 #include <string>
 #include <vector>
 

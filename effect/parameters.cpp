@@ -10,6 +10,7 @@
 #include "effect/command.h"
 #include "effect/orvane.h"
 #include "platform/log.h"
+#include "renderer/reverb_change.h"
 
 namespace {
 
@@ -126,15 +127,26 @@ float float_value(const void* value) {
   return number;
 }
 
+// The response is drawn between two holds of the lock, so that no block waits for it.
 int32_t set_reverb(orvane_module_s* module, int32_t id, const void* value) {
   const float number = float_value(value);
   const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REVERB);
+  const ubr_t* renderer = module->object.renderer;
+  reverb_change_t change;
   uint32_t code = UBR_OK;
   {
     const ScopedLock lock(&module->object);
-    code = ubr_set_reverb_param(module->object.renderer, param, number);
+    code = reverb_change_begin(renderer, param, number, &change);
   }
-  if (code == UBR_OK) return 0;
+  if (code == UBR_OK) {
+    reverb_change_prepare(renderer->reverb, &change);
+    {
+      const ScopedLock lock(&module->object);
+      reverb_change_apply(renderer->reverb, &change);
+    }
+    reverb_change_release(&change);
+    return 0;
+  }
   ORVANE_LOGE("orvane_setParameter error: orvane set reverb param %d and value %f failed", id,
               static_cast<double>(number));
   return -EINVAL;

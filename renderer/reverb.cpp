@@ -2,8 +2,11 @@
 
 #include <stddef.h>
 
+#include <utility>
+
 #include "base/memory.h"
 #include "base/result.h"
+#include "renderer/reverb_change.h"
 #include "renderer/room_modules.h"
 #include "renderer/ubr.h"
 
@@ -41,6 +44,32 @@ uint32_t reverb_prepare(ubr_reverb_t* reverb) {
   reverb->velvet_noise.block_size = static_cast<int32_t>(reverb->scratch_frames);
   return vn_prepare_to_play(reverb->generator, &reverb->velvet_noise);
 }
+
+void reverb_change_copy(const ubr_reverb_t& reverb, reverb_change_t* change) {
+  vn_state_t& state = change->state;
+  state = reverb.velvet_noise;
+  state.block_size = static_cast<int32_t>(reverb.scratch_frames);
+  state.ring_buffers = state.work_area = state.spectra = nullptr;
+  state.fft_setup = nullptr;
+  state.pulses = nullptr;
+}
+
+void reverb_change_prepare(ubr_reverb_t* reverb, reverb_change_t* change) {
+  change->code = vn_prepare_to_play(reverb->generator, &change->state);
+}
+
+void reverb_change_apply(ubr_reverb_t* reverb, reverb_change_t* change) {
+  // Settings without a meaning are kept, and the response that there was.
+  if (change->code == UBR_INVALID) {
+    reverb->velvet_noise.settings = change->state.settings;
+    reverb->velvet_noise.block_size = change->state.block_size;
+    return;
+  }
+  // Deliberate: a preparation that ran out of memory is reported by the next block.
+  std::swap(reverb->velvet_noise, change->state);
+}
+
+void reverb_change_release(reverb_change_t* change) { vn_terminate(&change->state); }
 
 void reverb_cleanup(ubr_reverb_t* reverb) {
   if (!reverb) return;

@@ -2,6 +2,7 @@
 #include <math.h>
 
 #include "base/result.h"
+#include "renderer/reverb_change.h"
 #include "renderer/room_modules.h"
 #include "renderer/ubr.h"
 
@@ -99,14 +100,23 @@ uint32_t ubr_compute_reflections(ubr_t* renderer) {
   return reflections_compute(renderer->reflections, renderer->ambisonics, renderer->max_frame_size);
 }
 
-uint32_t ubr_set_reverb_param(ubr_t* renderer, uint32_t id, float value) {
+uint32_t reverb_change_begin(const ubr_t* renderer, uint32_t id, float value,
+                             reverb_change_t* change) {
   if (!renderer || !renderer->reverb) return UBR_MISSING;
   if (id >= UBR_NUM_REVERB_PARAMS) return UBR_INVALID;
   const reverb_param_t& param = kReverbParams[id];
   // Deliberate: a switch is stored with its fraction.
   if (!accepts(param.range, param.is_switch ? truncf(value) : value)) return UBR_INVALID;
-  renderer->reverb->velvet_noise.settings.*param.slot = value;
-  // Deliberate: a preparation that runs out of memory is reported by the next block.
-  reverb_prepare(renderer->reverb);
+  reverb_change_copy(*renderer->reverb, change);
+  change->state.settings.*param.slot = value;
+  return UBR_OK;
+}
+
+uint32_t ubr_set_reverb_param(ubr_t* renderer, uint32_t id, float value) {
+  reverb_change_t change;
+  if (const uint32_t code = reverb_change_begin(renderer, id, value, &change)) return code;
+  reverb_change_prepare(renderer->reverb, &change);
+  reverb_change_apply(renderer->reverb, &change);
+  reverb_change_release(&change);
   return UBR_OK;
 }

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "renderer/reverb_change.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/test_renderer.h"
 
@@ -100,6 +101,25 @@ TEST(ReverbParameterTest, EverySettingHasItsPlace) {
                           s.tone_corner_hz, s.tone_slope};
   for (uint32_t id = 0; id < 10; ++id) EXPECT_EQ(values[id], stored[id]) << id;
   EXPECT_EQ(24000, test.r.reverb->velvet_noise.response_length);
+}
+
+TEST(ReverbParameterTest, ABlockWhileAChangeIsPreparedHasTheOldResponse) {
+  TestRenderer changing(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 512, 1);
+  TestRenderer untouched(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 512, 1);
+  const Planar input = planar_noise(1, 4096, 1);
+  const auto expect_same_tail = [&] {
+    const Planar a = changing.render(input, {512}), b = untouched.render(input, {512});
+    for (const size_t ear : {0u, 1u}) EXPECT_EQ(b[ear], a[ear]);
+  };
+  reverb_change_t change;
+  EXPECT_EQ(UBR_OK, reverb_change_begin(&changing.r, UBR_REVERB_DECAY, 0.5f, &change));
+  expect_same_tail();
+  reverb_change_prepare(changing.r.reverb, &change);
+  expect_same_tail();
+  reverb_change_apply(changing.r.reverb, &change);
+  reverb_change_release(&change);
+  EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&untouched.r, UBR_REVERB_DECAY, 0.5f));
+  expect_same_tail();
 }
 
 TEST(ReverbParameterTest, ASettingMadeDuringShortBlocksPreparesForLongOnes) {
