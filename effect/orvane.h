@@ -17,6 +17,8 @@ enum {
   ORVANE_STATE_ACTIVE = 2,       // enabled
 };
 
+enum { ORVANE_STREAM_ACCUMULATES = 0x100 };  // in orvane_object_t.stream, above its channels
+
 // First ids of the vendor's parameters, one float each; docs/parameters.md has them all.
 enum {
   ORVANE_PARAM_REVERB = 100,       // plus a ubr_reverb_param
@@ -33,13 +35,15 @@ typedef struct orvane_object_t {
   size_t out_frames;
   pthread_mutex_t* lock;  // the instance's mutex from SET_CONFIG on, null after INIT
 
+  uint32_t stream;  // what a block needs of config: channels of the input mask, and
+                    // ORVANE_STREAM_ACCUMULATES; shared with the audio thread, see orvane_stream
   int32_t buffer_channels;  // how many in_buffers there are, whatever the configuration says by now
-  pthread_mutex_t mutex;    // held around renderer calls, writes to config and its reads in process
+  pthread_mutex_t mutex;    // held around renderer calls
 } orvane_object_t;
 
 struct orvane_module_s {
   const effect_interface_s* itfe;  // first: the platform's handle points here
-  effect_config_t config;          // as last accepted, defaults before
+  effect_config_t config;          // as last accepted, defaults before; see orvane_set_config
   orvane_object_t object;
 };
 
@@ -72,6 +76,15 @@ inline uint32_t orvane_state(const orvane_module_s* module) {
 inline void orvane_set_state(orvane_module_s* module, uint32_t state) {
   __atomic_store_n(&module->object.state, state, __ATOMIC_RELEASE);
 }
+
+// A block looks at the stream before it takes the mutex; the renderer refuses one that has changed
+// meanwhile.
+inline uint32_t orvane_stream(const orvane_module_s* module) {
+  return __atomic_load_n(&module->object.stream, __ATOMIC_ACQUIRE);
+}
+
+// Stores a configuration and, for the audio thread, its stream.
+void orvane_set_config(orvane_module_s* module, const effect_config_t& config);
 
 // Puts a context, zero-filled or used, into its defaults and state 1. A renderer is made if there
 // is none, and kept as it is otherwise; the planar buffers are freed, so no block may be under way.
