@@ -11,6 +11,13 @@
 #include "platform/effect_abi.h"
 #include "renderer/ubr.h"
 
+// Marks what runs on the audio thread, for clang's real-time sanitizer.
+#if __has_attribute(nonblocking)
+#define ORVANE_NONBLOCKING __attribute__((nonblocking))
+#else
+#define ORVANE_NONBLOCKING
+#endif
+
 enum {
   ORVANE_STATE_UNINITIALIZED = 0,
   ORVANE_STATE_INITIALIZED = 1,  // initialised or configured, not processing
@@ -114,7 +121,8 @@ int32_t orvane_Configure(orvane_module_s* module, const void* config_data);
 void orvane_Reset(orvane_module_s* module);
 
 // Slots of the interface table.
-int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer, audio_buffer_t* outBuffer);
+ORVANE_NONBLOCKING int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer,
+                                          audio_buffer_t* outBuffer);
 int32_t orvane_Command(effect_handle_t self, uint32_t cmdCode, uint32_t cmdSize, void* pCmdData,
                        uint32_t* replySize, void* pReplyData);
 int32_t orvane_GetDescriptor(effect_handle_t self, effect_descriptor_t* pDescriptor);
