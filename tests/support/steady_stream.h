@@ -22,7 +22,6 @@ class SteadyStream {
   explicit SteadyStream(const stream_scene_t& scene);
 
   EffectHost& host() { return host_; }
-  const std::vector<float>& output() const { return out_; }
 
   // The blocks from now on are noise of that peak; 1 at first.
   void set_level(float peak);
