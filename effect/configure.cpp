@@ -33,7 +33,7 @@ uint32_t rebuild_renderer(orvane_module_s* module, const effect_config_t& config
                           int32_t layout_index) {
   orvane_object_t* object = &module->object;
   const ScopedLock lock(object);
-  module->config = config;
+  orvane_set_config(module, config);
   object->channel_count = static_cast<uint8_t>(orvane_channel_count(config.inputCfg.channels));
   ubr_cleanup(object->renderer);
   if (const uint32_t code = ubr_init(object->renderer, UBR_INPUT_SOURCES, object->channel_count,
@@ -68,8 +68,7 @@ int32_t orvane_Configure(orvane_module_s* module, const void* config_data) {
   int32_t layout_index = 0;
   if (const int32_t code = find_layout(config.inputCfg.channels, &layout_index)) {
     // Deliberate: the configuration stays, although its channels have no layout.
-    const ScopedLock lock(&module->object);
-    module->config = config;
+    orvane_set_config(module, config);
     return code;
   }
   ORVANE_LOGI("orvane_Configure: Configuring orvane for input channels %d, Layout index %d",

@@ -11,11 +11,20 @@
 #include "platform/effect_abi.h"
 #include "renderer/ubr.h"
 
+// Marks what runs on the audio thread, for clang's real-time sanitizer.
+#if __has_attribute(nonblocking)
+#define ORVANE_NONBLOCKING __attribute__((nonblocking))
+#else
+#define ORVANE_NONBLOCKING
+#endif
+
 enum {
   ORVANE_STATE_UNINITIALIZED = 0,
   ORVANE_STATE_INITIALIZED = 1,  // initialised or configured, not processing
   ORVANE_STATE_ACTIVE = 2,       // enabled
 };
+
+enum { ORVANE_STREAM_ACCUMULATES = 0x100 };  // in orvane_object_t.stream, above its channels
 
 // First ids of the vendor's parameters, one float each; docs/parameters.md has them all.
 enum {
@@ -33,13 +42,15 @@ typedef struct orvane_object_t {
   size_t out_frames;
   pthread_mutex_t* lock;  // the instance's mutex from SET_CONFIG on, null after INIT
 
+  uint32_t stream;  // what a block needs of config: channels of the input mask, and
+                    // ORVANE_STREAM_ACCUMULATES; shared with the audio thread, see orvane_stream
   int32_t buffer_channels;  // how many in_buffers there are, whatever the configuration says by now
-  pthread_mutex_t mutex;    // held around renderer calls, writes to config and its reads in process
+  pthread_mutex_t mutex;    // held around renderer calls
 } orvane_object_t;
 
 struct orvane_module_s {
   const effect_interface_s* itfe;  // first: the platform's handle points here
-  effect_config_t config;          // as last accepted, defaults before
+  effect_config_t config;          // as last accepted, defaults before; see orvane_set_config
   orvane_object_t object;
 };
 
@@ -73,6 +84,15 @@ inline void orvane_set_state(orvane_module_s* module, uint32_t state) {
   __atomic_store_n(&module->object.state, state, __ATOMIC_RELEASE);
 }
 
+// A block looks at the stream before it takes the mutex; the renderer refuses one that has changed
+// meanwhile.
+inline uint32_t orvane_stream(const orvane_module_s* module) {
+  return __atomic_load_n(&module->object.stream, __ATOMIC_ACQUIRE);
+}
+
+// Stores a configuration and, for the audio thread, its stream.
+void orvane_set_config(orvane_module_s* module, const effect_config_t& config);
+
 // Puts a context, zero-filled or used, into its defaults and state 1. A renderer is made if there
 // is none, and kept as it is otherwise; the planar buffers are freed, so no block may be under way.
 // Returns 0, -1 when there is no memory for the renderer, or -EINVAL.
@@ -101,7 +121,8 @@ int32_t orvane_Configure(orvane_module_s* module, const void* config_data);
 void orvane_Reset(orvane_module_s* module);
 
 // Slots of the interface table.
-int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer, audio_buffer_t* outBuffer);
+ORVANE_NONBLOCKING int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer,
+                                          audio_buffer_t* outBuffer);
 int32_t orvane_Command(effect_handle_t self, uint32_t cmdCode, uint32_t cmdSize, void* pCmdData,
                        uint32_t* replySize, void* pReplyData);
 int32_t orvane_GetDescriptor(effect_handle_t self, effect_descriptor_t* pDescriptor);

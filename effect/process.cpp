@@ -12,18 +12,6 @@ namespace {
 
 constexpr int32_t kNumOutputs = 2;
 
-// What a block needs to know of the configuration.
-struct stream_t {
-  int32_t channels;
-  bool accumulate;
-};
-
-stream_t read_stream(orvane_module_s* module) {
-  const ScopedLock lock(&module->object);
-  return {orvane_channel_count(module->config.inputCfg.channels),
-          module->config.outputCfg.accessMode == EFFECT_BUFFER_ACCESS_ACCUMULATE};
-}
-
 int32_t check_state(const orvane_module_s* module) {
   switch (orvane_state(module)) {
     case ORVANE_STATE_UNINITIALIZED:
@@ -100,17 +88,17 @@ int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer, audio_buf
   const size_t frames = inBuffer->frameCount;
   if (frames == 0) return 0;  // To the renderer 0 frames would mean a full block.
 
-  const stream_t stream = read_stream(module);
+  const uint32_t stream = orvane_stream(module);
+  const auto channels = static_cast<int32_t>(stream & ~uint32_t{ORVANE_STREAM_ACCUMULATES});
   orvane_object_t* object = &module->object;
-  if (!buffers_fit(object, stream.channels, frames) &&
-      !orvane_allocateBuffers(object, stream.channels, frames)) {
+  if (!buffers_fit(object, channels, frames) && !orvane_allocateBuffers(object, channels, frames)) {
     orvane_deallocateBuffers(object, object->buffer_channels);
     ORVANE_LOGE("orvane_Process error: orvane buffer allocation error");
     return -EINVAL;
   }
-  split_channels(inBuffer->f32, static_cast<size_t>(stream.channels), frames, object->in_buffers);
-  if (const int32_t code = render(module, stream.channels, frames)) return code;
-  merge_stereo(object->out_buffers[0], object->out_buffers[1], frames, stream.accumulate,
-               outBuffer->f32);
+  split_channels(inBuffer->f32, static_cast<size_t>(channels), frames, object->in_buffers);
+  if (const int32_t code = render(module, channels, frames)) return code;
+  merge_stereo(object->out_buffers[0], object->out_buffers[1], frames,
+               (stream & ORVANE_STREAM_ACCUMULATES) != 0, outBuffer->f32);
   return 0;
 }

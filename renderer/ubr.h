@@ -148,9 +148,9 @@ ORVANE_API uint32_t ubr_set_max_frame_size(ubr_t* renderer, uint32_t max_frame_s
 //   outputs  num_outputs channels, overwritten
 //   frames   samples per channel, at most max_frame_size; 0 means max_frame_size
 //
-// Returns UBR_OK; UBR_MISSING for a null renderer, an unsupported mode or a module that does not
-// exist or is not ready; UBR_INVALID for channel counts or a length that do not match. Allocates
-// nothing.
+// Subnormal samples count as zeros, and none comes out: they would take many times as long. Returns
+// UBR_OK; UBR_MISSING for a null renderer, an unsupported mode or a module that does not exist or
+// is not ready; UBR_INVALID for channel counts or a length that do not match. Allocates nothing.
 ORVANE_API uint32_t ubr_process(ubr_t* renderer, const float* const* inputs, uint32_t num_inputs,
                                 float* const* outputs, uint32_t num_outputs, uint32_t frames);
 
@@ -170,8 +170,8 @@ ORVANE_API uint32_t ubr_downmix(ubr_t* renderer, const float* const* inputs, flo
 // for an index not below num_inputs.
 ORVANE_API uint32_t ubr_set_source_type(ubr_t* renderer, uint32_t index, uint32_t type);
 
-// Position of one source in metres (+x ahead, +y left, +z up), from the next block on.
-// Returns as ubr_set_source_type.
+// Position of one source in metres (+x ahead, +y left, +z up), from the next block on. Not checked:
+// one that is not a number spoils the output until the next. Returns as ubr_set_source_type.
 ORVANE_API uint32_t ubr_set_source_position(ubr_t* renderer, uint32_t index, float x, float y,
                                             float z);
 

@@ -4,6 +4,7 @@
 #include "ambisonics/rotator_fade.h"
 #include "ambisonics/turning_encoder.h"
 #include "base/result.h"
+#include "base/subnormals.h"
 #include "renderer/resting.h"
 #include "renderer/room_modules.h"
 #include "renderer/ubr.h"
@@ -141,6 +142,7 @@ uint32_t ubr_process(ubr_t* renderer, const float* const* inputs, uint32_t num_i
   if (num_inputs != r.num_inputs || num_outputs != r.num_outputs) return UBR_INVALID;
   if (frames > r.max_frame_size) return UBR_INVALID;
   r.frame_size = frames ? frames : r.max_frame_size;
+  const FlushSubnormals flush;
   return r.input_type == UBR_INPUT_AMBISONICS ? ubr_process_hoa(renderer, inputs, outputs)
                                               : ubr_process_sources(renderer, inputs, outputs);
 }

@@ -165,18 +165,6 @@ TEST(BinauralizerTest, OutputIsFiniteAgainOnceTheResponseHasPassed) {
   EXPECT_TRUE(isfinite(peak(ears[0])));
 }
 
-TEST(BinauralizerAllocationTest, FailedInitReportsAndLeaksNothing) {
-  for (uint32_t n = 0, reached = 1; reached; ++n) {
-    binauralizer_t b;
-    FailingAlloc guard(n);
-    const uint32_t code = binauralizer_init(&b, 1, 4000);
-    reached = guard.reached();
-    EXPECT_EQ(!reached ? UBR_OK : n == 0 ? UBR_MISSING : UBR_NO_MEMORY, code) << n;
-    EXPECT_EQ(!reached, binauralizer_is_built(b)) << n;
-    EXPECT_EQ(UBR_OK, binauralizer_cleanup(&b));
-  }
-}
-
 TEST(BinauralizerAllocationTest, FailedGrowthIsSilentUntilARetrySucceeds) {
   const Planar input = planar_noise(9, 600, 5);
   for (uint32_t n = 0, reached = 1; reached; ++n) {

@@ -1,6 +1,7 @@
 #!/bin/sh
 # The names that a library exports are exactly AELI and the functions that the headers mark
-# ORVANE_API, AELI alone is data, and only the libraries named after it are needed.
+# ORVANE_API, AELI alone is data, of threads it imports a plain mutex, and only the libraries named
+# after it are needed.
 #   $1 library   $2 source root   $3 nm   $4 readelf   $5... allowed names of needed libraries
 set -eu
 library=$1 source=$2 nm=$3 readelf=$4
@@ -22,6 +23,11 @@ diff "$work/declared" "$work/exported" >"$work/difference" || {
 }
 data=$(awk '$2 !~ /^[TW]$/ {print $3}' "$work/symbols")
 [ "$data" = AELI ] || { echo "exported data symbols: $data"; exit 1; }
+
+threads=$("$nm" -D --undefined-only "$library" | awk '{sub(/@.*/, "", $2); print $2}' |
+  grep -E '^(pthread|sem|mtx|cnd|thrd|syscall|futex)' | sort | tr '\n' ' ')
+mutex='pthread_mutex_destroy pthread_mutex_init pthread_mutex_lock pthread_mutex_unlock '
+[ "$threads" = "$mutex" ] || { echo "imported for threads: $threads"; exit 1; }
 
 for needed in $("$readelf" -d "$library" | sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p'); do
   case " $* " in

@@ -147,35 +147,4 @@ TEST(EffectStateTest, AnEventLeavesTheRendererAsItWasOrRefusing) {
   }
 }
 
-// Creates, configures and renders while the n-th allocation fails, and repeats the step it hits.
-// Returns whether there was such an allocation.
-bool run_with_failing_allocation(uint32_t n) {
-  const FailingAlloc guard(n);
-  EffectHost host;
-  if (!host.handle()) {
-    EXPECT_EQ(-1, host.create_result());
-    return guard.reached();
-  }
-  EXPECT_EQ(0, host.send(EFFECT_CMD_ENABLE));
-  const std::function<int32_t()> steps[] = {
-      [&] { return host.configure(AUDIO_CHANNEL_OUT_5POINT1); },
-      [&] { return host.set_float(200, 2.0f); },
-      [&] { return process_block(host, 6); },
-  };
-  for (const auto& step : steps) {
-    const bool reached_before = guard.reached();
-    const int32_t status = step();
-    const bool hit = guard.reached() && !reached_before;
-    EXPECT_EQ(hit ? -EINVAL : 0, status);
-    EXPECT_EQ(0, hit ? step() : 0);
-  }
-  return guard.reached();
-}
-
-TEST(EffectMemoryTest, EveryFailedAllocationIsReportedAndCanBeRetried) {
-  uint32_t failures = 0;
-  while (run_with_failing_allocation(failures)) ++failures;
-  EXPECT_GT(failures, 20u);  // or the allocations are not counted
-}
-
 }  // namespace

@@ -5,9 +5,7 @@
 #include <vector>
 
 #include "base/result.h"
-#include "numerics/float_matrix.h"
 #include "numerics/pinv.h"
-#include "tests/support/failing_alloc.h"
 #include "tests/support/signals.h"
 
 namespace {
@@ -152,20 +150,6 @@ TEST(PinvValueTest, EmptyAndNonFiniteMatricesComeToAnEnd) {
 TEST(PinvDeathTest, MatrixBeyondTheWorkspaceAborts) {
   EXPECT_DEATH(pinv(Matrix(26, 25)), "");
   EXPECT_DEATH(pinv(Matrix(1, 626)), "");
-}
-
-TEST(FloatMatrixTest, FailedAllocationsLeaveAMatrixThatCanBeFreed) {
-  for (uint32_t n = 0, reached = 1; reached; ++n) {
-    FailingAlloc guard(n);
-    ubr_float_matrix_t m = nullptr;
-    const uint32_t code = ubr_init_float_matrix(&m, 3, 4);
-    reached = guard.reached();
-    EXPECT_EQ(reached ? UBR_NO_MEMORY : UBR_OK, code);
-    if (!reached) m[2][3] = 1.0f;
-    EXPECT_EQ(UBR_OK, ubr_reset_float_matrix(m, 3, 4));
-    EXPECT_TRUE(reached || m[2][3] == 0.0f);
-    EXPECT_EQ(UBR_OK, ubr_free_float_matrix(m, 3));
-  }
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <cmath>
 
 #include "renderer/reflection_layouts.h"
-#include "tests/support/failing_alloc.h"
 #include "tests/support/test_renderer.h"
 
 namespace {
@@ -210,26 +209,6 @@ TEST(ReflectionsModeTest, NothingRendersBetweenAModeAndItsCompute) {
   EXPECT_EQ(UBR_MISSING, ubr_set_reflections_mode(nullptr, 1));
   EXPECT_EQ(UBR_MISSING, ubr_process_reflections(nullptr, field.data(), field.data(), 64));
   EXPECT_EQ(UBR_MISSING, ubr_reset_reflections(nullptr, 64));
-}
-
-TEST(ReflectionsMemoryTest, EveryFailedAllocationIsReportedAndRetried) {
-  for (uint32_t n = 0, reached = 1; reached; ++n) {
-    Reflecting test(1);
-    test.set(UBR_REFLECTIONS_MODE, 2.0f);
-    uint32_t code = 0;
-    {
-      FailingAlloc guard(n);
-      code = ubr_compute_reflections(&test.r);
-      reached = guard.reached();
-    }
-    EXPECT_EQ(reached ? UBR_NO_MEMORY : UBR_OK, code) << "allocation " << n;
-    Planar field(16, 64);
-    EXPECT_EQ(reached ? UBR_MISSING : UBR_OK,
-              ubr_process_reflections(test.reflections, field.data(), field.data(), 64));
-    EXPECT_EQ(UBR_OK, ubr_reset(&test.r));
-    EXPECT_EQ(UBR_OK, ubr_compute_reflections(&test.r));
-    EXPECT_NE(0.0f, max_difference(field[0], test.process(planar_noise(16, 64, 1))[0]));
-  }
 }
 
 }  // namespace

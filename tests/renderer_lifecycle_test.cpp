@@ -115,29 +115,6 @@ constexpr std::pair<uint32_t, uint32_t> kBuilds[] = {
 
 INSTANTIATE_TEST_SUITE_P(Builds, RendererGrowthTest, ::testing::ValuesIn(kBuilds));
 
-TEST(RendererMemoryTest, InitFailsCleanlyAtEveryAllocation) {
-  for (const auto& [input_type, mode] : kBuilds) {
-    const uint32_t num_inputs = input_type == UBR_INPUT_SOURCES ? 3 : 4;
-    bool reached = true;
-    for (uint32_t n = 0; reached; ++n) {
-      ubr_t r = {};
-      uint32_t code = 0;
-      {
-        FailingAlloc failing(n);
-        code = ubr_init(&r, input_type, num_inputs, mode, 64, 1);
-        reached = failing.reached();
-      }
-      const bool no_degree_table =
-          r.binauralizer && r.binauralizer->fft_setup && !r.binauralizer->sh_degree_m;
-      const ubr_result failure = no_degree_table ? UBR_MISSING : UBR_NO_MEMORY;
-      EXPECT_EQ(reached ? failure : UBR_OK, code) << "mode " << mode << ", allocation " << n;
-      EXPECT_EQ(UBR_OK, ubr_cleanup(&r));
-      EXPECT_EQ(UBR_OK, ubr_init(&r, input_type, num_inputs, mode, 64, 1));
-      EXPECT_EQ(UBR_OK, ubr_cleanup(&r));
-    }
-  }
-}
-
 TEST(RendererMemoryTest, AFailedGrowthKeepsTheOldMaximumAndCanBeRetried) {
   const Planar input = planar_noise(4, 64, 2);
   bool reached = true;

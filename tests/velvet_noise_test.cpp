@@ -9,7 +9,6 @@
 
 #include "base/result.h"
 #include "room/velvet_response.h"
-#include "tests/support/failing_alloc.h"
 #include "tests/support/signals.h"
 
 namespace {
@@ -270,21 +269,6 @@ TEST(VelvetPreparationTest, ALongerPreDelayWaitsForItsPreparation) {
   EXPECT_EQ(UBR_OK, vn_set_config(&reverb.state, settings));
   EXPECT_EQ(UBR_OK, vn_reset(&reverb.state));
   EXPECT_EQ(before[0], reverb.render(noise(2000, 1))[0]);
-}
-
-TEST(VelvetPreparationTest, EveryFailedAllocationIsReportedAndRetried) {
-  Reverb reverb;
-  const std::vector<float> in = noise(128, 1);
-  float out[2 * 128];
-  for (uint32_t n = 0, reached = 1; reached; ++n) {
-    FailingAlloc guard(n);
-    const uint32_t code = reverb.prepare();
-    reached = guard.reached();
-    EXPECT_EQ(reached ? UBR_NO_MEMORY : UBR_OK, code);
-    EXPECT_EQ(reached ? UBR_MISSING : UBR_OK, reverb.process(in.data(), out, 128));
-    EXPECT_EQ(UBR_OK, vn_reset(&reverb.state));
-    EXPECT_EQ(n < 4, reached);
-  }
 }
 
 TEST(VelvetProcessTest, ChecksBlocksAndAveragesTwoChannels) {

@@ -18,6 +18,18 @@ constexpr effect_uuid_t kOrvaneUuid = {
 // A configuration that is accepted: `mask` to stereo, float, 48 kHz.
 effect_config_t stream_config(uint32_t mask, uint8_t access_mode = EFFECT_BUFFER_ACCESS_WRITE);
 
+// The layouts that are accepted.
+struct stream_layout_t {
+  const char* name;
+  uint32_t mask;
+  uint32_t channels;
+};
+
+constexpr stream_layout_t kStreamLayouts[] = {
+    {"5_1", AUDIO_CHANNEL_OUT_5POINT1, 6},          {"7_1", AUDIO_CHANNEL_OUT_7POINT1, 8},
+    {"5_1_2", AUDIO_CHANNEL_OUT_5POINT1POINT2, 8},  {"5_1_4", AUDIO_CHANNEL_OUT_5POINT1POINT4, 10},
+    {"7_1_4", AUDIO_CHANNEL_OUT_7POINT1POINT4, 12}, {"22_2", AUDIO_CHANNEL_OUT_22POINT2, 24}};
+
 class EffectHost {
  public:
   EffectHost();  // creates the instance; handle() is null where that failed
