@@ -1,6 +1,6 @@
-// What happens between blocks of a 7.1.4 bed: start and parameters, each through the effect. A pose
-// or a parameter of the room holds the lock that a block needs, so a block may have to wait for as
-// long.
+// What happens between blocks of a 7.1.4 bed: start, commands and parameters, each through the
+// effect. All but start and the reverb's parameters hold the lock that a block needs, so a block
+// may have to wait for as long.
 #include <string>
 #include <vector>
 
@@ -11,6 +11,7 @@
 namespace {
 
 constexpr uint32_t kMask = AUDIO_CHANNEL_OUT_7POINT1POINT4;
+constexpr int32_t kIgnored = 7;  // accepted, without taking the lock
 
 // Create, configure, enable, the first block of 1024 samples, release.
 void start(Run& run) {
@@ -42,14 +43,44 @@ void set_parameter(Run& run, int32_t id, const std::vector<float>& values, float
   if (!ok) run.state.SkipWithError("the effect refused a parameter");
 }
 
+void reset(Run& run) {
+  EffectHost effect;
+  bool ok = effect.configure_and_enable(kMask) == 0;
+  measure(run, 0,
+          [&] { ok &= effect.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr) == 0; });
+  if (!ok) run.state.SkipWithError("the effect refused a reset");
+}
+
+void configure(Run& run) {
+  EffectHost effect;
+  bool ok = true;
+  measure(run, 0, [&] { ok &= effect.configure(kMask) == 0; });
+  if (!ok) run.state.SkipWithError("the effect refused a configuration");
+}
+
+// The longest tail with the densest pulses.
+void set_dense_reverb(Run& run) {
+  EffectHost effect;
+  bool ok = effect.configure_and_enable(kMask) == 0 && set_float(effect, kReverbSpacing, 3.0f) == 0;
+  measure(run, 0, [&] { ok &= set_float(effect, kReverbDecay, 2.0f) == 0; });
+  if (!ok) run.state.SkipWithError("the effect refused a parameter");
+}
+
 }  // namespace
 
 void add_change_benchmarks() {
   add_benchmark("change/start", start);
+  add_benchmark("change/configure", configure);
+  add_benchmark("change/reset", reset);
+  add_benchmark("change/ignored", [](Run& r) { set_parameter(r, kIgnored, {0.0f}, 0.0f); });
   add_benchmark("change/pose", turn_head);
   add_benchmark("change/reverb/0.25s",
                 [](Run& r) { set_parameter(r, kReverbDecay, {0.25f}, 0.0f); });
   add_benchmark("change/reverb/2s", [](Run& r) { set_parameter(r, kReverbDecay, {2.0f}, 0.0f); });
+  add_benchmark("change/reverb/2s-dense", set_dense_reverb);
+  add_benchmark("change/reflections", [](Run& r) {
+    set_parameter(r, kReflectionsMode, {3.0f, 4.0f}, 4.0f);
+  });
   for (const int mode : {1, 2, 3, 4}) {
     add_benchmark("change/room/" + std::to_string(mode), [=](Run& r) {
       set_parameter(r, kRoomLength, {5.0f, 6.0f}, static_cast<float>(mode));

@@ -11,6 +11,7 @@
 
 // Vendor parameters (docs/parameters.md).
 constexpr int32_t kReverbEnable = 100;
+constexpr int32_t kReverbSpacing = 102;
 constexpr int32_t kReverbDecay = 103;
 constexpr int32_t kReflectionsMode = 200;
 constexpr int32_t kRoomLength = 201;

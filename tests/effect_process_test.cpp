@@ -1,12 +1,9 @@
-// Rendering through the effect: where channels are heard, how blocks and access modes behave, and
-// commands while a block is under way.
+// Rendering through the effect: where channels are heard, how blocks and access modes behave.
 #include <errno.h>
 #include <gtest/gtest.h>
 #include <math.h>
 
-#include <atomic>
 #include <string>
-#include <thread>
 
 #include "tests/support/effect_host.h"
 #include "tests/support/log_capture.h"
@@ -141,18 +138,6 @@ TEST(EffectPoseTest, IsHeardInTheNextBlockAndAloneFromTheOneAfter) {
   EXPECT_LT(max_difference(whole, after), 2e-6f * peak(whole));
 }
 
-TEST(EffectBlockTest, DoesNotShowInTheSound) {
-  const auto in = noise(8 * 4096, 3);
-  EffectHost host;
-  ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_7POINT1));
-  const auto whole = host.render(in, 8, {1024});
-  for (const std::vector<size_t>& blocks : {std::vector<size_t>{256}, {1000, 24}, {17, 480, 3}}) {
-    host.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr);
-    // Transforms of other partitions round otherwise: 3e-7 measured.
-    EXPECT_LT(max_difference(whole, host.render(in, 8, blocks)), 2e-6f * peak(whole));
-  }
-}
-
 TEST(EffectBlockTest, IsWrittenOrAddedAsConfiguredAlsoInPlace) {
   const auto in = noise(6 * 256, 4);
   const auto before = noise(2 * 256, 5);
@@ -204,47 +189,6 @@ TEST(EffectBlockTest, IsRefusedWithoutTouchingTheOutput) {
                                       "E orvane_Process: Error in orvane process 2"}),
             log.problems());
   EXPECT_EQ(untouched, out);
-}
-
-// Has commands arrive while blocks are rendered, 20 of them reconfigurations. Returns how many
-// blocks the renderer refused.
-int race_commands_with_blocks(uint32_t mask, uint32_t other_mask) {
-  EffectHost host;
-  EXPECT_EQ(0, host.configure_and_enable(mask));
-  std::atomic<bool> done = false;
-  std::atomic<int> rendered = 0, refused = 0;
-  std::thread audio([&] {
-    auto in = noise(8 * 64, 6);  // room for either layout
-    while (!done) {
-      std::vector<float> out(2 * 64);
-      const int32_t result = host.process(in, out);
-      EXPECT_TRUE(result == 0 || result == -EINVAL || result == -ENODATA || result == -1) << result;
-      if (result == 0) ++rendered;
-      if (result == -1) ++refused;
-      EXPECT_TRUE(isfinite(peak(out)));
-    }
-  });
-  for (int i = 0; i < 20; ++i) {
-    EXPECT_EQ(0, host.configure(i % 2 ? mask : other_mask));
-    host.set_float(103, 0.01f * static_cast<float>(i));
-    host.set_float(200, static_cast<float>(i % 5));
-    host.set_float(201, 2.0f + 0.5f * static_cast<float>(i));
-    for (int j = 0; j < 20; ++j) host.set_pose(0.0f, 0.0f, 0.05f * static_cast<float>(j));
-    host.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr);
-    host.send(EFFECT_CMD_DISABLE);
-    host.send(EFFECT_CMD_ENABLE);
-    for (const int so_far = rendered; rendered == so_far;) std::this_thread::yield();
-  }
-  done = true;
-  audio.join();
-  return refused;
-}
-
-TEST(EffectThreadsTest, CommandsMayArriveDuringABlock) {
-  EXPECT_EQ(0,
-            race_commands_with_blocks(AUDIO_CHANNEL_OUT_5POINT1POINT2, AUDIO_CHANNEL_OUT_7POINT1));
-  // A block that has looked up the number of channels just before it changes is refused.
-  EXPECT_GE(20, race_commands_with_blocks(AUDIO_CHANNEL_OUT_5POINT1, AUDIO_CHANNEL_OUT_7POINT1));
 }
 
 }  // namespace

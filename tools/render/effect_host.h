@@ -29,6 +29,9 @@ class EffectHost {
   EffectHost(const EffectHost&) = delete;
   EffectHost& operator=(const EffectHost&) = delete;
 
+  // Goes on with a bed of another mask; room and reverb return to their defaults.
+  void configure(uint32_t channel_mask);
+
   // translation, then rotation vector in radians, in the platform's head frame. The next block
   // fades over to it.
   void set_head_to_stage(const std::array<float, 6>& pose);
@@ -40,7 +43,6 @@ class EffectHost {
   void process(float* bed, float* ears, size_t frames);
 
  private:
-  void configure(uint32_t channel_mask);
   void command(uint32_t code, uint32_t size, void* data, const std::string& what);
   void send(int32_t id, const void* value, uint32_t size, const std::string& what);
 

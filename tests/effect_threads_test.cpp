@@ -1,0 +1,130 @@
+// Commands that arrive while blocks are rendered. Races show under the thread sanitizer. The test
+// lasts a second, or as many as ORVANE_TEST_SECONDS says.
+#include <errno.h>
+#include <gtest/gtest.h>
+#include <math.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <random>
+#include <thread>
+
+#include "tests/support/effect_host.h"
+#include "tests/support/signals.h"
+
+namespace {
+
+uint32_t test_seconds() {
+  const char* text = getenv("ORVANE_TEST_SECONDS");
+  return text ? static_cast<uint32_t>(strtoul(text, nullptr, 10)) : 1;
+}
+
+// Ends the program by a signal when it lives for longer: what hangs on a lock cannot be joined.
+class TimeLimit {
+ public:
+  explicit TimeLimit(uint32_t seconds) { alarm(seconds); }
+  ~TimeLimit() { alarm(0); }
+  TimeLimit(const TimeLimit&) = delete;
+  TimeLimit& operator=(const TimeLimit&) = delete;
+};
+
+// Parameters with values that are accepted whatever the others are. The tail is kept short, for the
+// sake of the number of commands.
+constexpr struct {
+  int32_t first_id, last_id;
+  float minimum, maximum;
+} kParameters[] = {{100, 101, 0, 1},  {102, 102, 3, 6000},     {103, 103, 0, 0.1f},
+                   {104, 104, 0, 1},  {105, 105, 0, 100},      {106, 106, 0, 1},
+                   {107, 107, -1, 1}, {108, 108, 100, 12000},  {109, 109, 0.1f, 1},
+                   {200, 200, 0, 4},  {201, 203, 1, 14},       {204, 209, 0, 1},
+                   {210, 215, 1, 27}, {216, 217, -0.5f, 0.5f}, {218, 218, 0.1f, 1}};
+
+// An instance with a thread that renders and one that sends commands, until it is stopped.
+class BusyInstance {
+ public:
+  // `masks` are taken in turn by its configurations.
+  BusyInstance(uint32_t first_mask, uint32_t second_mask, uint32_t seed)
+      : masks_{first_mask, second_mask}, random_(seed) {
+    EXPECT_EQ(0, host_.configure_and_enable(first_mask));
+    audio_ = std::thread([this] { render(); });
+    control_ = std::thread([this] { command(); });
+  }
+
+  void stop() {
+    done_ = true;
+    control_.join();
+    audio_.join();
+  }
+
+  int refused() const { return refused_; }
+  int reconfigured() const { return reconfigured_; }
+
+ private:
+  void render() {
+    constexpr size_t kLengths[] = {64, 64, 64, 480, 480, 17, 1024};
+    std::vector<float> in = noise(8 * 1024, 6);  // room for either layout
+    for (size_t block = 0; !done_ || rendered_ == 0; ++block) {
+      std::vector<float> out(2 * kLengths[block % std::size(kLengths)]);
+      const int32_t result = host_.process(in, out);
+      EXPECT_TRUE(result == 0 || result == -EINVAL || result == -ENODATA || result == -1) << result;
+      if (result == 0) ++rendered_;
+      if (result == -1) ++refused_;
+      EXPECT_TRUE(isfinite(peak(out)));
+    }
+  }
+
+  void command() {
+    while (!done_) {
+      for (int i = 0; i < 20; ++i) send_one();
+      for (const int so_far = rendered_; rendered_ == so_far && !done_;) std::this_thread::yield();
+    }
+  }
+
+  void send_one() {
+    const uint32_t choice = pick(40);
+    if (choice == 0) {
+      EXPECT_EQ(0, host_.configure(masks_[++reconfigured_ % 2]));
+    } else if (choice < 4) {
+      EXPECT_EQ(0, host_.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr));
+    } else if (choice < 7) {
+      EXPECT_EQ(0, host_.send(EFFECT_CMD_DISABLE));
+      EXPECT_EQ(0, host_.send(EFFECT_CMD_ENABLE));
+    } else if (choice < 20) {
+      const auto& range = kParameters[pick(std::size(kParameters))];
+      const int32_t last = range.last_id - range.first_id;
+      const int32_t id =
+          range.first_id + static_cast<int32_t>(pick(static_cast<uint32_t>(last) + 1));
+      const float part = static_cast<float>(pick(1001)) * 1e-3f;
+      const float value = range.minimum + part * (range.maximum - range.minimum);
+      EXPECT_EQ(0, host_.set_float(id, value)) << id << " = " << value;
+    } else {
+      EXPECT_EQ(0, host_.set_pose(0.0f, 0.01f * static_cast<float>(pick(100)), 0.5f));
+    }
+  }
+
+  uint32_t pick(size_t count) { return static_cast<uint32_t>(random_() % count); }
+
+  EffectHost host_;
+  uint32_t masks_[2];
+  std::mt19937 random_;  // of the control thread
+  std::atomic<bool> done_ = false;
+  std::atomic<int> rendered_ = 0, refused_ = 0, reconfigured_ = 0;
+  std::thread audio_, control_;
+};
+
+TEST(EffectThreadsTest, CommandsMayArriveDuringABlock) {
+  const uint32_t seconds = test_seconds();
+  const TimeLimit limit(seconds + 120);
+  BusyInstance same_count(AUDIO_CHANNEL_OUT_5POINT1POINT2, AUDIO_CHANNEL_OUT_7POINT1, 1);
+  BusyInstance other_count(AUDIO_CHANNEL_OUT_5POINT1, AUDIO_CHANNEL_OUT_7POINT1, 2);
+  std::this_thread::sleep_for(std::chrono::seconds(seconds));
+  same_count.stop();
+  other_count.stop();
+  EXPECT_EQ(0, same_count.refused());
+  // A block that has looked up the number of channels just before it changes is refused.
+  EXPECT_LE(other_count.refused(), other_count.reconfigured());
+}
+
+}  // namespace
