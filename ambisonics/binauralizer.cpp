@@ -16,6 +16,7 @@
 #include "base/checked.h"
 #include "base/memory.h"
 #include "base/result.h"
+#include "numerics/lane_transform.h"
 
 static_assert(int{SH_HRIR_CHANNELS} == int{AMBISONICS_MAX_CHANNELS}, "one response per channel");
 static_assert(alignof(max_align_t) >= 16, "PFFFT reads heap buffers in vectors of 16 bytes");
@@ -59,7 +60,6 @@ bool has_rows(const float* const* matrix, uint32_t rows) {
 }
 
 uint32_t make_fft_setups(binauralizer_t* b) {
-  if (pffft_simd_size() != 4) return UBR_MISSING;  // its spectra would be laid out differently
   for (uint32_t k = 0; k < b->num_transforms; ++k) {
     b->fft_setups[k] = pffft_new_setup(static_cast<int>(kTransformSizes[k]), PFFFT_REAL);
     if (!b->fft_setups[k]) return UBR_MISSING;
@@ -86,30 +86,61 @@ uint32_t make_degree_table(binauralizer_t* b, int32_t order) {
   return UBR_OK;
 }
 
+uint32_t make_lane_transforms(binauralizer_t* b) {
+  b->lane_transforms = alloc_zeroed<lane_transform_t>(b->num_transforms);
+  if (!b->lane_transforms) return UBR_NO_MEMORY;
+  for (uint32_t k = 0; k < b->num_transforms; ++k) {
+    const uint32_t size = kTransformSizes[checked_index(k, BINAURALIZER_MAX_TRANSFORMS)];
+    if (const uint32_t code = lane_transform_init(&b->lane_transforms[k], size)) return code;
+  }
+  return UBR_OK;
+}
+
+// Floats of the spectrum buffer: the channels of S, or the sources of a scene at rest, of which
+// there are fewer than channels.
+uint32_t spectrum_buffer_size(const binauralizer_t& b) {
+  const uint32_t most = std::max(b.num_sh_channels - 1, 1u);
+  return static_cast<uint32_t>(batch_size(longest_transform(b))) * count_batches(most) +
+         batch_slack();
+}
+
+// Floats of a row of responses; S has the larger share of the channels.
+uint32_t response_row_size(const binauralizer_t& b) {
+  const binauralizer_transform_t longest = choose_transform(b, longest_transform(b));
+  const uint32_t batches = count_batches(find_channels(b, false).count);
+  return static_cast<uint32_t>(batch_size(longest.shorter + longest.size)) * batches +
+         batch_slack();
+}
+
 uint32_t make_buffers(binauralizer_t* b) {
   const uint32_t longest = longest_transform(*b);
-  uint32_t all_sizes = 0;
-  for (uint32_t k = 0; k < b->num_transforms; ++k) all_sizes += kTransformSizes[k];
   b->time_buffer = alloc_zeroed<float>(longest);
-  b->spectrum_buffer = alloc_zeroed<float>(kSpectraGroup, longest);
+  b->spectrum_buffer = alloc_zeroed<float>(spectrum_buffer_size(*b));
   if (!b->time_buffer || !b->spectrum_buffer) return UBR_NO_MEMORY;
   if (const uint32_t code = ubr_init_float_matrix(&b->ear_spectra, kNumEars, longest)) return code;
   if (const uint32_t code = ubr_init_float_matrix(&b->overlap_tails, kNumEars, b->fft_size - 1)) {
     return code;
   }
-  return ubr_init_float_matrix(&b->hrtf_spectra, b->num_sh_channels, all_sizes);
+  return ubr_init_float_matrix(&b->hrtf_spectra, kNumEars, response_row_size(*b));
 }
 
 // The responses at one transform length. Scaled here, products need no scaling for the way back.
-void transform_responses(binauralizer_t* b, const binauralizer_transform_t& transform) {
-  const float scale = 1.0f / static_cast<float>(transform.size);
+void transform_responses(binauralizer_t* b, const binauralizer_transform_t& transform,
+                         bool mirrored) {
+  const float scale = 0.5f / static_cast<float>(transform.size);  // products come out twofold
+  const lane_channels_t lanes = find_channels(*b, mirrored);
+  float* const responses = find_responses(*b, transform, mirrored, lanes.count);
   clear(b->time_buffer, transform.size);
-  for (uint32_t c = 0; c < b->num_sh_channels; ++c) {
+  for (uint32_t lane = 0; lane < lanes.count; ++lane) {
     for (uint32_t k = 0; k < b->hrir_length; ++k) {
-      b->time_buffer[k] = binauralizer_sh_hrir[k * SH_HRIR_CHANNELS + c] * scale;
+      b->time_buffer[k] = binauralizer_sh_hrir[k * SH_HRIR_CHANNELS + lanes.channels[lane]] * scale;
     }
-    pffft_transform(transform.setup, b->time_buffer, b->hrtf_spectra[c] + transform.column, nullptr,
-                    PFFFT_FORWARD);
+    float* const spectrum = b->spectrum_buffer;
+    pffft_transform_ordered(transform.setup, b->time_buffer, spectrum, nullptr, PFFFT_FORWARD);
+    float* const batch = responses + lane / kTransformLanes * batch_size(transform.size);
+    for (uint32_t i = 0; i < transform.size; ++i) {
+      batch[i * kTransformLanes + lane % kTransformLanes] = spectrum[i];
+    }
   }
 }
 
@@ -140,10 +171,12 @@ uint32_t binauralizer_init(binauralizer_t* b, uint32_t order, int32_t max_frame_
   if (const uint32_t code = make_fft_setups(b)) return code;
   // Deliberate: a table that cannot be had reports 1 like the transform, every later buffer 3.
   if (const uint32_t code = make_degree_table(b, static_cast<int32_t>(order))) return code;
+  if (const uint32_t code = make_lane_transforms(b)) return code;
   if (const uint32_t code = make_buffers(b)) return code;
   for (uint32_t k = 0; k < b->num_transforms; ++k) {
     const uint32_t size = kTransformSizes[checked_index(k, BINAURALIZER_MAX_TRANSFORMS)];
-    transform_responses(b, choose_transform(*b, size - kResponseOverlap));
+    const binauralizer_transform_t transform = choose_transform(*b, size - kResponseOverlap);
+    for (const bool mirrored : {false, true}) transform_responses(b, transform, mirrored);
   }
   return UBR_OK;
 }
@@ -151,14 +184,14 @@ uint32_t binauralizer_init(binauralizer_t* b, uint32_t order, int32_t max_frame_
 bool binauralizer_is_built(const binauralizer_t& b) {
   return b.fft_setup && b.fft_setup == b.fft_setups[b.num_transforms - 1] && b.sh_degree_m &&
          b.time_buffer && b.spectrum_buffer && has_rows(b.ear_spectra, kNumEars) &&
-         has_rows(b.overlap_tails, kNumEars) && has_rows(b.hrtf_spectra, b.num_sh_channels);
+         has_rows(b.overlap_tails, kNumEars) && has_rows(b.hrtf_spectra, kNumEars);
 }
 
 uint32_t binauralizer_reset(binauralizer_t* b) {
   if (!b || b->fft_size == 0) return UBR_OK;
   const uint32_t longest = longest_transform(*b);
   clear(b->time_buffer, longest);
-  clear(b->spectrum_buffer, kSpectraGroup * longest);
+  clear(b->spectrum_buffer, spectrum_buffer_size(*b));
   ubr_reset_float_matrix(b->overlap_tails, kNumEars, b->fft_size - 1);
   ubr_reset_float_matrix(b->ear_spectra, kNumEars, longest);
   destroy_fft_setups(b);
@@ -190,10 +223,13 @@ uint32_t binauralizer_reset_max_frame_size(binauralizer_t* b, uint32_t max_frame
 uint32_t binauralizer_cleanup(binauralizer_t* b) {
   if (!b) return UBR_OK;
   destroy_fft_setups(b);
-  release(b->sh_degree_m, b->time_buffer, b->spectrum_buffer);
+  for (uint32_t k = 0; b->lane_transforms && k < b->num_transforms; ++k) {
+    lane_transform_cleanup(&b->lane_transforms[k]);
+  }
+  release(b->lane_transforms, b->sh_degree_m, b->time_buffer, b->spectrum_buffer);
   ubr_free_float_matrix(b->ear_spectra, kNumEars);
   ubr_free_float_matrix(b->overlap_tails, kNumEars);
-  ubr_free_float_matrix(b->hrtf_spectra, b->num_sh_channels);
+  ubr_free_float_matrix(b->hrtf_spectra, kNumEars);
   *b = {};
   return UBR_OK;
 }

@@ -27,15 +27,16 @@ typedef struct binauralizer_t {
   uint32_t tail_length;  // N minus the frames of this block: samples kept as overlap
   uint32_t prev_tail_length;
   int32_t* sh_degree_m;             // order m of every channel
-  float* time_buffer;               // a block, padded to the length of its transform
+  float* time_buffer;               // a response, padded to the length of a transform
   float** overlap_tails;            // num_ears rows of N - 1; zero beyond hrir_length - 1
-  float* spectrum_buffer;           // spectra of a few channels
-  ubr_float_matrix_t hrtf_spectra;  // num_sh_channels rows: spectra of the response at each length
-                                    // in turn, scaled by 1 / length, PFFFT's internal layout
+  float* spectrum_buffer;           // batches of channels of a block, see numerics/lane_transform.h
+  ubr_float_matrix_t hrtf_spectra;  // num_ears rows, S and A: spectra of the channels' responses at
+                                    // each length in turn, in batches, scaled by 0.5 / length
   float** ear_spectra;              // num_ears rows: S and A, as spectra and then as samples
   struct PFFFT_Setup* fft_setup;    // the longest of fft_setups
   struct PFFFT_Setup* fft_setups[BINAURALIZER_MAX_TRANSFORMS];  // private: shortest first
   uint32_t num_transforms;                                      // private
+  struct lane_transform_t* lane_transforms;                     // private: num_transforms
 } binauralizer_t;
 
 // Builds a binauralizer for orders 0 to 4 and blocks of up to `max_frame_size` samples.

@@ -5,12 +5,14 @@
 
 #include <algorithm>
 
+#include "ambisonics/ambisonics_base.h"
 #include "ambisonics/binauralizer.h"
 #include "ambisonics/binauralizer_built.h"
 #include "ambisonics/binauralizer_transforms.h"
 #include "ambisonics/response_pairs.h"
 #include "base/checked.h"
 #include "base/result.h"
+#include "numerics/lane_transform.h"
 #include "numerics/mix_channels.h"
 #include "numerics/mix_spectra.h"
 
@@ -18,57 +20,49 @@ namespace {
 
 void clear(float* samples, uint32_t count) { memset(samples, 0, sizeof(float) * count); }
 
-// Empties S and A. The padding of the time buffer stays zero for the whole piece.
-void open_piece(binauralizer_t* b, const binauralizer_transform_t& transform, uint32_t frames) {
-  clear(b->time_buffer + frames, transform.size - frames);
-  clear(b->ear_spectra[0], transform.size);
-  clear(b->ear_spectra[1], transform.size);
-}
-
-void transform_samples(binauralizer_t* b, const binauralizer_transform_t& transform,
-                       const float* samples, uint32_t frames, float* spectrum) {
-  memcpy(b->time_buffer, samples, sizeof(float) * frames);
-  pffft_transform(transform.setup, b->time_buffer, spectrum, nullptr, PFFFT_FORWARD);
-}
-
-// The spectrum of S, or of A, which is that of the `mirrored` channels.
-void sum_channels(binauralizer_t* b, const binauralizer_transform_t& transform,
-                  const float* const* sh_in, uint32_t begin, uint32_t frames, bool mirrored) {
-  const float *spectra[kSpectraGroup], *responses[kSpectraGroup];
-  float* const sum = b->ear_spectra[mirrored];
+// Channels of this block, or sources. Room for every lane of their batches.
+struct lane_rows_t {
   uint32_t count = 0;
-  for (uint32_t c = 0; c < b->num_sh_channels; ++c) {
-    if ((b->sh_degree_m[c] < 0) != mirrored) continue;
-    float* const spectrum = b->spectrum_buffer + size_t{count} * transform.size;
-    transform_samples(b, transform, sh_in[c] + begin, frames, spectrum);
-    spectra[count] = spectrum;
-    responses[count] = b->hrtf_spectra[c] + transform.column;
-    if (++count < kSpectraGroup) continue;
-    accumulate_spectra(spectra, responses, count, sum, transform.size);
-    count = 0;
+  const float* rows[count_batches(AMBISONICS_MAX_CHANNELS) * kTransformLanes];
+};
+
+// Fills the spectrum buffer. Deliberate: lanes without a channel get the first one's samples again,
+// because silence would need memory; their responses are zero.
+void transform_rows(const binauralizer_t& b, const binauralizer_transform_t& transform,
+                    lane_rows_t* channels, uint32_t frames) {
+  float* batch = align_batches(b.spectrum_buffer);
+  for (uint32_t lane = 0; lane < channels->count; lane += kTransformLanes) {
+    const float** const rows = channels->rows + lane;
+    for (uint32_t i = channels->count - lane; i < kTransformLanes; ++i) rows[i] = channels->rows[0];
+    lane_transform_forward(*transform.lanes, rows, frames, batch);
+    batch += batch_size(transform.size);
   }
-  if (count > 0) accumulate_spectra(spectra, responses, count, sum, transform.size);
 }
 
-// Row of S, or of A, of one source.
-float* pair_row(const response_pairs_t& pairs, uint32_t source, bool mirrored) {
-  return pairs.spectra + (size_t{2} * source + mirrored) * pairs.size;
+// The spectrum of S, or of A, from those of its channels in the spectrum buffer.
+void sum_spectra(const binauralizer_t& b, const binauralizer_transform_t& transform,
+                 const float* responses, uint32_t num_channels, bool mirrored) {
+  mix_spectra(*transform.lanes, align_batches(b.spectrum_buffer), responses,
+              count_batches(num_channels), b.ear_spectra[mirrored]);
 }
 
-// The spectra of S and A of `count` sources from `first` on, at most a group.
-void sum_sources(binauralizer_t* b, const binauralizer_transform_t& transform,
-                 const response_pairs_t& pairs, const float* const* sources, uint32_t first,
-                 uint32_t count, uint32_t frames) {
-  const float *spectra[kSpectraGroup], *responses[2][kSpectraGroup];
-  for (uint32_t i = 0; i < count; ++i) {
-    float* const spectrum = b->spectrum_buffer + size_t{i} * transform.size;
-    transform_samples(b, transform, sources[first + i], frames, spectrum);
-    spectra[i] = spectrum;
-    responses[0][i] = pair_row(pairs, first + i, false);
-    responses[1][i] = pair_row(pairs, first + i, true);
+void sum_channels(const binauralizer_t& b, const binauralizer_transform_t& transform,
+                  const float* const* sh_in, uint32_t begin, uint32_t frames, bool mirrored) {
+  const lane_channels_t lanes = find_channels(b, mirrored);
+  lane_rows_t channels;
+  while (channels.count < lanes.count) {
+    const uint32_t lane = channels.count++;
+    channels.rows[lane] = sh_in[lanes.channels[lane]] + begin;
   }
-  accumulate_spectra(spectra, responses[0], count, b->ear_spectra[0], transform.size);
-  accumulate_spectra(spectra, responses[1], count, b->ear_spectra[1], transform.size);
+  transform_rows(b, transform, &channels, frames);
+  sum_spectra(b, transform, find_responses(b, transform, mirrored, lanes.count), lanes.count,
+              mirrored);
+}
+
+// Spectra of S, or of A, of all sources.
+float* find_pair_spectra(const response_pairs_t& pairs, bool mirrored) {
+  const size_t batches = mirrored ? count_batches(pairs.num_sources) : 0;
+  return align_batches(pairs.spectra) + batches * batch_size(pairs.size);
 }
 
 // `sign` is 1 for the left ear and -1 for the right one. A block may be shorter than the overlap,
@@ -89,7 +83,7 @@ void overlap_add(const binauralizer_t& b, float sign, float* overlap, float* out
 void close_piece(binauralizer_t* b, const binauralizer_transform_t& transform,
                  float* const* ears_out, uint32_t begin, uint32_t frames) {
   for (float* const sum : {b->ear_spectra[0], b->ear_spectra[1]}) {
-    pffft_transform(transform.setup, sum, sum, nullptr, PFFFT_BACKWARD);
+    pffft_transform_ordered(transform.setup, sum, sum, nullptr, PFFFT_BACKWARD);
   }
   overlap_add(*b, 1.0f, b->overlap_tails[0], ears_out[0] + begin, frames);
   overlap_add(*b, -1.0f, b->overlap_tails[1], ears_out[1] + begin, frames);
@@ -99,29 +93,56 @@ void close_piece(binauralizer_t* b, const binauralizer_transform_t& transform,
 void render_piece(binauralizer_t* b, const float* const* sh_in, float* const* ears_out,
                   uint32_t begin, uint32_t frames) {
   const binauralizer_transform_t transform = choose_transform(*b, frames);
-  open_piece(b, transform, frames);
-  sum_channels(b, transform, sh_in, begin, frames, false);
-  sum_channels(b, transform, sh_in, begin, frames, true);
+  for (const bool mirrored : {false, true}) {
+    sum_channels(*b, transform, sh_in, begin, frames, mirrored);
+  }
   close_piece(b, transform, ears_out, begin, frames);
 }
 
-// Rows of S, or of A, of every source, from the responses of the channels that belong to it.
-void fold_rows(const binauralizer_t& b, const float* gains, const response_pairs_t& pairs,
-               uint32_t column, bool mirrored) {
-  const float* responses[AMBISONICS_MAX_CHANNELS];
-  float weights[AMBISONICS_MAX_CHANNELS * kMaxPairs];
-  float* folded[kMaxPairs];
-  uint32_t count = 0;
-  for (uint32_t c = 0; c < b.num_sh_channels; ++c) {
-    if ((b.sh_degree_m[c] < 0) != mirrored) continue;
-    for (uint32_t s = 0; s < pairs.num_sources; ++s) {
-      weights[count * kMaxPairs + s] = gains[size_t{s} * AMBISONICS_MAX_CHANNELS + c];
+constexpr uint32_t kFoldedRows = 64;  // of eight floats, folded at once; divides every length
+
+// Adds the responses of a batch of channels, weighted, to those of a batch of sources.
+//
+//   weights  kTransformLanes weights of each channel
+//   folded   `size` rows of a part of a bin; overwritten unless `accumulate`
+void fold_batch(const float* responses, channels_t<const float> weights, float* folded,
+                uint32_t size, bool accumulate) {
+  float* rows[kFoldedRows];
+  for (uint32_t first = 0; first < size; first += kFoldedRows) {
+    for (float*& row : rows) {
+      row = folded;
+      folded += kTransformLanes;
     }
-    responses[count++] = b.hrtf_spectra[c] + column;
+    // The field's lanes are the weights here, and the sources' weights the samples.
+    const mix_weights_t lanes = {responses + batch_size(first), 1, kTransformLanes};
+    mix_channels(lanes, weights, {rows, kFoldedRows}, kTransformLanes, accumulate);
   }
-  for (uint32_t s = 0; s < pairs.num_sources; ++s) folded[s] = pair_row(pairs, s, mirrored);
-  mix_channels({weights, kMaxPairs, 1}, {responses, count}, {folded, pairs.num_sources}, pairs.size,
-               false);
+}
+
+// Responses in S, or in A, of every source, from those of the channels that belong to it.
+void fold_responses(const binauralizer_t& b, const binauralizer_transform_t& transform,
+                    const float* gains, const response_pairs_t& pairs, bool mirrored) {
+  const lane_channels_t lanes = find_channels(b, mirrored);
+  const float* const responses = find_responses(b, transform, mirrored, lanes.count);
+  float* folded = find_pair_spectra(pairs, mirrored);
+  for (uint32_t source = 0; source < pairs.num_sources; source += kTransformLanes) {
+    const uint32_t sources = std::min(pairs.num_sources - source, kTransformLanes);
+    float weights[AMBISONICS_MAX_CHANNELS][kTransformLanes] = {};
+    const float* rows[AMBISONICS_MAX_CHANNELS];
+    for (uint32_t lane = 0; lane < lanes.count; ++lane) {
+      rows[lane] = weights[lane];
+      for (uint32_t s = 0; s < sources; ++s) {
+        weights[lane][s] =
+            gains[size_t{source + s} * AMBISONICS_MAX_CHANNELS + lanes.channels[lane]];
+      }
+    }
+    for (uint32_t lane = 0; lane < lanes.count; lane += kTransformLanes) {
+      const uint32_t count = std::min(lanes.count - lane, kTransformLanes);
+      fold_batch(responses + batch_size(pairs.size) * (lane / kTransformLanes),
+                 {rows + lane, count}, folded, pairs.size, lane > 0);
+    }
+    folded += batch_size(pairs.size);
+  }
 }
 
 }  // namespace
@@ -148,9 +169,8 @@ uint32_t binauralizer_transform_size(const binauralizer_t& b, uint32_t frames) {
 
 void binauralizer_fold_responses(const binauralizer_t& b, const float* gains,
                                  const response_pairs_t& pairs) {
-  const uint32_t column = choose_transform(b, pairs.size - kResponseOverlap).column;
-  fold_rows(b, gains, pairs, column, false);
-  fold_rows(b, gains, pairs, column, true);
+  const binauralizer_transform_t transform = choose_transform(b, pairs.size - kResponseOverlap);
+  for (const bool mirrored : {false, true}) fold_responses(b, transform, gains, pairs, mirrored);
 }
 
 void binauralizer_process_pairs(binauralizer_t* b, const response_pairs_t& pairs,
@@ -158,10 +178,14 @@ void binauralizer_process_pairs(binauralizer_t* b, const response_pairs_t& pairs
                                 uint32_t frames) {
   const binauralizer_transform_t transform = choose_transform(*b, frames);
   b->tail_length = checked_sub(b->fft_size, frames);
-  open_piece(b, transform, frames);
-  for (uint32_t first = 0; first < pairs.num_sources; first += kSpectraGroup) {
-    const uint32_t count = std::min(pairs.num_sources - first, kSpectraGroup);
-    sum_sources(b, transform, pairs, sources, first, count, frames);
+  lane_rows_t channels;
+  while (channels.count < pairs.num_sources) {
+    channels.rows[channels.count] = sources[channels.count];
+    ++channels.count;
+  }
+  transform_rows(*b, transform, &channels, frames);
+  for (const bool mirrored : {false, true}) {
+    sum_spectra(*b, transform, find_pair_spectra(pairs, mirrored), pairs.num_sources, mirrored);
   }
   close_piece(b, transform, ears_out, 0, frames);
   b->prev_tail_length = b->tail_length;

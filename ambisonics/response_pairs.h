@@ -5,6 +5,7 @@
 #ifndef ORVANE_AMBISONICS_RESPONSE_PAIRS_H_
 #define ORVANE_AMBISONICS_RESPONSE_PAIRS_H_
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "ambisonics/ambisonics_base.h"
@@ -17,9 +18,14 @@ constexpr uint32_t kMaxPairsTransform = kTransformSizes[BINAURALIZER_MAX_TRANSFO
 struct response_pairs_t {
   uint32_t num_sources;  // at most kMaxPairs
   uint32_t size;         // length of the transform that the spectra are for
-  float* spectra;  // num_sources x 2 rows of `size`: S and A of each, laid out as hrtf_spectra; not
-                   // owned
+  float* spectra;        // S of all sources, then A, in batches of sources as hrtf_spectra are of
+                         // channels; count_pair_floats() of them, not owned
 };
+
+// Floats that the spectra of `num_sources` take at most.
+constexpr size_t count_pair_floats(uint32_t num_sources) {
+  return batch_size(kMaxPairsTransform) * count_batches(num_sources) * 2 + batch_slack();
+}
 
 // Length of the transform that renders a block of `frames`; 0 when it takes several, or when the
 // record is not built.

@@ -6,83 +6,85 @@
 #include <hwy/foreach_target.h>  // first, it includes this file again
 #include <hwy/highway.h>
 
+#include "numerics/lane_complex-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace orvane {
 namespace HWY_NAMESPACE {
-namespace hn = hwy::HWY_NAMESPACE;
 
-constexpr size_t kParts = 4;           // real or imaginary parts of a group
-constexpr size_t kGroup = 2 * kParts;  // floats of a group
-constexpr size_t kTile = 4;            // groups whose independent sums hide the latency
-
+// Sums over all lanes: of `a` to the two floats at `to_a`, of `b` to those at `to_b`.
+HWY_INLINE void StoreSums(const Complex& a, const Complex& b, float* to_a, float* to_b) {
+#if HWY_TARGET == HWY_SCALAR
+  to_a[0] = hn::GetLane(a.re);
+  to_a[1] = hn::GetLane(a.im);
+  to_b[0] = hn::GetLane(b.re);
+  to_b[1] = hn::GetLane(b.im);
+#else
+  const D d;
+  const hn::CappedTag<float, 4> four;
+  const hn::Half<decltype(four)> two;
+  const V sums_a = hn::Add(hn::InterleaveLower(d, a.re, a.im), hn::InterleaveUpper(d, a.re, a.im));
+  const V sums_b = hn::Add(hn::InterleaveLower(d, b.re, b.im), hn::InterleaveUpper(d, b.re, b.im));
+  const V sums = hn::Add(FirstPairs(sums_a, sums_b), LastPairs(sums_a, sums_b));
 #if HWY_MAX_BYTES >= 32
-
-// A vector holds a group. Its products with the real parts of the other factor are
-// {xr hr, xi hr}, those with the imaginary parts {xr hi, xi hi}.
-HWY_INLINE void AccumulateTile(const float* const* x, const float* const* h, uint32_t count,
-                               float* sum, size_t at) {
-  const hn::CappedTag<float, kGroup> d;
-  const hn::Half<decltype(d)> half;
-  hn::Vec<decltype(d)> by_real[kTile], by_imaginary[kTile];
-  for (size_t g = 0; g < kTile; ++g) by_real[g] = by_imaginary[g] = hn::Zero(d);
-  for (uint32_t c = 0; c < count; ++c) {
-    const float *factors = x[c] + at, *others = h[c] + at;
-    for (size_t g = 0; g < kTile; ++g, factors += kGroup, others += kGroup) {
-      const auto factor = hn::LoadU(d, factors);
-      by_real[g] = hn::MulAdd(factor, hn::LoadDup128(d, others), by_real[g]);
-      by_imaginary[g] = hn::MulAdd(factor, hn::LoadDup128(d, others + kParts), by_imaginary[g]);
-    }
-  }
-  for (size_t g = 0; g < kTile; ++g) {
-    float* group = sum + at + g * kGroup;
-    const auto real =
-        hn::Sub(hn::LowerHalf(half, by_real[g]), hn::UpperHalf(half, by_imaginary[g]));
-    const auto imaginary =
-        hn::Add(hn::UpperHalf(half, by_real[g]), hn::LowerHalf(half, by_imaginary[g]));
-    hn::StoreU(hn::Add(hn::LoadU(half, group), real), half, group);
-    hn::StoreU(hn::Add(hn::LoadU(half, group + kParts), imaginary), half, group + kParts);
-  }
+  const auto all = hn::Add(hn::LowerHalf(four, sums), hn::UpperHalf(four, sums));
+#else
+  const auto all = sums;
+#endif
+  hn::StoreU(hn::LowerHalf(two, all), two, to_a);
+  hn::StoreU(hn::UpperHalf(two, all), two, to_b);
+#endif  // HWY_TARGET
 }
 
-#else
-
-HWY_INLINE void AccumulateTile(const float* const* x, const float* const* h, uint32_t count,
-                               float* sum, size_t at) {
-  const hn::CappedTag<float, kParts> d;
-  for (size_t lane = at; lane < at + kParts; lane += hn::Lanes(d)) {
-    hn::Vec<decltype(d)> real[kTile], imaginary[kTile];
-    for (size_t g = 0; g < kTile; ++g) {
-      real[g] = hn::LoadU(d, sum + lane + g * kGroup);
-      imaginary[g] = hn::LoadU(d, sum + lane + g * kGroup + kParts);
+// DC and Nyquist, the two ends of a spectrum, are real.
+HWY_INLINE void MixEnds(const float* packed, const float* responses, size_t batch, uint32_t count,
+                        float* sum) {
+  const Complex zero = {hn::Zero(D()), hn::Zero(D())};
+  Complex ends = zero;
+  for (uint32_t i = 0; i < count; ++i, packed += batch, responses += batch) {
+    for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(D())) {
+      const Complex z = Load(packed + lane), h = Load(responses + lane);
+      ends.re = hn::MulAdd(hn::Add(z.re, z.im), h.re, ends.re);
+      ends.im = hn::MulAdd(hn::Sub(z.re, z.im), h.im, ends.im);
     }
-    for (uint32_t c = 0; c < count; ++c) {
-      const float *factor = x[c] + lane, *other = h[c] + lane;
-      for (size_t g = 0; g < kTile; ++g, factor += kGroup, other += kGroup) {
-        const auto xr = hn::LoadU(d, factor), xi = hn::LoadU(d, factor + kParts);
-        const auto hr = hn::LoadU(d, other), hi = hn::LoadU(d, other + kParts);
-        real[g] = hn::NegMulAdd(xi, hi, hn::MulAdd(xr, hr, real[g]));
-        imaginary[g] = hn::MulAdd(xi, hr, hn::MulAdd(xr, hi, imaginary[g]));
+  }
+  float nothing[2];
+  StoreSums(Add(ends, ends), zero, sum, nothing);
+}
+
+// Bins k and size / 2 - k are made of the same two packed bins. With e the sum of the first and the
+// conjugate of the second, and o their difference, turned by the twiddle, twice the bins are e + o
+// and the conjugate of e - o.
+HWY_INLINE void Accumulate(const float* packed, const float* responses, size_t low, size_t high,
+                           V re, V im, Complex* at_low, Complex* at_high) {
+  const Complex z = Load(packed + low), y = Load(packed + high);
+  const Complex e = {hn::Add(z.re, y.re), hn::Sub(z.im, y.im)};
+  const Complex o = Mul({hn::Sub(z.re, y.re), hn::Add(z.im, y.im)}, re, im);
+  const Complex x = Add(e, o), x_high = Sub(e, o);
+  const Complex h = Load(responses + low), h_high = Load(responses + high);
+  at_low->re = hn::NegMulAdd(x.im, h.im, hn::MulAdd(x.re, h.re, at_low->re));
+  at_low->im = hn::MulAdd(x.im, h.re, hn::MulAdd(x.re, h.im, at_low->im));
+  at_high->re = hn::MulAdd(x_high.im, h_high.im, hn::MulAdd(x_high.re, h_high.re, at_high->re));
+  at_high->im = hn::NegMulAdd(x_high.im, h_high.re, hn::MulAdd(x_high.re, h_high.im, at_high->im));
+}
+
+void Mix(const lane_transform_t& transform, const float* packed, const float* responses,
+         uint32_t count, float* sum) {
+  const D d;
+  const size_t bins = transform.size / 2, batch = batch_size(transform.size);
+  MixEnds(packed, responses, batch, count, sum);
+  for (size_t k = 1; k <= bins / 2; ++k) {
+    const V re = hn::Set(d, transform.split_twiddles[2 * k]);
+    const V im = hn::Set(d, transform.split_twiddles[2 * k + 1]);
+    Complex at_low = {hn::Zero(d), hn::Zero(d)}, at_high = at_low;
+    size_t low = k * kBin, high = (bins - k) * kBin;
+    for (uint32_t i = 0; i < count; ++i, low += batch, high += batch) {
+      for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
+        Accumulate(packed + lane, responses + lane, low, high, re, im, &at_low, &at_high);
       }
     }
-    for (size_t g = 0; g < kTile; ++g) {
-      hn::StoreU(real[g], d, sum + lane + g * kGroup);
-      hn::StoreU(imaginary[g], d, sum + lane + g * kGroup + kParts);
-    }
+    StoreSums(at_low, at_high, sum + 2 * k, sum + 2 * (bins - k));
   }
-}
-
-#endif  // HWY_MAX_BYTES
-
-void AccumulateSpectra(const float* const* x, const float* const* h, uint32_t count, float* sum,
-                       uint32_t size) {
-  float dc = sum[0], nyquist = sum[kParts];
-  for (uint32_t c = 0; c < count; ++c) {
-    dc += x[c][0] * h[c][0];
-    nyquist += x[c][kParts] * h[c][kParts];
-  }
-  for (size_t at = 0; at < size; at += kTile * kGroup) AccumulateTile(x, h, count, sum, at);
-  sum[0] = dc;  // these two are no real and imaginary part of the same bin
-  sum[kParts] = nyquist;
 }
 
 }  // namespace HWY_NAMESPACE
@@ -91,12 +93,12 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace orvane {
-HWY_EXPORT(AccumulateSpectra);
+HWY_EXPORT(Mix);
 }  // namespace orvane
 
-void accumulate_spectra(const float* const* x, const float* const* h, uint32_t count, float* sum,
-                        uint32_t size) {
+void mix_spectra(const lane_transform_t& transform, const float* packed, const float* responses,
+                 uint32_t count, float* sum) {
   using namespace orvane;
-  HWY_DYNAMIC_DISPATCH(AccumulateSpectra)(x, h, count, sum, size);
+  HWY_DYNAMIC_DISPATCH(Mix)(transform, packed, responses, count, sum);
 }
 #endif  // HWY_ONCE

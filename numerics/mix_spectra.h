@@ -4,14 +4,17 @@
 
 #include <stdint.h>
 
-// sum += x[0] * h[0] + ... + x[count - 1] * h[count - 1], bin by bin.
+#include "numerics/lane_transform.h"
+
+// Sums channel times response over all lanes of `count` batches, bin by bin.
 //
-// Spectra are `size` floats as PFFFT's unordered real transforms leave them where its vectors have
-// four lanes: groups of four real parts and the four imaginary parts that belong to them. The first
-// real and the first imaginary part are the bins of DC and of the Nyquist frequency, both real.
-// `size` is a multiple of 32, as PFFFT demands. `sum` overlaps no other spectrum. No spectrum needs
-// to be aligned. Allocates nothing.
-void accumulate_spectra(const float* const* x, const float* const* h, uint32_t count, float* sum,
-                        uint32_t size);
+//   packed     the channels, one packed batch after the other
+//   responses  as many spectra
+//   sum        transform.size floats, overwritten: twice the sum, as DC, Nyquist, and then real and
+//              imaginary part of the bins between, which is how PFFFT orders a real transform
+//
+// Lanes that hold no channel need a response of zero. Allocates nothing.
+void mix_spectra(const lane_transform_t& transform, const float* packed, const float* responses,
+                 uint32_t count, float* sum);
 
 #endif  // ORVANE_NUMERICS_MIX_SPECTRA_H_

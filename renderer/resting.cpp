@@ -69,7 +69,7 @@ uint32_t resting_init(ubr_resting_t* r, uint32_t num_sources) {
   r->sources = alloc_zeroed<encoder_source_t>(num_sources);
   r->gains = alloc_zeroed<float>(num_sources, uint32_t{AMBISONICS_MAX_CHANNELS});
   r->audible = alloc_zeroed<const float*>(num_sources);
-  r->pairs.spectra = alloc_zeroed<float>(num_sources, 2u, kMaxPairsTransform);
+  r->pairs.spectra = alloc_zeroed<float>(count_pair_floats(num_sources));
   return r->sources && r->gains && r->audible && r->pairs.spectra ? UBR_OK : UBR_NO_MEMORY;
 }
 
