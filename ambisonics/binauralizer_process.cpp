@@ -39,24 +39,19 @@ void transform_rows(const binauralizer_t& b, const binauralizer_transform_t& tra
   }
 }
 
-// The spectrum of S, or of A, from those of its channels in the spectrum buffer.
-void sum_spectra(const binauralizer_t& b, const binauralizer_transform_t& transform,
-                 const float* responses, uint32_t num_channels, bool mirrored) {
-  mix_spectra(*transform.lanes, align_batches(b.spectrum_buffer), responses,
-              count_batches(num_channels), b.ear_spectra[mirrored]);
-}
-
+// The spectrum of S, or of A.
 void sum_channels(const binauralizer_t& b, const binauralizer_transform_t& transform,
                   const float* const* sh_in, uint32_t begin, uint32_t frames, bool mirrored) {
   const lane_channels_t lanes = find_channels(b, mirrored);
   lane_rows_t channels;
-  while (channels.count < lanes.count) {
-    const uint32_t lane = channels.count++;
-    channels.rows[lane] = sh_in[lanes.channels[lane]] + begin;
+  for (; channels.count < lanes.count; ++channels.count) {
+    channels.rows[channels.count] = sh_in[lanes.channels[channels.count]] + begin;
   }
   transform_rows(b, transform, &channels, frames);
-  sum_spectra(b, transform, find_responses(b, transform, mirrored, lanes.count), lanes.count,
-              mirrored);
+  const spectrum_sum_t sum = {find_responses(b, transform, mirrored, lanes.count),
+                              b.ear_spectra[mirrored]};
+  mix_spectra(*transform.lanes, align_batches(b.spectrum_buffer), count_batches(lanes.count), &sum,
+              1);
 }
 
 // Spectra of S, or of A, of all sources.
@@ -179,14 +174,14 @@ void binauralizer_process_pairs(binauralizer_t* b, const response_pairs_t& pairs
   const binauralizer_transform_t transform = choose_transform(*b, frames);
   b->tail_length = checked_sub(b->fft_size, frames);
   lane_rows_t channels;
-  while (channels.count < pairs.num_sources) {
+  for (; channels.count < pairs.num_sources; ++channels.count) {
     channels.rows[channels.count] = sources[channels.count];
-    ++channels.count;
   }
   transform_rows(*b, transform, &channels, frames);
-  for (const bool mirrored : {false, true}) {
-    sum_spectra(*b, transform, find_pair_spectra(pairs, mirrored), pairs.num_sources, mirrored);
-  }
+  const spectrum_sum_t sums[] = {{find_pair_spectra(pairs, false), b->ear_spectra[0]},
+                                 {find_pair_spectra(pairs, true), b->ear_spectra[1]}};
+  mix_spectra(*transform.lanes, align_batches(b->spectrum_buffer), count_batches(pairs.num_sources),
+              sums, 2);
   close_piece(b, transform, ears_out, 0, frames);
   b->prev_tail_length = b->tail_length;
 }

@@ -37,53 +37,79 @@ HWY_INLINE void StoreSums(const Complex& a, const Complex& b, float* to_a, float
 }
 
 // DC and Nyquist, the two ends of a spectrum, are real.
-HWY_INLINE void MixEnds(const float* packed, const float* responses, size_t batch, uint32_t count,
-                        float* sum) {
+HWY_INLINE void MixEnds(const float* packed, size_t batch, uint32_t count,
+                        const spectrum_sum_t& to) {
   const Complex zero = {hn::Zero(D()), hn::Zero(D())};
   Complex ends = zero;
-  for (uint32_t i = 0; i < count; ++i, packed += batch, responses += batch) {
+  for (size_t at = 0; at < count * batch; at += batch) {
     for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(D())) {
-      const Complex z = Load(packed + lane), h = Load(responses + lane);
+      const Complex z = Load(packed + at + lane), h = Load(to.responses + at + lane);
       ends.re = hn::MulAdd(hn::Add(z.re, z.im), h.re, ends.re);
       ends.im = hn::MulAdd(hn::Sub(z.re, z.im), h.im, ends.im);
     }
   }
   float nothing[2];
-  StoreSums(Add(ends, ends), zero, sum, nothing);
+  StoreSums(Add(ends, ends), zero, to.sum, nothing);
 }
 
-// Bins k and size / 2 - k are made of the same two packed bins. With e the sum of the first and the
-// conjugate of the second, and o their difference, turned by the twiddle, twice the bins are e + o
-// and the conjugate of e - o.
-HWY_INLINE void Accumulate(const float* packed, const float* responses, size_t low, size_t high,
-                           V re, V im, Complex* at_low, Complex* at_high) {
-  const Complex z = Load(packed + low), y = Load(packed + high);
+// Bins k and size / 2 - k, which are made of the same two packed bins.
+struct BinPair {
+  Complex low, high;
+};
+
+// Twice these bins. With e the sum of the first packed bin and the conjugate of the second, and o
+// their difference, turned by the twiddle, they are e + o and the conjugate of e - o; `high` is
+// left unconjugated.
+HWY_INLINE BinPair Split(const float* low, const float* high, V re, V im) {
+  const Complex z = Load(low), y = Load(high);
   const Complex e = {hn::Add(z.re, y.re), hn::Sub(z.im, y.im)};
   const Complex o = Mul({hn::Sub(z.re, y.re), hn::Add(z.im, y.im)}, re, im);
-  const Complex x = Add(e, o), x_high = Sub(e, o);
-  const Complex h = Load(responses + low), h_high = Load(responses + high);
-  at_low->re = hn::NegMulAdd(x.im, h.im, hn::MulAdd(x.re, h.re, at_low->re));
-  at_low->im = hn::MulAdd(x.im, h.re, hn::MulAdd(x.re, h.im, at_low->im));
-  at_high->re = hn::MulAdd(x_high.im, h_high.im, hn::MulAdd(x_high.re, h_high.re, at_high->re));
-  at_high->im = hn::NegMulAdd(x_high.im, h_high.re, hn::MulAdd(x_high.re, h_high.im, at_high->im));
+  return {Add(e, o), Sub(e, o)};
 }
 
-void Mix(const lane_transform_t& transform, const float* packed, const float* responses,
-         uint32_t count, float* sum) {
+HWY_INLINE void Accumulate(const BinPair& x, const float* low, const float* high, BinPair* sum) {
+  const Complex h = Load(low), g = Load(high);
+  sum->low.re = hn::NegMulAdd(x.low.im, h.im, hn::MulAdd(x.low.re, h.re, sum->low.re));
+  sum->low.im = hn::MulAdd(x.low.im, h.re, hn::MulAdd(x.low.re, h.im, sum->low.im));
+  sum->high.re = hn::MulAdd(x.high.im, g.im, hn::MulAdd(x.high.re, g.re, sum->high.re));
+  sum->high.im = hn::NegMulAdd(x.high.im, g.re, hn::MulAdd(x.high.re, g.im, sum->high.im));
+}
+
+template <size_t kSums>
+HWY_INLINE void Mix(const lane_transform_t& transform, const float* packed, uint32_t count,
+                    const spectrum_sum_t* to) {
   const D d;
   const size_t bins = transform.size / 2, batch = batch_size(transform.size);
-  MixEnds(packed, responses, batch, count, sum);
+  for (size_t s = 0; s < kSums; ++s) MixEnds(packed, batch, count, to[s]);
   for (size_t k = 1; k <= bins / 2; ++k) {
     const V re = hn::Set(d, transform.split_twiddles[2 * k]);
     const V im = hn::Set(d, transform.split_twiddles[2 * k + 1]);
-    Complex at_low = {hn::Zero(d), hn::Zero(d)}, at_high = at_low;
     size_t low = k * kBin, high = (bins - k) * kBin;
+    BinPair sums[kSums];
+    for (BinPair& sum : sums) {
+      sum.low.re = sum.low.im = sum.high.re = sum.high.im = hn::Zero(d);
+    }
     for (uint32_t i = 0; i < count; ++i, low += batch, high += batch) {
       for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
-        Accumulate(packed + lane, responses + lane, low, high, re, im, &at_low, &at_high);
+        const BinPair x = Split(packed + low + lane, packed + high + lane, re, im);
+        for (size_t s = 0; s < kSums; ++s) {
+          const float* const responses = to[s].responses + lane;
+          Accumulate(x, responses + low, responses + high, &sums[s]);
+        }
       }
     }
-    StoreSums(at_low, at_high, sum + 2 * k, sum + 2 * (bins - k));
+    for (size_t s = 0; s < kSums; ++s) {
+      StoreSums(sums[s].low, sums[s].high, to[s].sum + 2 * k, to[s].sum + 2 * (bins - k));
+    }
+  }
+}
+
+void MixSpectra(const lane_transform_t& transform, const float* packed, uint32_t count,
+                const spectrum_sum_t* sums, uint32_t num_sums) {
+  if (num_sums == 2) {
+    Mix<2>(transform, packed, count, sums);
+  } else {
+    Mix<1>(transform, packed, count, sums);
   }
 }
 
@@ -93,12 +119,12 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace orvane {
-HWY_EXPORT(Mix);
+HWY_EXPORT(MixSpectra);
 }  // namespace orvane
 
-void mix_spectra(const lane_transform_t& transform, const float* packed, const float* responses,
-                 uint32_t count, float* sum) {
+void mix_spectra(const lane_transform_t& transform, const float* packed, uint32_t count,
+                 const spectrum_sum_t* sums, uint32_t num_sums) {
   using namespace orvane;
-  HWY_DYNAMIC_DISPATCH(Mix)(transform, packed, responses, count, sum);
+  HWY_DYNAMIC_DISPATCH(MixSpectra)(transform, packed, count, sums, num_sums);
 }
 #endif  // HWY_ONCE

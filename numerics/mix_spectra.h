@@ -6,15 +6,20 @@
 
 #include "numerics/lane_transform.h"
 
-// Sums channel times response over all lanes of `count` batches, bin by bin.
+// What channels are multiplied with, and where the sum of the products goes.
+struct spectrum_sum_t {
+  const float* responses;  // spectra, one batch after the other
+  float* sum;  // transform.size floats: DC, Nyquist, and then real and imaginary part of
+               // the bins between, which is how PFFFT orders a real transform
+};
+
+// Writes twice the sum, over all lanes of `count` packed batches, of channel times response.
 //
-//   packed     the channels, one packed batch after the other
-//   responses  as many spectra
-//   sum        transform.size floats, overwritten: twice the sum, as DC, Nyquist, and then real and
-//              imaginary part of the bins between, which is how PFFFT orders a real transform
+//   packed    the channels, one batch after the other
+//   num_sums  1 or 2: both are made of the same channels
 //
 // Lanes that hold no channel need a response of zero. Allocates nothing.
-void mix_spectra(const lane_transform_t& transform, const float* packed, const float* responses,
-                 uint32_t count, float* sum);
+void mix_spectra(const lane_transform_t& transform, const float* packed, uint32_t count,
+                 const spectrum_sum_t* sums, uint32_t num_sums);
 
 #endif  // ORVANE_NUMERICS_MIX_SPECTRA_H_

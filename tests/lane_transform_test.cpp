@@ -42,10 +42,16 @@ struct Lanes {
     }
     return packed;
   }
+  // By a sum of its own, and as the second of two.
   Spectrum mix(const std::vector<float>& packed, const std::vector<float>& responses) const {
     const uint32_t count = static_cast<uint32_t>(packed.size() / batch_size(size));
-    std::vector<float> sum(size, NAN);
-    mix_spectra(t, packed.data(), responses.data(), count, sum.data());
+    std::vector<float> sum(size, NAN), other(size, NAN), second(size, NAN);
+    const spectrum_sum_t alone = {responses.data(), sum.data()};
+    const spectrum_sum_t both[] = {{packed.data(), other.data()},
+                                   {responses.data(), second.data()}};
+    mix_spectra(t, packed.data(), count, &alone, 1);
+    mix_spectra(t, packed.data(), count, both, 2);
+    EXPECT_EQ(sum, second);
     Spectrum spectrum(size / 2 + 1);
     for (uint32_t k = 1; k < size / 2; ++k) spectrum[k] = {sum[2 * k], sum[2 * k + 1]};
     spectrum[0] = sum[0];
