@@ -21,8 +21,11 @@ constexpr size_t kBin = 2 * kLanes;  // floats of a bin
 using D = hn::CappedTag<float, kLanes>;
 using V = hn::Vec<D>;
 
-// As many lanes as a vector has: where that is fewer than a bin has, callers go through them.
+// As many lanes as a vector has: where that is fewer than a bin has, callers go through them. The
+// constructors are written out because g++ makes implicit ones for the wrong instruction set.
 struct Complex {
+  HWY_INLINE Complex() {}
+  HWY_INLINE Complex(V real, V imaginary) : re(real), im(imaginary) {}
   V re, im;
 };
 

@@ -36,11 +36,12 @@ HWY_INLINE void StoreSums(const Complex& a, const Complex& b, float* to_a, float
 #endif  // HWY_TARGET
 }
 
+HWY_INLINE Complex Zero() { return {hn::Zero(D()), hn::Zero(D())}; }
+
 // DC and Nyquist, the two ends of a spectrum, are real.
 HWY_INLINE void MixEnds(const float* packed, size_t batch, uint32_t count,
                         const spectrum_sum_t& to) {
-  const Complex zero = {hn::Zero(D()), hn::Zero(D())};
-  Complex ends = zero;
+  Complex ends = Zero();
   for (size_t at = 0; at < count * batch; at += batch) {
     for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(D())) {
       const Complex z = Load(packed + at + lane), h = Load(to.responses + at + lane);
@@ -49,11 +50,13 @@ HWY_INLINE void MixEnds(const float* packed, size_t batch, uint32_t count,
     }
   }
   float nothing[2];
-  StoreSums(Add(ends, ends), zero, to.sum, nothing);
+  StoreSums(Add(ends, ends), Zero(), to.sum, nothing);
 }
 
 // Bins k and size / 2 - k, which are made of the same two packed bins.
 struct BinPair {
+  HWY_INLINE BinPair() : BinPair(Zero(), Zero()) {}
+  HWY_INLINE BinPair(const Complex& a, const Complex& b) : low(a), high(b) {}
   Complex low, high;
 };
 
@@ -86,9 +89,6 @@ HWY_INLINE void Mix(const lane_transform_t& transform, const float* packed, uint
     const V im = hn::Set(d, transform.split_twiddles[2 * k + 1]);
     size_t low = k * kBin, high = (bins - k) * kBin;
     BinPair sums[kSums];
-    for (BinPair& sum : sums) {
-      sum.low.re = sum.low.im = sum.high.re = sum.high.im = hn::Zero(d);
-    }
     for (uint32_t i = 0; i < count; ++i, low += batch, high += batch) {
       for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
         const BinPair x = Split(packed + low + lane, packed + high + lane, re, im);

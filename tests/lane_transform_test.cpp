@@ -53,9 +53,10 @@ struct Lanes {
     mix_spectra(t, packed.data(), count, both, 2);
     EXPECT_EQ(sum, second);
     Spectrum spectrum(size / 2 + 1);
-    for (uint32_t k = 1; k < size / 2; ++k) spectrum[k] = {sum[2 * k], sum[2 * k + 1]};
-    spectrum[0] = sum[0];
-    spectrum[size / 2] = sum[1];
+    const std::vector<double> parts(sum.begin(), sum.end());
+    for (uint32_t k = 1; k < size / 2; ++k) spectrum[k] = {parts[2 * k], parts[2 * k + 1]};
+    spectrum[0] = parts[0];
+    spectrum[size / 2] = parts[1];
     return spectrum;
   }
 };
