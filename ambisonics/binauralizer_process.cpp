@@ -54,7 +54,7 @@ void sum_channels(const binauralizer_t& b, const binauralizer_transform_t& trans
               1);
 }
 
-// Spectra of S, or of A, of all sources.
+// Responses in S, or in A, of all sources.
 float* find_pair_spectra(const response_pairs_t& pairs, bool mirrored) {
   const size_t batches = mirrored ? count_batches(pairs.num_sources) : 0;
   return align_batches(pairs.spectra) + batches * batch_size(pairs.size);
@@ -98,8 +98,8 @@ constexpr uint32_t kFoldedRows = 64;  // of eight floats, folded at once; divide
 
 // Adds the responses of a batch of channels, weighted, to those of a batch of sources.
 //
-//   weights  kTransformLanes weights of each channel
-//   folded   `size` rows of a part of a bin; overwritten unless `accumulate`
+//   weights  one row for each channel: its kTransformLanes weights in the sources
+//   folded   batch of `size` rows of lanes; overwritten unless `accumulate`
 void fold_batch(const float* responses, channels_t<const float> weights, float* folded,
                 uint32_t size, bool accumulate) {
   float* rows[kFoldedRows];
@@ -108,9 +108,9 @@ void fold_batch(const float* responses, channels_t<const float> weights, float* 
       row = folded;
       folded += kTransformLanes;
     }
-    // The field's lanes are the weights here, and the sources' weights the samples.
-    const mix_weights_t lanes = {responses + batch_size(first), 1, kTransformLanes};
-    mix_channels(lanes, weights, {rows, kFoldedRows}, kTransformLanes, accumulate);
+    // Responses serve as the weights of the product, which leaves the sources in lanes.
+    const mix_weights_t parts = {responses + size_t{first} * kTransformLanes, 1, kTransformLanes};
+    mix_channels(parts, weights, {rows, kFoldedRows}, kTransformLanes, accumulate);
   }
 }
 

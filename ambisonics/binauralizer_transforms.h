@@ -13,9 +13,9 @@
 
 constexpr uint32_t kResponseOverlap = SH_HRIR_TAPS - 1;  // samples that a block sounds on for
 
-// Transform lengths, for blocks of up to 257, 513 and 1025 samples. Eight channels at
-// once are transformed forwards by lane_transform.h, the ears backwards by PFFFT, which takes what
-// it needs on its way from the stack, as many floats.
+// Transform lengths, for blocks of up to 257, 513 and 1025 samples. Channels are transformed eight
+// at a time, S and A transformed back by PFFFT, which takes as many floats from the stack on its
+// way.
 constexpr uint32_t kTransformSizes[BINAURALIZER_MAX_TRANSFORMS] = {512, 768, 1280};
 
 struct binauralizer_transform_t {
@@ -33,8 +33,9 @@ inline uint32_t longest_transform(const binauralizer_t& b) {
 inline binauralizer_transform_t choose_transform(const binauralizer_t& b, uint32_t frames) {
   const uint32_t last = checked_index(b.num_transforms - 1, BINAURALIZER_MAX_TRANSFORMS);
   uint32_t k = 0, shorter = 0;
-  while (k < last && kTransformSizes[k] < frames + kResponseOverlap)
-    shorter += kTransformSizes[k++];
+  for (; k < last && kTransformSizes[k] < frames + kResponseOverlap; ++k) {
+    shorter += kTransformSizes[k];
+  }
   return {b.fft_setups[k], &b.lane_transforms[k], kTransformSizes[k], shorter};
 }
 
@@ -52,7 +53,7 @@ inline lane_channels_t find_channels(const binauralizer_t& b, bool mirrored) {
   return found;
 }
 
-// Spectra of the responses of these channels, batch after batch.
+// Spectra of the responses of S, or of A, which has so many channels, batch after batch.
 inline float* find_responses(const binauralizer_t& b, const binauralizer_transform_t& transform,
                              bool mirrored, uint32_t num_channels) {
   const size_t shorter = batch_size(transform.shorter) * count_batches(num_channels);

@@ -37,7 +37,7 @@ HWY_INLINE void Butterfly4(Complex& x0, Complex& x1, Complex& x2, Complex& x3) {
 
 HWY_INLINE void Butterfly(Complex (&x)[4]) { Butterfly4(x[0], x[1], x[2], x[3]); }
 
-// Cosines and sines of 72 and 144 degrees; the smaller sine is `ratio` of the larger one.
+// Cosines of 72 and 144 degrees; the sine of the second is `ratio` of that of the first.
 HWY_INLINE void Butterfly(Complex (&x)[5]) {
   const V cosine1 = Constant(0.30901699437494742410), cosine2 = Constant(-0.80901699437494742410);
   const V sine1 = Constant(0.95105651629515357212), ratio = Constant(0.61803398874989484820);
