@@ -33,18 +33,19 @@ class EffectHost {
   void configure(uint32_t channel_mask);
 
   // translation, then rotation vector in radians, in the platform's head frame. The next block
-  // fades over to it.
+  // fades over to it. Allocates nothing unless it fails.
   void set_head_to_stage(const std::array<float, 6>& pose);
 
   // One of the effect's own parameters of room and reverb. `name` is for the Failure.
   void set_parameter(int32_t id, float value, const std::string& name);
 
-  // Renders one block of at most kEffectMaxFrames interleaved frames into stereo.
+  // Renders one block of at most kEffectMaxFrames interleaved frames into stereo. Allocates nothing
+  // if the block before had as many frames and it does not fail.
   void process(float* bed, float* ears, size_t frames);
 
  private:
-  void command(uint32_t code, uint32_t size, void* data, const std::string& what);
-  void send(int32_t id, const void* value, uint32_t size, const std::string& what);
+  void command(uint32_t code, uint32_t size, void* data, const char* what);
+  void send(int32_t id, const void* value, uint32_t size, const char* what);
 
   using Library = std::unique_ptr<void, int (*)(void*)>;
   using Instance = std::unique_ptr<effect_interface_s*, int32_t (*)(effect_handle_t)>;
