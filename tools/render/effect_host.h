@@ -13,8 +13,9 @@
 
 namespace render {
 
-constexpr int kEffectRateHz = 48000;       // what the effect's filters are made for
-constexpr size_t kEffectMaxFrames = 1024;  // longest block it takes
+constexpr int kEffectRateHz = 48000;         // what the effect's filters are made for
+constexpr size_t kEffectMaxFrames = 1024;    // longest block it takes
+constexpr unsigned kEarLatencyFrames = 145;  // from an impulse of the bed to its peak at the ears
 
 // Where the library is: `requested` if not empty, else next to this program or in the library
 // directory of its installation, else left to the loader's search.

@@ -65,7 +65,7 @@ void add_program(CLI::App* app, Options* options) {
       ->check(CLI::Range(size_t{1}, kEffectMaxFrames).description(""))
       ->type_name("1..." + std::to_string(kEffectMaxFrames))
       ->default_val(kEffectMaxFrames);
-  program_options_add(app, &options->library, &options->verbose);
+  program_options_add(app, &options->library, &options->verbose, "the effect's log");
 }
 
 }  // namespace

@@ -73,11 +73,12 @@ CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std
       ->type_name("YAW,PITCH,ROLL");
 }
 
-void program_options_add(CLI::App* app, std::string* library, bool* verbose) {
+void program_options_add(CLI::App* app, std::string* library, bool* verbose,
+                         const std::string& shows) {
   app->add_option("--library", *library,
                   "Effect library; default next to this program, then as installed")
       ->type_name("PATH");
-  app->add_flag("--verbose", *verbose, "Show the effect's log");
+  app->add_flag("--verbose", *verbose, "Show " + shows);
   app->set_version_flag("--version", app->get_name() + " " ORVANE_VERSION);
 }
 

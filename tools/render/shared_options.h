@@ -42,8 +42,9 @@ void channel_options_add(CLI::App* app, ChannelRequest* channels);
 // --pose. `help` says whose or when.
 CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std::string& help);
 
-// --library, --verbose and --version.
-void program_options_add(CLI::App* app, std::string* library, bool* verbose);
+// --library, --verbose and --version. `shows` is what --verbose does.
+void program_options_add(CLI::App* app, std::string* library, bool* verbose,
+                         const std::string& shows);
 
 // Parses the command line and checks `settings`, which its options have set. The exit status where
 // the program has nothing more to do (help, version, a wrong command line); the text has then been
