@@ -41,17 +41,6 @@ bool contains(const std::vector<Speaker>& speakers, Speaker speaker) {
   return std::find(speakers.begin(), speakers.end(), speaker) != speakers.end();
 }
 
-// The speakers of `layout` in the order of a file without labels.
-std::vector<Speaker> unlabelled_order(const Layout& layout, FileOrder order) {
-  const std::vector<Speaker>& all = order == FileOrder::kAndroid  ? kAndroidOrder
-                                    : order == FileOrder::kBs2051 ? kBs2051Order
-                                                                  : kFfmpegOrder;
-  std::vector<Speaker> speakers;
-  std::copy_if(all.begin(), all.end(), std::back_inserter(speakers),
-               [&](Speaker speaker) { return contains(layout.rows, speaker); });
-  return speakers;
-}
-
 // A pair of labels that stands for another pair where that other pair is missing.
 struct Substitute {
   Speaker left, right;
@@ -100,7 +89,7 @@ std::optional<Labelled> match_labels(std::vector<Speaker> labels) {
 void route(ChannelPlan* plan, const std::vector<Speaker>& labels, const ChannelRequest& request) {
   std::vector<Speaker> inputs = plan->layout->rows;
   if (request.input_order == InputOrder::kDevice) {
-    inputs = unlabelled_order(*plan->layout, FileOrder::kAndroid);
+    inputs = channel_order(*plan->layout, FileOrder::kAndroid);
   }
   const float lfe_gain = static_cast<float>(decibels_to_factor(request.lfe_gain_db));
   for (const Speaker speaker : inputs) {
@@ -175,6 +164,16 @@ std::string layout_choices() {
   return text_choices(names);
 }
 
+std::vector<Speaker> channel_order(const Layout& layout, FileOrder order) {
+  const std::vector<Speaker>& all = order == FileOrder::kAndroid  ? kAndroidOrder
+                                    : order == FileOrder::kBs2051 ? kBs2051Order
+                                                                  : kFfmpegOrder;
+  std::vector<Speaker> speakers;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(speakers),
+               [&](Speaker speaker) { return contains(layout.rows, speaker); });
+  return speakers;
+}
+
 ChannelPlan channel_plan_make(const std::string& file, const std::vector<Speaker>& labels,
                               const ChannelRequest& request) {
   const Layout* requested = layout_find(request.layout);
@@ -194,7 +193,7 @@ ChannelPlan channel_plan_make(const std::string& file, const std::vector<Speaker
     plan.notices.push_back("the channel map says " + labelled->layout->name + "; taken as " +
                            requested->name + " as told");
   }
-  route(&plan, unlabelled_order(*requested, request.file_order), request);
+  route(&plan, channel_order(*requested, request.file_order), request);
   return plan;
 }
 

@@ -40,6 +40,9 @@ enum class FileOrder {
   kBs2051,   // Rec. ITU-R BS.2051, system H
 };
 
+// The speakers of `layout` in that order.
+std::vector<Speaker> channel_order(const Layout& layout, FileOrder order);
+
 struct ChannelRequest {
   std::string layout;  // empty: from the file's labels
   InputOrder input_order = InputOrder::kLabel;

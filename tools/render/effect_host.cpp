@@ -4,7 +4,6 @@
 
 #include <cstring>
 #include <filesystem>
-#include <vector>
 
 #include "tools/render/failure.h"
 #include "tools/render/host_log.h"
@@ -19,6 +18,7 @@ namespace {
 
 constexpr char kLibraryName[] = "liborvane.so";
 constexpr uint32_t kLibraryApiMajor = 3;
+constexpr size_t kMaxValueBytes = 6 * sizeof(float);  // of a parameter, the head pose
 
 // The implementation, as an installation's effect list names it.
 constexpr effect_uuid_t kImplementation = {
@@ -107,7 +107,7 @@ void EffectHost::configure(uint32_t channel_mask) {
   command(EFFECT_CMD_SET_CONFIG, sizeof(config), &config, "refuses the configuration");
 }
 
-void EffectHost::command(uint32_t code, uint32_t size, void* data, const std::string& what) {
+void EffectHost::command(uint32_t code, uint32_t size, void* data, const char* what) {
   int32_t reply = 0;
   uint32_t reply_size = sizeof(reply);
   effect_handle_t handle = effect_.get();
@@ -120,18 +120,19 @@ void EffectHost::set_head_to_stage(const std::array<float, 6>& pose) {
 }
 
 void EffectHost::set_parameter(int32_t id, float value, const std::string& name) {
-  send(id, &value, sizeof(value), "refuses " + name);
+  send(id, &value, sizeof(value), ("refuses " + name).c_str());
 }
 
-void EffectHost::send(int32_t id, const void* value, uint32_t size, const std::string& what) {
+void EffectHost::send(int32_t id, const void* value, uint32_t size, const char* what) {
   effect_param_t head = {};
   head.psize = sizeof(id);
   head.vsize = size;
-  std::vector<unsigned char> blob(sizeof(head) + sizeof(id) + size);
+  std::array<unsigned char, sizeof(head) + sizeof(id) + kMaxValueBytes> blob;
   std::memcpy(blob.data(), &head, sizeof(head));
   std::memcpy(blob.data() + sizeof(head), &id, sizeof(id));
   std::memcpy(blob.data() + sizeof(head) + sizeof(id), value, size);
-  command(EFFECT_CMD_SET_PARAM, static_cast<uint32_t>(blob.size()), blob.data(), what);
+  const size_t used = sizeof(head) + sizeof(id) + size;
+  command(EFFECT_CMD_SET_PARAM, static_cast<uint32_t>(used), blob.data(), what);
 }
 
 void EffectHost::process(float* bed, float* ears, size_t frames) {

@@ -13,8 +13,9 @@
 
 namespace render {
 
-constexpr int kEffectRateHz = 48000;       // what the effect's filters are made for
-constexpr size_t kEffectMaxFrames = 1024;  // longest block it takes
+constexpr int kEffectRateHz = 48000;         // what the effect's filters are made for
+constexpr size_t kEffectMaxFrames = 1024;    // longest block it takes
+constexpr unsigned kEarLatencyFrames = 145;  // from an impulse of the bed to its peak at the ears
 
 // Where the library is: `requested` if not empty, else next to this program or in the library
 // directory of its installation, else left to the loader's search.
@@ -33,18 +34,19 @@ class EffectHost {
   void configure(uint32_t channel_mask);
 
   // translation, then rotation vector in radians, in the platform's head frame. The next block
-  // fades over to it.
+  // fades over to it. Allocates nothing unless it fails.
   void set_head_to_stage(const std::array<float, 6>& pose);
 
   // One of the effect's own parameters of room and reverb. `name` is for the Failure.
   void set_parameter(int32_t id, float value, const std::string& name);
 
-  // Renders one block of at most kEffectMaxFrames interleaved frames into stereo.
+  // Renders one block of at most kEffectMaxFrames interleaved frames into stereo. Allocates nothing
+  // if the block before had as many frames and it does not fail.
   void process(float* bed, float* ears, size_t frames);
 
  private:
-  void command(uint32_t code, uint32_t size, void* data, const std::string& what);
-  void send(int32_t id, const void* value, uint32_t size, const std::string& what);
+  void command(uint32_t code, uint32_t size, void* data, const char* what);
+  void send(int32_t id, const void* value, uint32_t size, const char* what);
 
   using Library = std::unique_ptr<void, int (*)(void*)>;
   using Instance = std::unique_ptr<effect_interface_s*, int32_t (*)(effect_handle_t)>;

@@ -1,5 +1,8 @@
 #include "tools/render/pose.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "tools/render/text.h"
 
 namespace render {
@@ -20,6 +23,14 @@ Rotation pose_rotation(const Pose& pose) {
   const Rotation pitch = rotation_from_vector({0.0, pose.pitch_deg * kRadiansPerDegree, 0.0});
   const Rotation roll = rotation_from_vector({pose.roll_deg * kRadiansPerDegree, 0.0, 0.0});
   return rotation_multiply(rotation_multiply(yaw, pitch), roll);
+}
+
+Pose pose_from_rotation(const Rotation& head) {
+  const auto& [w, x, y, z] = head;
+  const double sine_of_pitch = std::clamp(2.0 * (w * y - z * x), -1.0, 1.0);
+  return {std::atan2(2.0 * (w * z + x * y), 1.0 - 2.0 * (y * y + z * z)) / kRadiansPerDegree,
+          std::asin(sine_of_pitch) / kRadiansPerDegree,
+          std::atan2(2.0 * (w * x + y * z), 1.0 - 2.0 * (x * x + y * y)) / kRadiansPerDegree};
 }
 
 std::array<float, 6> pose_head_to_stage(const Rotation& head) {

@@ -25,6 +25,10 @@ std::optional<Pose> pose_parse(std::string_view text);
 // The turn from a head that looks ahead to the pose, in the room frame.
 Rotation pose_rotation(const Pose& pose);
 
+// The inverse, with a pitch of at most 90 degrees. Face up or down, only the difference or the sum
+// of yaw and roll is defined: what comes out is one of the poses that mean the same turn.
+Pose pose_from_rotation(const Rotation& head);
+
 // Value of the effect's head-to-stage parameter for a head turned by `head`: translation (0, 0, 0),
 // then the rotation vector in the platform's head frame (+x right, +y ahead, +z up), which carries
 // the stage as the head sees it. That is the inverse of the head's own turn.

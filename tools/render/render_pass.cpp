@@ -29,10 +29,7 @@ RenderPass::RenderPass(const Options& options)
       effect_(effect_library_find(options.library), plan_.layout->mask),
       bed_(options.block_frames * reader_.channels()),
       ears_(options.block_frames * 2) {
-  for (const Settings::Write& write : options.settings.writes()) {
-    effect_.set_parameter(write.parameter->id, static_cast<float>(write.value),
-                          std::string(write.parameter->name));
-  }
+  settings_send(options.settings, &effect_);
   settle_head();
 }
 

@@ -90,6 +90,13 @@ std::vector<Settings::Write> Settings::writes() const {
   return writes;
 }
 
+void settings_send(const Settings& settings, EffectHost* effect) {
+  for (const Settings::Write& write : settings.writes()) {
+    effect->set_parameter(write.parameter->id, static_cast<float>(write.value),
+                          std::string(write.parameter->name));
+  }
+}
+
 size_t settings_tail_frames(const Settings& settings) {
   size_t reflection = 0;
   if (settings.value(kReflectionsMode) != 0.0) {

@@ -13,6 +13,8 @@
 
 namespace render {
 
+class EffectHost;
+
 class Settings {
  public:
   // Replaces what was set before, a wall's material its absorption and the other way round. Throws
@@ -43,6 +45,9 @@ class Settings {
  private:
   std::map<int32_t, double> values_;  // by id
 };
+
+// Sends what was set. Throws Failure when the effect refuses it.
+void settings_send(const Settings& settings, EffectHost* effect);
 
 // Frames that the effect sounds on after its input has ended: the last reflection, followed by its
 // passage through the ear filters or by the reverb's pre-delay and decay, whichever is longer.

@@ -2,6 +2,8 @@
 
 #include <sndfile.h>
 
+#include <cstddef>
+
 namespace render {
 namespace {
 
@@ -50,6 +52,13 @@ int label_of(Speaker speaker) {
 }
 
 }  // namespace
+
+const char* speaker_name(Speaker speaker) {
+  constexpr const char* kNames[] = {"?",   "FL",  "FR",  "FC",  "LFE", "BL",  "BR",  "FLC", "FRC",
+                                    "BC",  "SL",  "SR",  "TC",  "TFL", "TFC", "TFR", "TBL", "TBC",
+                                    "TBR", "TSL", "TSR", "BFL", "BFC", "BFR", "LFE2"};
+  return kNames[static_cast<size_t>(speaker)];
+}
 
 std::vector<Speaker> speakers_from_sndfile(const std::vector<int>& channel_map) {
   std::vector<Speaker> speakers;

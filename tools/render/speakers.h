@@ -34,6 +34,9 @@ enum class Speaker {
   kLfe2,
 };
 
+// Its abbreviation: "FL", "LFE", "TBC".
+const char* speaker_name(Speaker speaker);
+
 // libsndfile's channel map (SF_CHANNEL_MAP_*) as speakers; what it cannot name is kUnknown.
 std::vector<Speaker> speakers_from_sndfile(const std::vector<int>& channel_map);
 

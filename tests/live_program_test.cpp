@@ -1,0 +1,281 @@
+// orvane-live from the outside, against a JACK server of its own and a real sender of OSC.
+// ORVANE_LIVE_PROGRAM, ORVANE_RENDER_PROGRAM and ORVANE_LIBRARY are paths.
+#include <gtest/gtest.h>
+#include <jack/jack.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+
+#include "tests/support/child_process.h"
+#include "tests/support/jack_probe.h"
+#include "tools/render/audio_reader.h"
+#include "tools/render/audio_writer.h"
+#include "tools/render/channel_map.h"
+
+namespace live {
+namespace {
+
+constexpr size_t kPeriod = 256;  // frames
+
+class LiveProgramTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (std::system("command -v jackd >/dev/null") != 0) GTEST_SKIP() << "jackd is not installed";
+    if (access("/dev/shm", W_OK) != 0) GTEST_SKIP() << "JACK needs /dev/shm, which is not there";
+    server_ = "orvane-" + std::to_string(getpid());
+    folder_ = std::filesystem::path(::testing::TempDir()) / server_;
+    std::filesystem::create_directories(folder_);
+    setenv("JACK_DEFAULT_SERVER", server_.c_str(), 1);
+    jack_set_error_function([](const char*) {});
+    jack_set_info_function([](const char*) {});
+  }
+  void TearDown() override {
+    if (live_) live_->terminate(), live_->wait();
+    stop_server();
+    if (folder_.empty()) return;
+    std::filesystem::remove_all(folder_);
+    // A server that ends before its clients leaves their semaphores.
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
+      if (entry.path().filename().string().find(server_) != std::string::npos) {
+        std::filesystem::remove(entry.path());
+      }
+    }
+  }
+
+  std::string path(const std::string& name) const { return folder_ / name; }
+  std::string text(const std::string& name) const {
+    std::stringstream text;
+    text << std::ifstream(path(name)).rdbuf();
+    return text.str();
+  }
+
+  // In synchronous mode the server waits for its clients instead of dropping the audio of those
+  // that are late on a busy machine.
+  void start_server(size_t period, int rate_hz = 48000) {
+    jackd_ = std::make_unique<ChildProcess>(
+        "exec jackd -n " + server_ + " -r -S -t 5000 -d dummy -C 0 -P 0 -r " +
+            std::to_string(rate_hz) + " -p " + std::to_string(period),
+        path("jackd.out"), path("jackd.errors"));
+    const auto answers = [] {
+      jack_status_t status = {};
+      jack_client_t* client = jack_client_open("look", JackNoStartServer, &status);
+      return client && jack_client_close(client) == 0;
+    };
+    ASSERT_TRUE(wait_until([&] { return !jackd_->running() || answers(); }) && jackd_->running())
+        << text("jackd.out") << text("jackd.errors");
+  }
+  void stop_server() {
+    if (!jackd_) return;
+    jackd_->terminate();
+    jackd_->wait();
+    jackd_.reset();
+  }
+
+  std::unique_ptr<ChildProcess> start(const std::string& arguments) const {
+    const std::string command = "cd " + folder_.string() +
+                                " && exec " ORVANE_LIVE_PROGRAM " --library " ORVANE_LIBRARY " " +
+                                arguments;
+    return std::make_unique<ChildProcess>(command, path("out"), path("errors"));
+  }
+
+  // Runs it in the background and returns once it plays, with its OSC port.
+  std::string play(const std::string& arguments) {
+    live_ = start(arguments + " --osc-port 0");
+    std::string port;
+    const auto plays = [&] {
+      const std::string out = text("out");
+      const size_t at = out.find("osc     port ");
+      if (at != std::string::npos && out.back() == '\n') port = out.substr(at + 13);
+      return !port.empty() || !live_->running();
+    };
+    EXPECT_TRUE(wait_until(plays) && !port.empty()) << text("errors");
+    return port.substr(0, port.find('\n'));
+  }
+
+  // Noise after two periods of silence, in which the effect comes to rest: from then on its output
+  // does not depend on what was before.
+  std::vector<float> write_bed(const std::string& layout, size_t frames) {
+    render::AudioSpec spec;
+    spec.channels = render::layout_find(layout)->rows.size();
+    if (spec.channels < 24) spec.speakers = render::layout_find(layout)->rows;
+    std::vector<float> bed(frames * spec.channels);
+    for (size_t i = 2 * kPeriod * spec.channels; i < bed.size(); ++i) {
+      bed[i] = static_cast<float>(i * i % 1009) * 0.0003f - 0.15f;
+    }
+    render::AudioWriter writer(path("bed.wav"), spec);
+    writer.write(bed.data(), frames);
+    writer.commit();
+    return bed;
+  }
+
+  // What the offline renderer makes of the bed.
+  std::vector<float> render(const std::string& arguments) {
+    const std::string command = "cd " + folder_.string() +
+                                " && " ORVANE_RENDER_PROGRAM " --library " ORVANE_LIBRARY
+                                " bed.wav ears.wav --block " +
+                                std::to_string(kPeriod) + " " + arguments;
+    EXPECT_EQ(0, std::system((command + " >/dev/null").c_str()));
+    render::AudioReader reader(path("ears.wav"));
+    std::vector<float> ears(2 * reader.frames());
+    reader.read(ears.data(), reader.frames());
+    return ears;
+  }
+
+  std::string server_;
+  std::filesystem::path folder_;
+  std::unique_ptr<ChildProcess> jackd_, live_;
+};
+
+bool sounds(float sample) { return sample != 0.0f; }
+
+// Compares what was recorded, from its first sound on, with `expected` from its first sound on;
+// both start a whole number of periods earlier.
+void expect_same(const std::vector<float>& expected, const JackProbe& probe) {
+  const auto first = std::find_if(expected.begin(), expected.end(), sounds) - expected.begin();
+  const auto& recorded = probe.recorded();
+  const auto at = std::find_if(recorded.begin(), recorded.end(), sounds) - recorded.begin();
+  ASSERT_GE(at, first);
+  ASSERT_LE(expected.size() + static_cast<size_t>(at - first), 2 * probe.recorded_frames());
+  EXPECT_EQ(0u, static_cast<size_t>(at - first) / 2 % kPeriod);
+  size_t different = 0;
+  for (size_t i = 0; i < expected.size(); ++i) {
+    const float heard = recorded[i + static_cast<size_t>(at - first)];
+    different += std::memcmp(&heard, &expected[i], sizeof(float)) == 0 ? 0 : 1;
+  }
+  EXPECT_EQ(0u, different) << "of " << expected.size();
+}
+
+TEST_F(LiveProgramTest, PlaysAFileBitForBitAsTheOfflineRenderer) {
+  ASSERT_NO_FATAL_FAILURE(start_server(kPeriod));
+  const struct {
+    const char* arguments;
+    size_t tail;
+  } cases[] = {{"--dry", 255},
+               {"--pose 30,-10,5 --gain -3", 1440 + 12000 - 1},
+               {"--no-reverb --reflections 2", 0}};
+  for (const auto& c : cases) {
+    // With its tail a whole number of periods; the last block of the reflections is left out.
+    write_bed("5.1", 101 * kPeriod - c.tail % kPeriod);
+    std::vector<float> expected = render(c.arguments);
+    expected.resize(expected.size() / (2 * kPeriod) * (2 * kPeriod));
+    JackProbe ears(0);
+    const auto live = start(std::string("bed.wav --osc-port 0 ") + c.arguments);
+    EXPECT_EQ(0, live->wait()) << text("errors");
+    expect_same(expected, ears);
+  }
+}
+
+TEST_F(LiveProgramTest, RendersItsPortsBitForBitAsTheOfflineRenderer) {
+  ASSERT_NO_FATAL_FAILURE(start_server(kPeriod));
+  const std::vector<float> bed = write_bed("22.2", 101 * kPeriod + 1);
+  const std::string arguments = "--layout 22.2 --file-order bs2051 --dry --pose 20,0,0";
+  const std::vector<float> expected = render(arguments);
+  JackProbe ears(0), player(24);
+  play(arguments);
+  const std::vector<std::string> ports = ears.inputs_of("orvane-live");
+  ASSERT_EQ(24u, ports.size());
+  EXPECT_EQ("orvane-live:FL", ports[0]);
+  EXPECT_EQ("orvane-live:LFE2", ports[9]);
+  EXPECT_EQ("orvane-live:BFR", ports[23]);
+  ASSERT_TRUE(player.connect_to("orvane-live"));
+  const size_t before = ears.recorded_frames();
+  player.play(bed, false);
+  wait_until([&] { return ears.recorded_frames() > before + expected.size() / 2 + 8 * kPeriod; });
+  expect_same(expected, ears);
+  live_->terminate();
+  EXPECT_EQ(0, live_->wait());
+}
+
+double energy(const std::vector<float>& ears, size_t ear, size_t begin, size_t end) {
+  double sum = 0.0;
+  for (size_t i = begin; i < end; ++i) {
+    sum += static_cast<double>(ears[2 * i + ear]) * static_cast<double>(ears[2 * i + ear]);
+  }
+  return sum;
+}
+
+// The centre plays the same noise in every period, so that at rest every period of the ears is the
+// one before, and the first that is not has the new pose. The period is a long one, beside which a
+// busy machine starts the sender quickly.
+TEST_F(LiveProgramTest, FollowsTheHeadWithinOnePeriod) {
+  constexpr size_t kLong = 16 * kPeriod, kTurns = 7;
+  ASSERT_NO_FATAL_FAILURE(start_server(kLong));
+  JackProbe ears(0), player(6);
+  const std::string port = play("--layout 5.1 --dry");
+  ASSERT_TRUE(player.connect_to("orvane-live"));
+  std::vector<float> bed(6 * kLong);
+  for (size_t i = 0; i < kLong; ++i) bed[6 * i + 2] = static_cast<float>(i * i % 97) * 0.005f;
+  player.play(bed, true);
+
+  const std::vector<float>& recorded = ears.recorded();
+  const auto changes = [&](size_t begin) {  // the period there, against the one before
+    const float* period = recorded.data() + 2 * begin;
+    return !std::equal(period, period + 2 * kLong, period - 2 * kLong);
+  };
+  const auto rests_after = [&](size_t begin) {
+    return wait_until([&] {
+      const size_t end = ears.recorded_frames();
+      return end > begin + 2 * kLong && sounds(recorded[2 * end - 1]) && !changes(end - kLong);
+    });
+  };
+  ASSERT_TRUE(rests_after(0));
+  std::vector<size_t> delays;  // from the message to the first frame that follows it
+  for (size_t turn = 0; turn < kTurns; ++turn) {
+    const std::string angle = turn % 2 == 0 ? "90" : "-90";
+    size_t begin = ears.recorded_frames();
+    const std::string send = "oscsend 127.0.0.1 " + port + " /ypr fff " + angle + " 0 0";
+    ASSERT_EQ(0, std::system(send.c_str()));
+    const size_t sent = ears.now();
+    for (;; begin += kLong) {
+      ASSERT_TRUE(wait_until([&] { return ears.recorded_frames() >= begin + kLong; }));
+      if (changes(begin)) break;
+    }
+    delays.push_back(begin > sent ? begin - sent : 0);
+    ASSERT_TRUE(rests_after(begin));
+    const size_t end = ears.recorded_frames();
+    const double left = energy(recorded, 0, end - kLong, end);
+    const double right = energy(recorded, 1, end - kLong, end);
+    EXPECT_GT(turn % 2 == 0 ? right / left : left / right, 2.0) << angle;
+  }
+  std::sort(delays.begin(), delays.end());
+  std::printf("delays of %zu to %zu frames at a period of %zu\n", delays.front(), delays.back(),
+              kLong);
+  EXPECT_LE(delays[kTurns / 2], kLong);  // on a busy machine one may be late
+}
+
+TEST_F(LiveProgramTest, RefusesWithOneLine) {
+  write_bed("5.1", 48000);
+  const auto expect = [&](ChildProcess& live, int status, const std::string& reason) {
+    EXPECT_EQ(status, live.wait()) << reason;
+    const std::string errors = text("errors");
+    EXPECT_EQ(0u, errors.find("orvane-live: " + reason)) << errors;
+    EXPECT_EQ(errors.size() - 1, errors.find('\n')) << errors;
+  };
+  const std::string bed = "bed.wav --osc-port 0";
+  expect(*start(bed), 1, "JACK server " + server_ + ": is not running");
+  expect(*start("none.wav"), 1, "none.wav: No such file or directory");
+  expect(*start(""), 2, "--layout: is needed without a BED");
+  ASSERT_NO_FATAL_FAILURE(start_server(kPeriod, 44100));
+  expect(*start(bed), 1, "JACK server " + server_ + ": runs at 44100 Hz");
+  stop_server();
+
+  ASSERT_NO_FATAL_FAILURE(start_server(kPeriod));
+  const std::string port = play("bed.wav --loop");
+  const auto second = [&] { return start("bed.wav --osc-port " + port); };
+  expect(*second(), 1, "OSC port " + port + ": another program has it");
+  live_->terminate();
+  EXPECT_EQ(0, live_->wait());
+  play("--layout 7.1.4");
+  stop_server();
+  expect(*live_, 1, "JACK server " + server_ + ": has gone");
+}
+
+}  // namespace
+}  // namespace live

@@ -1,0 +1,84 @@
+#include "tools/live/options.h"
+
+#include <CLI/CLI.hpp>
+
+#include "tools/render/room_options.h"
+#include "tools/render/shared_options.h"
+
+namespace live {
+namespace {
+
+constexpr int kOscPort = 9000;
+
+constexpr char kDescription[] =
+    "Renders a loudspeaker bed (5.1 to 22.2) for headphones through JACK, with a head that is\n"
+    "turned over OSC. Plays the file BED; without it, takes the bed from input ports.";
+
+constexpr char kOscHelp[] = R"(OSC messages, numbers of any type:
+  /ypr YAW PITCH ROLL           the head's pose, as above
+  /yaw YAW, /pitch PITCH, /roll ROLL
+  /quaternions W X Y Z          the head's turn in the room frame
+  /SceneRotator/ypr and the others with /SceneRotator before them
+                                a turn of the scene: the inverse of the head's,
+                                or with --invert-scene the head's
+)";
+
+constexpr char kExitHelp[] =
+    R"(Exit status: 0 the bed has ended or the program was told to (Ctrl-C), 1 a file,
+the library, the OSC port or the JACK server failed, 2 wrong command line.)";
+
+void add_bed(CLI::App* app, Options* options) {
+  CLI::Option* bed =
+      app->add_option("BED", options->bed, "wav, w64, rf64, caf or flac")->type_name("");
+  app->add_flag("--loop", options->loop, "Play the file again and again")->needs(bed);
+}
+
+void add_osc(CLI::App* app, Options* options) {
+  app->add_option("--osc-port", options->osc_port, "UDP port for head poses; 0: any free one")
+      ->check(CLI::Range(0, 65535).description(""))
+      ->type_name("PORT")
+      ->default_val(kOscPort);
+  app->add_flag_callback(
+      "--invert-scene", [=] { options->scene = SceneMessages::kTurnHead; },
+      "/SceneRotator messages carry the turn of the head");
+}
+
+void add_jack(CLI::App* app, Options* options) {
+  app->add_option("--name", options->name, "Name of the JACK client")
+      ->type_name("NAME")
+      ->default_val("orvane-live");
+  app->add_option("--server", options->server, "Name of the JACK server")->type_name("NAME");
+  app->add_flag_callback(
+      "--no-connect", [=] { options->connect = false; }, "Leave the outputs unconnected");
+}
+
+}  // namespace
+
+std::optional<Options> options_parse(int argc, char** argv, int* exit_status) {
+  Options options;
+  CLI::App app(kDescription, "orvane-live");
+  app.footer(std::string(render::kChannelsHelp) + "\n" + render::kPoseHelp + "\n" + kOscHelp +
+             "\n" + render::kRoomOptionsHelp + "\n" + kExitHelp);
+  add_bed(&app, &options);
+  render::channel_options_add(&app, &options.channels);
+  render::pose_option_add(&app, &options.pose, "Head pose until the first message,");
+  add_osc(&app, &options);
+  render::room_options_add(&app, &options.settings);
+  render::decibels_option_add(&app, "--gain", &options.gain_db, "Gain of both ears");
+  render::decibels_option_add(&app, "--lfe-gain", &options.channels.lfe_gain_db,
+                              "Gain of the LFE channels");
+  add_jack(&app, &options);
+  render::program_options_add(&app, &options.library, &options.verbose,
+                              "the logs of effect and JACK, and ignored OSC messages");
+  app.callback([&options] {
+    if (options.bed.empty() && options.channels.layout.empty()) {
+      throw CLI::ValidationError("--layout", "is needed without a BED");
+    }
+  });
+  const std::optional<int> ended = render::options_parse_line(&app, argc, argv, options.settings);
+  if (!ended) return options;
+  *exit_status = *ended;
+  return std::nullopt;
+}
+
+}  // namespace live

@@ -1,0 +1,36 @@
+// The command line of orvane-live.
+#ifndef ORVANE_TOOLS_LIVE_OPTIONS_H_
+#define ORVANE_TOOLS_LIVE_OPTIONS_H_
+
+#include <optional>
+#include <string>
+
+#include "tools/live/head_messages.h"
+#include "tools/render/channel_map.h"
+#include "tools/render/pose.h"
+#include "tools/render/settings.h"
+
+namespace live {
+
+struct Options {
+  std::string bed;  // empty: input ports
+  bool loop = false;
+  render::ChannelRequest channels;
+  std::optional<render::Pose> pose;
+  render::Settings settings;  // of room and reverb
+  double gain_db = 0.0;
+  int osc_port = 0;
+  SceneMessages scene = SceneMessages::kTurnScene;
+  std::string name;    // of the client
+  std::string server;  // empty: the default one
+  bool connect = true;
+  std::string library;  // empty: search for it
+  bool verbose = false;
+};
+
+// As render::options_parse.
+std::optional<Options> options_parse(int argc, char** argv, int* exit_status);
+
+}  // namespace live
+
+#endif  // ORVANE_TOOLS_LIVE_OPTIONS_H_

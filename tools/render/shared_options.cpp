@@ -1,0 +1,102 @@
+#include "tools/render/shared_options.h"
+
+#include <cstdio>
+
+#include "tools/render/failure.h"
+
+#ifndef ORVANE_VERSION
+#define ORVANE_VERSION "unknown"
+#endif
+
+namespace render {
+
+const char kChannelsHelp[] = R"(Channels:
+  The file's channel map names the layout and places each channel, whatever its
+  order. 5.1 with side instead of back channels is 5.1; 5.1 with top front
+  channels is 5.1.2. Files without a map, and those whose map has no names for
+  their height channels (5.1.2 with top sides, 22.2), need --layout; their
+  channels are taken in the order of the WAVE_FORMAT_EXTENSIBLE mask bits:
+    FL FR FC LFE BL BR [FLC FRC BC] SL SR [TC] TFL [TFC] TFR TBL [TBC] TBR
+  and 22.2 as --file-order says, LFE2 TSL TSR BFC BFL BFR last by default.
+)";
+
+const char kPoseHelp[] = R"(Poses:
+  The room frame is +x ahead, +y left, +z up. Angles are degrees, right-handed
+  about the head's own axes, in this order: YAW about +z (positive: head turned
+  to the left), PITCH about +y (positive: nose down), ROLL about +x (positive:
+  towards the right shoulder).
+    90,0,0    head turned to the left: a front source is at the right ear
+    0,-90,0   face up: a front source is below, towards the chin
+    0,0,90    leaning to the right: a source at the right is above
+)";
+
+namespace {
+
+constexpr int kUsageStatus = 2;
+constexpr double kMaxGainDb = 120.0;
+
+std::map<std::string, std::string> layout_names() {
+  std::map<std::string, std::string> names;
+  for (const Layout& layout : layouts()) names[layout.name] = layout.name;
+  return names;
+}
+
+}  // namespace
+
+void decibels_option_add(CLI::App* app, const std::string& name, double* decibels,
+                         const std::string& help) {
+  app->add_option(name, *decibels, help)
+      ->check(CLI::Range(-kMaxGainDb, kMaxGainDb).description(""))
+      ->type_name("DB");
+}
+
+void channel_options_add(CLI::App* app, ChannelRequest* channels) {
+  choice_option_add(app, "--layout", &channels->layout, layout_names(), "What the channels are");
+  choice_option_add(app, "--file-order", &channels->file_order,
+                    std::map<std::string, FileOrder>{{"ffmpeg", FileOrder::kFfmpeg},
+                                                     {"android", FileOrder::kAndroid},
+                                                     {"bs2051", FileOrder::kBs2051}},
+                    "Channel order of a 22.2 file; default ffmpeg");
+  choice_option_add(app, "--order", &channels->input_order,
+                    std::map<std::string, InputOrder>{{"label", InputOrder::kLabel},
+                                                      {"device", InputOrder::kDevice}},
+                    "22.2: label (default) puts each channel where its name says; device feeds\n"
+                    "the effect in the platform's order and is heard as on a device");
+}
+
+CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std::string& help) {
+  const auto parse = [pose](const std::string& text) {
+    *pose = pose_parse(text);
+    if (!*pose) throw CLI::ValidationError("--pose", text + " is no YAW,PITCH,ROLL in degrees");
+  };
+  return app->add_option_function<std::string>("--pose", parse, help + " in degrees (see below)")
+      ->type_name("YAW,PITCH,ROLL");
+}
+
+void program_options_add(CLI::App* app, std::string* library, bool* verbose,
+                         const std::string& shows) {
+  app->add_option("--library", *library,
+                  "Effect library; default next to this program, then as installed")
+      ->type_name("PATH");
+  app->add_flag("--verbose", *verbose, "Show " + shows);
+  app->set_version_flag("--version", app->get_name() + " " ORVANE_VERSION);
+}
+
+std::optional<int> options_parse_line(CLI::App* app, int argc, char** argv,
+                                      const Settings& settings) {
+  app->failure_message([](const CLI::App* failed, const CLI::Error& error) {
+    return failed->get_name() + ": " + error.what() + " (see --help)\n";
+  });
+  try {
+    app->parse(argc, argv);
+    settings.check();
+  } catch (const CLI::ParseError& error) {
+    return app->exit(error) == 0 ? 0 : kUsageStatus;
+  } catch (const BadText& bad) {
+    std::fprintf(stderr, "%s: %s (see --help)\n", app->get_name().c_str(), bad.what());
+    return kUsageStatus;
+  }
+  return std::nullopt;
+}
+
+}  // namespace render
