@@ -64,6 +64,13 @@ uint32_t make_delay_lines(ubr_reflections_t* r, uint32_t longest, uint32_t max_f
   return r->delay_lines ? UBR_OK : UBR_NO_MEMORY;
 }
 
+// Lines that a mode left behind when it was switched off: a reset counts on each to hold a block.
+void drop_short_delay_lines(ubr_reflections_t* r, uint32_t max_frame_size) {
+  if (r->delay_line_length >= max_frame_size) return;
+  release(r->delay_lines);
+  r->delay_line_length = r->num_delay_lines = r->write_index = 0;
+}
+
 void release_block_buffers(ubr_reflections_t* r) {
   ubr_free_float_matrix(r->reflection_buffers, r->reflection_count);
   r->reflection_buffers = nullptr;
@@ -172,7 +179,10 @@ uint32_t reflections_init(ubr_reflections_t* r) {
 uint32_t reflections_compute(ubr_reflections_t* r, const ambisonics_base_t* ambisonics,
                              uint32_t max_frame_size) {
   r->ready = 0;
-  if (r->reflections_mode == 0) return UBR_OK;
+  if (r->reflections_mode == 0) {
+    drop_short_delay_lines(r, max_frame_size);
+    return UBR_OK;
+  }
   if (!r->reflections_encoder || !ambisonics) return UBR_MISSING;
   if (r->reflections_mode > REFLECTIONS_MAX_MODE) return UBR_INVALID;
   if (num_loudspeakers(*r) > ambisonics->num_channels) return UBR_INVALID;

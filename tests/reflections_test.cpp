@@ -172,6 +172,17 @@ TEST(ReflectionsTest, ALargerLayoutNeedsMoreDelayLinesOfTheSameLength) {
   EXPECT_TRUE(std::isfinite(peak(test.process(planar_noise(25, 4000, 1))[24])));
 }
 
+TEST(ReflectionsTest, AResetAfterGrowingWhileTheyAreOffMeetsNoShortLines) {
+  Reflecting test(1);
+  for (uint32_t axis = 0; axis < 3; ++axis) test.set(UBR_REFLECTIONS_ROOM_X + axis, 1.0f);
+  test.reflect(1);
+  ASSERT_GT(1024u, test.reflections->delay_line_length);
+  test.reflect(0);
+  ASSERT_EQ(UBR_OK, ubr_set_max_frame_size(&test.r, 1024));
+  test.set(UBR_REFLECTIONS_MODE, 1.0f);
+  EXPECT_EQ(UBR_OK, ubr_reset(&test.r));
+}
+
 TEST(ReflectionsModeTest, NothingRendersBetweenAModeAndItsCompute) {
   Reflecting test(0);
   ubr_t* r = &test.r;

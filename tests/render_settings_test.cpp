@@ -69,6 +69,7 @@ TEST(TextFileTest, RefusesALineByItsNumber) {
       {read_trajectory, "time,yaw,pitch,roll\n0,0,0,nan\n", ":2: expected 4 numbers"},
       {read_trajectory, "time,rx,ry,rz\n0,0,0,0\n#\n0,1,0,0\n", ":4: time 0 does not follow 0"},
       {read_trajectory, "time,qw,qx,qy,qz\n0,1,1,0,0\n", ":2: the quaternion has length 1.41421"},
+      {read_trajectory, "time,rx,ry,rz\n0,1.7e308,1.7e308,0\n", ":2: the rotation vector is too"},
       {read_preset, "# fine\nreverb.decay = 0.5 \n", ""},
       {read_preset, "\n reverb.decay = 3", ":2: reverb.decay takes 0 to 2, not 3"},
       {read_preset, "reverb.decay 1\n", ":1: reverb.decay 1 is no NAME=VALUE"},

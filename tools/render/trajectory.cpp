@@ -21,6 +21,13 @@ Rotation from_quaternion(const std::vector<double>& row) {
   return {row[1] / length, row[2] / length, row[3] / length, row[4] / length};
 }
 
+Rotation from_rotation_vector(const std::vector<double>& row) {
+  if (!std::isfinite(std::hypot(row[1], row[2], row[3]))) {
+    throw BadText("the rotation vector is too long");
+  }
+  return pose_from_head_to_stage({row[1], row[2], row[3]});
+}
+
 }  // namespace
 
 struct Trajectory::Format {
@@ -34,10 +41,7 @@ struct Trajectory::Format {
            return pose_rotation({.yaw_deg = row[1], .pitch_deg = row[2], .roll_deg = row[3]});
          }},
         {{"time", "qw", "qx", "qy", "qz"}, from_quaternion},
-        {{"time", "rx", "ry", "rz"},
-         [](const std::vector<double>& row) {
-           return pose_from_head_to_stage({row[1], row[2], row[3]});
-         }},
+        {{"time", "rx", "ry", "rz"}, from_rotation_vector},
     };
     for (const Format& format : formats) {
       if (text_split(header, ',') == format.columns) return format;

@@ -1,0 +1,17 @@
+// What the runs of the modules share.
+#ifndef ORVANE_FUZZ_MODULE_RUNS_H_
+#define ORVANE_FUZZ_MODULE_RUNS_H_
+
+#include "fuzz/input.h"
+
+constexpr int kMaxSteps = 24;  // of an input: what follows is not looked at
+
+inline uint32_t block_length(Input* input) {
+  return input->below(4) ? input->below(128) : input->below(1100);
+}
+
+// The modules of the room.
+void run_shoebox(Input* input);
+void run_velvet_noise(Input* input);
+
+#endif  // ORVANE_FUZZ_MODULE_RUNS_H_
