@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "base/result.h"
 #include "tests/support/signals.h"
+#include "tools/measure/harmonics.h"
 
 namespace {
 
@@ -23,15 +22,6 @@ struct TestBase {
   }
 };
 
-// SN3D harmonic of degree n and order m in double, from the standard library's Legendre functions.
-double harmonic(int n, int m, double azimuth, double elevation) {
-  const unsigned k = static_cast<unsigned>(std::abs(m));
-  const double norm = std::sqrt((m ? 2.0 : 1.0) * std::tgamma(n - std::abs(m) + 1) /
-                                std::tgamma(n + std::abs(m) + 1));
-  return norm * std::assoc_legendre(static_cast<unsigned>(n), k, std::sin(elevation)) *
-         (m < 0 ? std::sin(k * azimuth) : std::cos(k * azimuth));
-}
-
 TEST(AmbisonicsBeamTest, HoldsTheHarmonicsInAcnOrder) {
   const TestBase base({4, 0, 0, 25});
   for (const double azimuth : {-3.0, -1.2, 0.0, 0.4, 2.1}) {
@@ -40,7 +30,8 @@ TEST(AmbisonicsBeamTest, HoldsTheHarmonicsInAcnOrder) {
           base.beam(static_cast<float>(azimuth), static_cast<float>(elevation), 0.5f);
       for (int n = 0, i = 0; n <= 4; ++n) {
         for (int m = -n; m <= n; ++m, ++i) {
-          EXPECT_NEAR(0.5 * harmonic(n, m, azimuth, elevation), beam[static_cast<size_t>(i)], 1e-6)
+          EXPECT_NEAR(0.5 * measure::harmonic(n, m, azimuth, elevation),
+                      beam[static_cast<size_t>(i)], 1e-6)
               << n << ", " << m << " at " << azimuth << ", " << elevation;
         }
       }

@@ -29,7 +29,7 @@ Side side_of(double azimuth_deg) {
   return lateral > 0.0 ? Side::kLeft : Side::kRight;
 }
 
-bool is_on(Side side, const EarDifference& ears) {
+bool is_on(Side side, const measure::EarDifference& ears) {
   if (side == Side::kMiddle) {
     return std::fabs(ears.level_db) <= kMiddleLevelDb && std::fabs(ears.time_us) <= kMiddleTimeUs;
   }
@@ -58,9 +58,9 @@ std::vector<HeardVoice> hearing_measure(const std::vector<Voice>& voices, const 
     const Voice& voice = voices[i];
     const size_t end = i + 1 < voices.size() ? voices[i + 1].start : voices_length(voices);
     const double head_deg = yaw_deg.value_or(voice.azimuth_deg);
-    heard.push_back(
-        {voice.name, std::remainder(voice.azimuth_deg - head_deg, 360.0),
-         ear_difference_measure(ears.data() + 2 * voice.start, end - voice.start, kRateHz)});
+    heard.push_back({voice.name, std::remainder(voice.azimuth_deg - head_deg, 360.0),
+                     measure::ear_difference_measure(ears.data() + 2 * voice.start,
+                                                     end - voice.start, kRateHz)});
   }
   return heard;
 }

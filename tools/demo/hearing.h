@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "tools/demo/ear_measure.h"
 #include "tools/demo/voices.h"
+#include "tools/measure/ear_measure.h"
 
 namespace demo {
 
 struct HeardVoice {
   std::string name;
   double azimuth_deg;  // of its loudspeaker from the head, positive to the left
-  EarDifference ears;
+  measure::EarDifference ears;
 };
 
 // Measures the rendering `path` for a head turned by `yaw_deg` to the left, or, where that is

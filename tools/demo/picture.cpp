@@ -4,19 +4,23 @@
 #include <cmath>
 
 #include "tools/demo/bed.h"
-#include "tools/demo/decay.h"
-#include "tools/demo/svg.h"
+#include "tools/measure/decay.h"
+#include "tools/measure/svg.h"
 #include "tools/render/text.h"
 
 namespace demo {
 namespace {
+
+using measure::Axis;
+using measure::Chart;
+using measure::Curve;
 
 constexpr double kWidth = 960.0, kHeight = 700.0;
 constexpr double kDecayFloorDb = -70.0;
 constexpr double kReverbAloneS = 0.05;  // the last early reflection has come by then
 constexpr size_t kDecayStep = kRateHz / 500;
 
-const char* ear_style(bool left) { return left ? kStyleLeft : kStyleRight; }
+const char* ear_style(bool left) { return left ? measure::kStyleLeft : measure::kStyleRight; }
 
 // With a sign unless it rounds to nothing.
 std::string signed_text(int decimals, double value) {
@@ -26,7 +30,7 @@ std::string signed_text(int decimals, double value) {
 
 // One bar per voice, in the colour of the ear that it favours.
 Chart difference_chart(const std::string& title, double left, const Axis& y,
-                       const std::vector<HeardVoice>& heard, double EarDifference::*value,
+                       const std::vector<HeardVoice>& heard, double measure::EarDifference::*value,
                        int decimals) {
   const double count = static_cast<double>(heard.size());
   Chart chart(title, left, 60.0, 380.0, 210.0, {"", 0.0, count, 0.0}, y);
@@ -46,7 +50,7 @@ Chart difference_chart(const std::string& title, double left, const Axis& y,
 Curve ear_decay(const std::vector<float>& response, size_t ear) {
   std::vector<float> samples;
   for (size_t i = ear; i < response.size(); i += 2) samples.push_back(response[i]);
-  return decay_curve(samples, kDecayStep, kRateHz);
+  return measure::decay_curve(samples, kDecayStep, kRateHz);
 }
 
 // Up to where the curve leaves the chart.
@@ -71,7 +75,7 @@ Chart decay_chart(const std::vector<float>& response) {
   for (size_t ear = 0; ear < 2; ++ear) {
     chart.line(above_floor(curves[ear]), ear_style(ear == 0));
     chart.legend(render::text_format("%s ear: %.2f s to -60 dB", ear == 0 ? "left" : "right",
-                                     decay_time_s(curves[ear], kReverbAloneS)),
+                                     measure::decay_time_s(curves[ear], kReverbAloneS)),
                  ear_style(ear == 0));
   }
   return chart;
@@ -81,14 +85,14 @@ Chart decay_chart(const std::vector<float>& response) {
 
 void picture_draw(const std::vector<HeardVoice>& heard, const std::vector<float>& response,
                   const std::string& path) {
-  svg_write(path, kWidth, kHeight,
-            {difference_chart("How much louder the left ear hears each voice", 80.0,
-                              {"level, left minus right (dB)", -6.0, 6.0, 2.0}, heard,
-                              &EarDifference::level_db, 1),
-             difference_chart("How much earlier the left ear hears each voice", 540.0,
-                              {"time, right minus left (µs)", -900.0, 900.0, 300.0}, heard,
-                              &EarDifference::time_us, 0),
-             decay_chart(response)});
+  measure::svg_write(path, kWidth, kHeight,
+                     {difference_chart("How much louder the left ear hears each voice", 80.0,
+                                       {"level, left minus right (dB)", -6.0, 6.0, 2.0}, heard,
+                                       &measure::EarDifference::level_db, 1),
+                      difference_chart("How much earlier the left ear hears each voice", 540.0,
+                                       {"time, right minus left (µs)", -900.0, 900.0, 300.0}, heard,
+                                       &measure::EarDifference::time_us, 0),
+                      decay_chart(response)});
 }
 
 }  // namespace demo

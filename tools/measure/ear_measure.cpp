@@ -1,10 +1,10 @@
-#include "tools/demo/ear_measure.h"
+#include "tools/measure/ear_measure.h"
 
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
-namespace demo {
+namespace measure {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
@@ -80,4 +80,4 @@ EarDifference ear_difference_measure(const float* ears, size_t frames, int rate_
           1e6 * peak_lag(left, right, max_lag) / rate_hz};
 }
 
-}  // namespace demo
+}  // namespace measure

@@ -1,10 +1,10 @@
 // What tells a listener left from right: differences in level and time between the ears.
-#ifndef ORVANE_TOOLS_DEMO_EAR_MEASURE_H_
-#define ORVANE_TOOLS_DEMO_EAR_MEASURE_H_
+#ifndef ORVANE_TOOLS_MEASURE_EAR_MEASURE_H_
+#define ORVANE_TOOLS_MEASURE_EAR_MEASURE_H_
 
 #include <cstddef>
 
-namespace demo {
+namespace measure {
 
 struct EarDifference {
   double level_db;  // energy, left minus right
@@ -16,6 +16,6 @@ struct EarDifference {
 // is interpolated between samples. Level and time mean nothing for silence.
 EarDifference ear_difference_measure(const float* ears, size_t frames, int rate_hz);
 
-}  // namespace demo
+}  // namespace measure
 
-#endif  // ORVANE_TOOLS_DEMO_EAR_MEASURE_H_
+#endif  // ORVANE_TOOLS_MEASURE_EAR_MEASURE_H_

@@ -1,9 +1,9 @@
-#include "tools/demo/decay.h"
+#include "tools/measure/decay.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace demo {
+namespace measure {
 
 Curve decay_curve(const std::vector<float>& response, size_t step, int rate_hz) {
   std::vector<double> to_come(response.size() + 1);
@@ -34,4 +34,4 @@ double decay_time_s(const Curve& curve, double from_s) {
   return 60.0 * (end->first - begin->first) / (begin->second - end->second);
 }
 
-}  // namespace demo
+}  // namespace measure
