@@ -12,7 +12,7 @@ import numpy as np
 
 import make_sphere_directions
 from cpp_writer import ROOT
-from hrir import constraints, pipeline, report, sphere, table_file
+from hrir import constraints, measured_ears, pipeline, report, sphere, table_file
 
 DOCUMENT = ROOT / "docs" / "data.md"
 
@@ -50,6 +50,16 @@ def check_hrir():
     yield from missing_lines([report.peaks_line(constraints.main_peaks(table))])
 
 
+def check_measured_ears():
+    """The committed figures of the measured ears are what their generator makes."""
+    rows = measured_ears.make(pipeline.prepare())
+    committed = measured_ears.read()
+    if not np.abs(committed - rows).max() <= measured_ears.TOLERANCE:
+        yield f"{measured_ears.PATH.name} differs from a new run by more than {measured_ears.TOLERANCE}"
+    if measured_ears.PATH.read_text() != measured_ears.render(committed):
+        yield f"{measured_ears.PATH.name} is not as the generator prints its values"
+
+
 def check_limits(quality):
     """Limits that any table has to keep, whatever it is made from."""
     limits = [
@@ -80,7 +90,7 @@ def missing_lines(lines):
 
 
 def main():
-    problems = [*check_directions(), *check_hrir()]
+    problems = [*check_directions(), *check_hrir(), *check_measured_ears()]
     for problem in problems:
         print(f"error: {problem}", file=sys.stderr)
     print("tables differ from what they should be" if problems else "tables are as they should be")
