@@ -50,7 +50,7 @@ class Chart {
 // Styles that `line`, `dot` and, the first two, `bar` take.
 constexpr char kStyleLeft[] = "left";            // the left ear, or the first of several
 constexpr char kStyleRight[] = "right";          // the right ear, or the second
-constexpr char kStyleThird[] = "third";          //
+constexpr char kStyleThird[] = "third";          // the third
 constexpr char kStyleLimit[] = "limit";          // what a figure must not cross
 constexpr char kStyleReference[] = "reference";  // what a figure is compared with
 constexpr char kStyleFaint[] = "faint";          // one of many

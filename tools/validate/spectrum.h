@@ -30,6 +30,7 @@ const ErbLevels& erb_centres_hz();
 // Hearing Research 47, 1990; the skirts are those of a fourth-order gammatone filter).
 ErbLevels erb_powers(const std::vector<float>& response);
 
+// -240 for silence.
 double power_db(double power);
 
 }  // namespace validate

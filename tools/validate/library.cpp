@@ -1,0 +1,20 @@
+#include "tools/validate/library.h"
+
+#include <dlfcn.h>
+
+#include "tools/render/failure.h"
+
+namespace validate {
+
+Library::Library(const std::string& path)
+    : path_(path), handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL), dlclose) {
+  if (!handle_) throw render::Failure(path, "cannot be loaded");
+}
+
+void* Library::symbol(const char* name) const {
+  void* found = dlsym(handle_.get(), name);
+  if (!found) throw render::Failure(path_, std::string("does not export ") + name);
+  return found;
+}
+
+}  // namespace validate
