@@ -53,8 +53,8 @@ def reason_not_to_run(command, ci_lines):
 
 
 def copy_project(scratch):
-    names = subprocess.run(["git", "ls-files"], cwd=kRoot, check=True, capture_output=True, text=True).stdout.split("\n")
-    for name in filter(None, names):
+    names = subprocess.run(["git", "ls-files", "-z"], cwd=kRoot, check=True, capture_output=True, text=True).stdout
+    for name in filter(None, names.split("\0")):
         (scratch / name).parent.mkdir(parents=True, exist_ok=True)
         shutil.copy(kRoot / name, scratch / name)
     if (kRoot / "third_party").exists():  # what scripts/setup would fetch again
