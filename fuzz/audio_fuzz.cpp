@@ -3,9 +3,11 @@
 
 #include "fuzz/input.h"
 #include "fuzz/temporary.h"
+#include "tools/render/audio_reader.h"
+#include "tools/render/bed_source.h"
+#include "tools/render/effect_host.h"
 #include "tools/render/failure.h"
 #include "tools/render/render.h"
-#include "tools/render/render_pass.h"
 
 namespace {
 

@@ -14,6 +14,7 @@
 #include "ambisonics/encoder.h"
 #include "ambisonics/rotator.h"
 #include "base/export.h"
+#include "base/result.h"
 #include "renderer/reflections.h"
 #include "renderer/reverb.h"
 

@@ -1,26 +1,48 @@
 #!/bin/sh
-# An installed tree serves a C program: headers compile as strict C11, and pkg-config and the CMake
-# package both name the library, wherever the tree was put.
-#   $1 build tree   $2 C compiler   $3 C source
+# An installed tree serves programs wherever it was put: every header compiles alone as strict C11 and
+# as C++20, the examples build through pkg-config and through the CMake package, render the same sound
+# on both roads, and every program has a man page that reads without a warning.
+#   $1 build tree   $2 C compiler   $3 C++ compiler   $4 folder of the examples
 set -eu
 prefix=$(mktemp -d)
 trap 'rm -rf "$prefix"' EXIT
+strict="-Wall -Wextra -Wpedantic -Werror"
 
 cmake --install "$1" --prefix "$prefix" >/dev/null
 package=$(dirname "$(find "$prefix" -name orvane.pc)")
-flags=$(PKG_CONFIG_PATH=$package pkg-config --cflags --libs orvane)
-# The flags are a list of words.
-# shellcheck disable=SC2086
-"$2" -std=c11 -Wall -Wextra -Wpedantic -Werror "$3" -o "$prefix/program" $flags
-LD_LIBRARY_PATH=$(dirname "$package") "$prefix/program"
+export PKG_CONFIG_PATH="$package"
+# The flags are lists of words.
+# shellcheck disable=SC2046,SC2086
+for header in $(cd "$prefix/include/orvane" && find . -name '*.h'); do
+  printf '#include <%s>\nint main(void) { return 0; }\n' "$header" >"$prefix/alone.c"
+  "$2" -std=c11 $strict -fsyntax-only $(pkg-config --cflags orvane) "$prefix/alone.c"
+  "$3" -std=c++20 $strict -fsyntax-only $(pkg-config --cflags orvane) -x c++ "$prefix/alone.c"
+done
 
-cat >"$prefix/CMakeLists.txt" <<EOF
-cmake_minimum_required(VERSION 3.25)
-project(installed_use LANGUAGES C)
-find_package(orvane REQUIRED)
-add_executable(installed_use $3)
-target_link_libraries(installed_use PRIVATE orvane::orvane)
-EOF
-cmake -G Ninja -S "$prefix" -B "$prefix/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$2" >/dev/null
+# shellcheck disable=SC2046,SC2086
+"$2" -std=c11 $strict "$4/renderer.c" -o "$prefix/renderer" $(pkg-config --cflags --libs orvane) -lm
+LD_LIBRARY_PATH=$(dirname "$package") "$prefix/renderer" "$prefix/pkg_config.wav"
+
+cmake -G Ninja -S "$4" -B "$prefix/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$2" \
+  -DCMAKE_CXX_COMPILER="$3" -DCMAKE_CXX_FLAGS="$strict" >/dev/null
 cmake --build "$prefix/build" >/dev/null
-"$prefix/build/installed_use"
+"$prefix/build/renderer" "$prefix/renderer.wav"
+"$prefix/build/effect_host" "$(find "$prefix" -name liborvane.so)" "$prefix/effect_host.wav"
+cmp "$prefix/pkg_config.wav" "$prefix/renderer.wav"
+cmp "$prefix/renderer.wav" "$prefix/effect_host.wav"
+python3 - "$prefix/renderer.wav" <<END
+# Front and back pair from the head turned by 30 degrees to the left: who is louder in the left ear?
+import array, sys
+ears = array.array("f", open(sys.argv[1], "rb").read()[44:])
+def leans_left(turn, factor=1.2):
+    begin, end = turn * 48000, (turn + 1) * 48000  # half seconds of two samples
+    left, right = (sum(x * x for x in ears[begin + ear:end:2]) for ear in (0, 1))
+    return left > factor * right
+assert [leans_left(turn) for turn in (0, 1, 2, 4, 5)] == [True, False, False, True, False]
+END
+
+for program in "$prefix"/bin/*; do
+  page=$prefix/share/man/man1/$(basename "$program").1.gz
+  complaints=$(man --warnings --local-file "$page" 2>&1 >/dev/null)
+  [ -z "$complaints" ] || { echo "$page: $complaints"; exit 1; }
+done

@@ -22,6 +22,11 @@ namespace {
 
 class RenderProgramTest : public ::testing::Test {
  protected:
+  std::string text_of(const char* name) const {
+    std::stringstream text;
+    text << std::ifstream(path(name)).rdbuf();
+    return text.str();
+  }
   void SetUp() override {
     const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
     folder_ =
@@ -35,16 +40,17 @@ class RenderProgramTest : public ::testing::Test {
 
   // Exit status of the program run in the folder; `errors_` is what it said.
   int run(const std::string& arguments, const std::string& before = "") {
-    std::string command = "cd " + folder_.string() + " && " + before + ORVANE_RENDER_PROGRAM " ";
-    if (arguments.find("--library") == std::string::npos)
-      command += "--library " ORVANE_LIBRARY " ";
-    command += arguments + " >log 2>errors";
-    const int status = std::system(command.c_str());
-    std::stringstream text;
-    text << std::ifstream(path("errors")).rdbuf();
-    errors_ = text.str();
+    std::string command =
+        "cd " + folder_.string() + " && " + before + ORVANE_RENDER_PROGRAM " " + arguments;
+    if (!arguments.starts_with("info") && arguments.find("--library") == std::string::npos)
+      command += " --library " ORVANE_LIBRARY;
+    const int status = std::system((command + " >log 2>errors").c_str());
+    errors_ = text_of("errors");
     return WEXITSTATUS(status);
   }
+
+  // What the last run printed.
+  std::string log() const { return text_of("log"); }
 
   // A float file with the layout's channel map where WAVE has one, else without.
   void write(const char* name, const char* layout, int rate_hz, const std::vector<float>& samples) {
@@ -122,11 +128,13 @@ TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
       {"bed.wav out.wav --param 110=1", 2, "--param: 110 is no parameter"},
       {"bed.wav out.wav --preset attic", 2, "attic is no preset: there is dry, hall, living-room"},
       {"bed.wav", 2, "OUT is required"},
+      {"identify out.wav", 2, "--layout is required"},
+      {"identify out.flac --layout 5.1 --bed", 1, "out.flac: its format cannot name"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(c.status, run(c.arguments, c.before)) << c.arguments;
     EXPECT_NE(errors_.find(c.reason), std::string::npos) << c.arguments << "\n" << errors_;
-    EXPECT_EQ(0u, errors_.find("orvane-render: ")) << errors_;
+    EXPECT_EQ(0u, errors_.find("orvane-render")) << errors_;
     EXPECT_EQ(errors_.size() - 1, errors_.find('\n')) << errors_;
     EXPECT_TRUE(holds_only({"bed.wav", "nan.wav", "long.wav", "log", "errors"})) << c.arguments;
   }
@@ -263,27 +271,6 @@ TEST_F(RenderProgramTest, AWallEchoesFromItsDistance) {
   EXPECT_EQ(480u + 255u, read("out.wav").size() / 2);
 }
 
-TEST_F(RenderProgramTest, TheGuidesCommandsRun) {
-  write("bed.wav", "7.1.4", 44100, std::vector<float>(12 * 4410, 0.01f));
-  std::ifstream guide(ORVANE_RENDER_GUIDE);
-  std::ofstream script(path("guide.sh"));
-  script << "set -eu\norvane-render() { " ORVANE_RENDER_PROGRAM " \"$@\"; }\n";
-  size_t commands = 0;
-  bool shown = false;
-  for (std::string line; std::getline(guide, line);) {
-    if (line.starts_with("```")) {
-      shown = line == "```sh";
-    } else if (shown) {
-      script << line << "\n";
-      commands += line.starts_with("orvane-render ") ? 1 : 0;
-    }
-  }
-  script.close();
-  EXPECT_GT(commands, 8u);
-  const std::string in_folder = "cd " + folder_.string() + " && ";
-  EXPECT_EQ(0, std::system((in_folder + "bash guide.sh >log 2>&1 || (cat log; false)").c_str()));
-}
-
 // One impulse per channel, one after the other.
 TEST_F(RenderProgramTest, EveryChannelOf22_2IsHeardOnItsSide) {
   constexpr size_t kSpacing = 1024;
@@ -307,6 +294,73 @@ TEST_F(RenderProgramTest, EveryChannelOf22_2IsHeardOnItsSide) {
   EXPECT_EQ(0u, misplaced("", ffmpeg));
   EXPECT_EQ(0u, misplaced("--file-order bs2051", bs2051));
   EXPECT_GT(misplaced("--order device", ffmpeg), 0u);
+}
+
+// The table says what the ears hear.
+TEST_F(RenderProgramTest, IdentifySoundsWhenAndWhereItSays) {
+  const struct {
+    const char* layout;
+    size_t lines;
+  } cases[] = {{"5.1.2", 8}, {"22.2", 24}};
+  for (const auto& c : cases) {
+    const std::string layout = std::string(" --layout ") + c.layout;
+    ASSERT_EQ(0, run("identify who.wav --dry" + layout)) << errors_;
+    const std::string table = log();
+    const std::vector<float> ears = read("who.wav");
+    std::istringstream lines(table);
+    std::string line;
+    std::getline(lines, line);
+    size_t count = 0;
+    for (; std::getline(lines, line) && !line.empty(); ++count) {
+      const size_t begin = static_cast<size_t>(std::stod(line) * 48000.0);
+      const double left = energy(ears, 0, begin, begin + 48000);
+      const double right = energy(ears, 1, begin, begin + 48000);
+      EXPECT_GT(left + right, 1.0) << line;
+      const std::string azimuth = line.substr(45, 9);
+      const double to_left = azimuth.ends_with(" -") ? 0.0 : std::sin(std::stod(azimuth) / 57.3);
+      const char* side = left > 1.5 * right ? "left" : right > 1.5 * left ? "right" : "middle";
+      EXPECT_STREQ(to_left > 0.1 ? "left" : -to_left > 0.1 ? "right" : "middle", side) << line;
+    }
+    EXPECT_EQ(c.lines, count);
+    ASSERT_EQ(0, run("identify bed.wav --bed" + layout)) << errors_;
+    ASSERT_EQ(0, run("bed.wav ears.wav --dry" + layout)) << errors_;
+    EXPECT_EQ(ears, read("ears.wav"));
+  }
+}
+
+TEST_F(RenderProgramTest, InfoTellsWhatARenderingWouldDo) {
+  std::vector<float> bed(6 * 4410);
+  bed[6 * 4000 + 1] = 0.5f;
+  write("bed.wav", "5.1", 44100, bed);
+  bed[6 * 4400] = std::numeric_limits<float>::infinity();
+  write("inf.wav", "5.1", 48000, bed);
+  write("bed22.wav", "22.2", 48000, std::vector<float>(24 * 48));
+  const struct {
+    const char* arguments;
+    int status;
+    std::vector<const char*> lines;
+  } cases[] = {
+      {"bed.wav",
+       0,
+       {"bed.wav, WAVEX (Microsoft), 32 bit float\n", "44100 Hz, will be 48000 Hz\n",
+        "0.100 s, 4410 frames\n", "map       FL FR FC LFE BL BR\n", "layout    5.1\n",
+        "      2  FR    FR    front right                -45          0   -6.0 dBFS\n",
+        "      4  LFE   LFE   low frequencies              -          -      silent\n"}},
+      {"inf.wav", 1, {"refused   inf.wav: sample is not a finite number: frame 4400, channel 1"}},
+      {"bed22.wav",
+       1,
+       {"map       none\n", "refused   bed22.wav: has no channel map (24 channels)"}},
+      {"bed22.wav --layout 22.2 --file-order bs2051",
+       0,
+       {"     10  ?     LFE2  low frequencies 2"}},
+      {"bed.wav --layout 7.1", 1, {"refused   bed.wav: 6 channels, but --layout 7.1 has 8\n"}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.status, run(std::string("info ") + c.arguments)) << errors_;
+    for (const char* line : c.lines) {
+      EXPECT_NE(log().find(line), std::string::npos) << line << "\nin\n" << log();
+    }
+  }
 }
 
 }  // namespace

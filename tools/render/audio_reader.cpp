@@ -31,6 +31,13 @@ SNDFILE* open_audio(const std::string& path, SF_INFO* info) {
   return file;
 }
 
+std::string format_name(int format) {
+  SF_FORMAT_INFO info = {};
+  info.format = format;
+  sf_command(nullptr, SFC_GET_FORMAT_INFO, &info, sizeof(info));
+  return info.name ? info.name : "unknown format";
+}
+
 std::vector<Speaker> read_speakers(SNDFILE* file, size_t channels) {
   std::vector<int> map(channels, SF_CHANNEL_MAP_INVALID);
   sf_command(file, SFC_GET_CHANNEL_MAP_INFO, map.data(), static_cast<int>(channels * sizeof(int)));
@@ -44,6 +51,11 @@ AudioReader::AudioReader(const std::string& path)
   if (frames() == 0) throw Failure(path, "holds no audio");
   if (info_.frames == SF_COUNT_MAX) throw Failure(path, "does not say how long it is");
   speakers_ = read_speakers(file_.get(), channels());
+}
+
+std::string AudioReader::format() const {
+  return format_name(info_.format & SF_FORMAT_TYPEMASK) + ", " +
+         format_name(info_.format & SF_FORMAT_SUBMASK);
 }
 
 size_t AudioReader::read(float* frames, size_t count) {

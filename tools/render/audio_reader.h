@@ -24,6 +24,9 @@ class AudioReader {
   int sample_rate_hz() const { return info_.samplerate; }
   uint64_t frames() const { return static_cast<uint64_t>(info_.frames); }
 
+  // In libsndfile's words: "WAV (Microsoft), 32 bit float".
+  std::string format() const;
+
   // One per channel; all kUnknown where the file has no channel map.
   const std::vector<Speaker>& speakers() const { return speakers_; }
 

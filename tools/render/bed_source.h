@@ -1,4 +1,4 @@
-// The bed as the effect wants it: the file's frames at the effect's rate, in the effect's order.
+// The bed of an audio file.
 #ifndef ORVANE_TOOLS_RENDER_BED_SOURCE_H_
 #define ORVANE_TOOLS_RENDER_BED_SOURCE_H_
 
@@ -8,23 +8,20 @@
 #include <vector>
 
 #include "tools/render/audio_reader.h"
+#include "tools/render/bed.h"
 #include "tools/render/channel_map.h"
 #include "tools/render/resampler.h"
 
 namespace render {
 
-class BedSource {
+class BedSource final : public Bed {
  public:
   // Keeps references to both, which must outlive it.
   BedSource(AudioReader& reader, const ChannelPlan& plan);
-  BedSource(const BedSource&) = delete;
-  BedSource& operator=(const BedSource&) = delete;
 
-  // Length at the effect's rate; a frame more or less after resampling.
-  uint64_t expected_frames() const;
-
-  // Fills `bed` with interleaved frames; fewer than `count` only at the end. Throws Failure.
-  size_t read(float* bed, size_t count);
+  const Layout& layout() const override { return *plan_.layout; }
+  uint64_t expected_frames() const override;
+  size_t read(float* bed, size_t count) override;
 
  private:
   AudioReader& reader_;

@@ -1,10 +1,13 @@
-// orvane-render: renders a loudspeaker bed for headphones. See options.cpp for its command line.
+// orvane-render: renders a loudspeaker bed for headphones, and tells about beds. See options.cpp
+// for its command line.
 #include <cstdio>
 #include <exception>
 #include <iostream>
 
 #include "tools/render/failure.h"
 #include "tools/render/host_log.h"
+#include "tools/render/identify.h"
+#include "tools/render/info.h"
 #include "tools/render/interrupt.h"
 #include "tools/render/options.h"
 #include "tools/render/render.h"
@@ -16,8 +19,16 @@ int main(int argc, char** argv) {
     if (!options) return exit_status;
     render::host_log_set_verbose(options->verbose);
     render::interrupt_install();
-    render::report_print(std::cout, render::render_file(*options));
-    return 0;
+    switch (options->job) {
+      case render::Job::kRender:
+        render::report_print(std::cout, render::render_file(*options));
+        return 0;
+      case render::Job::kIdentify:
+        render::identify_run(std::cout, *options);
+        return 0;
+      case render::Job::kInfo:
+        return render::info_run(std::cout, *options) ? 0 : 1;
+    }
   } catch (const render::Interrupted& interrupted) {
     render::interrupt_die(interrupted.signal);
   } catch (const std::exception& failure) {  // Failure, or the memory has run out

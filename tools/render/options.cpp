@@ -11,7 +11,17 @@ namespace render {
 namespace {
 
 constexpr char kDescription[] =
-    "Renders a loudspeaker bed (5.1 to 22.2) for headphones with the Spatializer effect.";
+    "Renders a loudspeaker bed (5.1 to 22.2) for headphones with the Spatializer effect.\n"
+    "`orvane-render identify` lets one loudspeaker sound after the other, and\n"
+    "`orvane-render info` tells what is in a file; each has its own --help. A file of\n"
+    "such a name is ./identify or ./info.";
+
+constexpr char kIdentifyDescription[] =
+    "Lets one loudspeaker of a layout sound after the other, renders that for headphones and\n"
+    "prints what sounds when, from where: degrees to the left and upwards.";
+
+constexpr char kInfoDescription[] =
+    "Tells what orvane-render would do with a file, and what it would refuse.";
 
 constexpr char kTrajectoryHelp[] =
     R"(  A trajectory is a CSV file; its first line says what its columns are:
@@ -28,7 +38,19 @@ constexpr char kLevelsHelp[] = R"(Levels:
   --normalize renders twice: first to find the peak, which then becomes -1 dBFS
   before --gain. Float files keep what is beyond full scale, others clip it;
   with --fail-on-clip there is no OUT then, and the exit status is 1.
+)";
 
+constexpr char kIdentifyHelp[] = R"(Sounds:
+  Three bursts of noise per loudspeaker, of a 60 Hz tone per LFE, in the order of
+  a file's channels. With --bed OUT is .wav, .rf64 or .caf; for 5.1.2 and 22.2,
+  whose channels have no names there, orvane-render will ask for --layout.
+)";
+
+constexpr char kInfoHelp[] = R"(
+Exit status: 0 it would be rendered, 1 it would be refused (the last line says
+why) or cannot be read, 2 wrong command line.)";
+
+constexpr char kExitHelp[] = R"(
 Exit status: 0 rendered, 1 a file or the library failed, 2 wrong command line.
 OUT appears only when it is complete; an earlier OUT is then replaced.)";
 
@@ -42,16 +64,17 @@ void add_head(CLI::App* app, Options* options) {
 void add_levels(CLI::App* app, Options* options) {
   decibels_option_add(app, "--gain", &options->gain_db, "Gain of both ears");
   app->add_flag("--normalize", options->normalize, "Bring the peak to -1 dBFS first");
-  decibels_option_add(app, "--lfe-gain", &options->channels.lfe_gain_db,
-                      "Gain of the LFE channels");
   app->add_flag("--fail-on-clip", options->fail_on_clip, "Refuse what exceeds full scale");
 }
 
-void add_files(CLI::App* app, Options* options) {
-  app->add_option("IN", options->input, "wav, w64, rf64, caf or flac, at any sample rate")
+void add_input(CLI::App* app, const std::string& name, Options* options) {
+  app->add_option(name, options->input, "wav, w64, rf64, caf or flac, at any sample rate")
       ->type_name("")
       ->required();
-  app->add_option("OUT", options->output, "stereo at 48 kHz: .wav, .w64, .rf64, .caf or .flac")
+}
+
+void add_output(CLI::App* app, const std::string& what, Options* options) {
+  app->add_option("OUT", options->output, what + ": .wav, .w64, .rf64, .caf or .flac")
       ->type_name("")
       ->required();
   choice_option_add(app, "--format", &options->sample_format,
@@ -68,19 +91,58 @@ void add_program(CLI::App* app, Options* options) {
   program_options_add(app, &options->library, &options->verbose, "the effect's log");
 }
 
+// How the bed is rendered, whatever it is.
+void add_rendering(CLI::App* app, Options* options) {
+  add_head(app, options);
+  room_options_add(app, &options->settings);
+  add_levels(app, options);
+  add_program(app, options);
+}
+
+void add_render(CLI::App* app, Options* options) {
+  app->description(kDescription);
+  app->footer(std::string(kChannelsHelp) + "\n" + kPoseHelp + kTrajectoryHelp + "\n" +
+              kRoomOptionsHelp + "\n" + kLevelsHelp + kExitHelp);
+  add_input(app, "IN", options);
+  add_output(app, "stereo at 48 kHz", options);
+  channel_options_add(app, &options->channels);
+  decibels_option_add(app, "--lfe-gain", &options->channels.lfe_gain_db,
+                      "Gain of the LFE channels");
+  add_rendering(app, options);
+}
+
+void add_identify(CLI::App* app, Options* options) {
+  options->job = Job::kIdentify;
+  app->description(kIdentifyDescription);
+  app->footer(std::string(kIdentifyHelp) + "\n" + kPoseHelp + kTrajectoryHelp + "\n" +
+              kRoomOptionsHelp + "\n" + kLevelsHelp + kExitHelp);
+  add_output(app, "stereo, or with --bed the bed, at 48 kHz", options);
+  layout_option_add(app, &options->channels.layout, "Whose loudspeakers")->required();
+  app->add_flag("--bed", options->bed_only, "Write the bed and do not render it");
+  add_rendering(app, options);
+}
+
+void add_info(CLI::App* app, Options* options) {
+  options->job = Job::kInfo;
+  app->description(kInfoDescription);
+  app->footer(std::string(kChannelsHelp) + kInfoHelp);
+  add_input(app, "FILE", options);
+  channel_options_add(app, &options->channels);
+  version_option_add(app);
+}
+
 }  // namespace
 
 std::optional<Options> options_parse(int argc, char** argv, int* exit_status) {
   Options options;
-  CLI::App app(kDescription, "orvane-render");
-  app.footer(std::string(kChannelsHelp) + "\n" + kPoseHelp + kTrajectoryHelp + "\n" +
-             kRoomOptionsHelp + "\n" + kLevelsHelp);
-  add_files(&app, &options);
-  channel_options_add(&app, &options.channels);
-  add_head(&app, &options);
-  room_options_add(&app, &options.settings);
-  add_levels(&app, &options);
-  add_program(&app, &options);
+  const std::string verb = argc > 1 ? argv[1] : "";
+  const bool has_verb = verb == "identify" || verb == "info";
+  CLI::App app("", has_verb ? "orvane-render " + verb : "orvane-render");
+  (verb == "identify" ? add_identify : verb == "info" ? add_info : add_render)(&app, &options);
+  if (has_verb) {
+    --argc;
+    ++argv;
+  }
   const std::optional<int> ended = options_parse_line(&app, argc, argv, options.settings);
   if (!ended) return options;
   *exit_status = *ended;

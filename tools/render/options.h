@@ -13,7 +13,14 @@
 
 namespace render {
 
+enum class Job {
+  kRender,    // IN OUT
+  kIdentify,  // identify --layout NAME OUT
+  kInfo,      // info FILE
+};
+
 struct Options {
+  Job job = Job::kRender;
   std::string input;
   std::string output;
   std::string library;  // empty: search for it
@@ -25,6 +32,7 @@ struct Options {
   double gain_db = 0.0;
   bool normalize = false;
   bool fail_on_clip = false;
+  bool bed_only = false;  // identify: OUT is the bed itself
   size_t block_frames = 0;
   bool verbose = false;
 };

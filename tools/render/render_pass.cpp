@@ -20,14 +20,12 @@ double seconds(uint64_t frames) { return static_cast<double>(frames) / kEffectRa
 
 }  // namespace
 
-RenderPass::RenderPass(const Options& options)
+RenderPass::RenderPass(const Options& options, Bed& bed)
     : options_(options),
-      reader_(options.input),
-      plan_(channel_plan_make(options.input, reader_.speakers(), options.channels)),
-      source_(reader_, plan_),
+      source_(bed),
       trajectory_(read_trajectory(options.trajectory)),
-      effect_(effect_library_find(options.library), plan_.layout->mask),
-      bed_(options.block_frames * reader_.channels()),
+      effect_(effect_library_find(options.library), bed.layout().mask),
+      bed_(options.block_frames * bed.layout().rows.size()),
       ears_(options.block_frames * 2) {
   settings_send(options.settings, &effect_);
   settle_head();
@@ -38,7 +36,7 @@ uint64_t RenderPass::expected_frames() const {
 }
 
 // The effect fades over to a new pose within one block. A silent block, dropped, lets the first
-// sample of the recording have the pose already.
+// sample of the bed have the pose already.
 void RenderPass::settle_head() {
   if (!options_.pose && !trajectory_) return;
   const Rotation head = trajectory_ ? trajectory_->at(0.0) : pose_rotation(*options_.pose);
@@ -60,7 +58,7 @@ size_t RenderPass::begin_block() {
 
 uint64_t RenderPass::run(const Sink& sink) {
   Progress progress(expected_frames(), kEffectRateHz);
-  const size_t channels = reader_.channels();
+  const size_t channels = source_.layout().rows.size();
   size_t tail = settings_tail_frames(options_.settings);
   for (;;) {
     interrupt_check();

@@ -1,4 +1,4 @@
-// One passage of a recording through the effect, from its first sample to the end of what sounds
+// One passage of a bed through the effect, from its first sample to the end of what sounds
 // on.
 #ifndef ORVANE_TOOLS_RENDER_RENDER_PASS_H_
 #define ORVANE_TOOLS_RENDER_RENDER_PASS_H_
@@ -9,9 +9,7 @@
 #include <optional>
 #include <vector>
 
-#include "tools/render/audio_reader.h"
-#include "tools/render/bed_source.h"
-#include "tools/render/channel_map.h"
+#include "tools/render/bed.h"
 #include "tools/render/effect_host.h"
 #include "tools/render/options.h"
 #include "tools/render/trajectory.h"
@@ -20,12 +18,9 @@ namespace render {
 
 class RenderPass {
  public:
-  // Opens the recording and sets up an effect of its own, so that passes with the same options
-  // sound the same. Keeps a reference to `options`, which must outlive it. Throws Failure.
-  explicit RenderPass(const Options& options);
-
-  const AudioReader& reader() const { return reader_; }
-  const ChannelPlan& plan() const { return plan_; }
+  // Sets up an effect of its own, so that passes with the same options and bed sound the same.
+  // Keeps references to both, which must outlive it. Throws Failure.
+  RenderPass(const Options& options, Bed& bed);
 
   // Length of what run() delivers; a frame more or less after resampling.
   uint64_t expected_frames() const;
@@ -33,7 +28,7 @@ class RenderPass {
   // Takes `frames` interleaved stereo frames, which it may change.
   using Sink = std::function<void(float* ears, size_t frames)>;
 
-  // Renders block by block, in memory that does not grow with the recording. Returns the frames
+  // Renders block by block, in memory that does not grow with the bed. Returns the frames
   // delivered. Only once. Throws Failure or Interrupted.
   uint64_t run(const Sink& sink);
 
@@ -42,9 +37,7 @@ class RenderPass {
   size_t begin_block();
 
   const Options& options_;
-  AudioReader reader_;
-  ChannelPlan plan_;
-  BedSource source_;
+  Bed& source_;
   std::optional<Trajectory> trajectory_;
   EffectHost effect_;
   std::vector<float> bed_;

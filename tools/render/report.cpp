@@ -30,12 +30,14 @@ void report_measure(EarLevels* levels, const float* ears, size_t frames) {
 
 void report_print(std::ostream& out, const Report& report) {
   const double output_seconds = seconds(report.output_frames, report.output_rate_hz);
-  out << "layout  " << report.layout << "\n"
-      << "input   " << report.input
-      << text_format(", %d Hz, %.3f s", report.input_rate_hz,
-                     seconds(report.input_frames, report.input_rate_hz))
-      << "\n"
-      << "output  " << report.output << ", " << report.output_format
+  out << "layout  " << report.layout << "\n";
+  if (!report.input.empty()) {
+    out << "input   " << report.input
+        << text_format(", %d Hz, %.3f s", report.input_rate_hz,
+                       seconds(report.input_frames, report.input_rate_hz))
+        << "\n";
+  }
+  out << "output  " << report.output << ", " << report.output_format
       << text_format(", %d Hz, %.3f s", report.output_rate_hz, output_seconds) << "\n"
       << text_format("gain    %+.2f dB", report.gain_db) << "\n"
       << "left    " << level_text(report.levels[0]) << "\n"

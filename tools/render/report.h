@@ -23,7 +23,7 @@ void report_measure(EarLevels* levels, const float* ears, size_t frames);
 
 struct Report {
   std::string layout;
-  std::string input;
+  std::string input;  // empty: none, and nothing below of it
   int input_rate_hz = 0;
   uint64_t input_frames = 0;
   std::string output;

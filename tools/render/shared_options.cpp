@@ -50,8 +50,12 @@ void decibels_option_add(CLI::App* app, const std::string& name, double* decibel
       ->type_name("DB");
 }
 
+CLI::Option* layout_option_add(CLI::App* app, std::string* layout, const std::string& help) {
+  return choice_option_add(app, "--layout", layout, layout_names(), help);
+}
+
 void channel_options_add(CLI::App* app, ChannelRequest* channels) {
-  choice_option_add(app, "--layout", &channels->layout, layout_names(), "What the channels are");
+  layout_option_add(app, &channels->layout, "What the channels are");
   choice_option_add(app, "--file-order", &channels->file_order,
                     std::map<std::string, FileOrder>{{"ffmpeg", FileOrder::kFfmpeg},
                                                      {"android", FileOrder::kAndroid},
@@ -73,13 +77,17 @@ CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std
       ->type_name("YAW,PITCH,ROLL");
 }
 
+void version_option_add(CLI::App* app) {
+  app->set_version_flag("--version", app->get_name() + " " ORVANE_VERSION);
+}
+
 void program_options_add(CLI::App* app, std::string* library, bool* verbose,
                          const std::string& shows) {
   app->add_option("--library", *library,
                   "Effect library; default next to this program, then as installed")
       ->type_name("PATH");
   app->add_flag("--verbose", *verbose, "Show " + shows);
-  app->set_version_flag("--version", app->get_name() + " " ORVANE_VERSION);
+  version_option_add(app);
 }
 
 std::optional<int> options_parse_line(CLI::App* app, int argc, char** argv,

@@ -36,11 +36,17 @@ CLI::Option* choice_option_add(CLI::App* app, const std::string& name, Target* t
 void decibels_option_add(CLI::App* app, const std::string& name, double* decibels,
                          const std::string& help);
 
+// --layout.
+CLI::Option* layout_option_add(CLI::App* app, std::string* layout, const std::string& help);
+
 // --layout, --file-order and --order.
 void channel_options_add(CLI::App* app, ChannelRequest* channels);
 
 // --pose. `help` says whose or when.
 CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std::string& help);
+
+// --version.
+void version_option_add(CLI::App* app);
 
 // --library, --verbose and --version. `shows` is what --verbose does.
 void program_options_add(CLI::App* app, std::string* library, bool* verbose,

@@ -2,6 +2,7 @@
 
 #include <sndfile.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace render {
@@ -58,6 +59,40 @@ const char* speaker_name(Speaker speaker) {
                                     "BC",  "SL",  "SR",  "TC",  "TFL", "TFC", "TFR", "TBL", "TBC",
                                     "TBR", "TSL", "TSR", "BFL", "BFC", "BFR", "LFE2"};
   return kNames[static_cast<size_t>(speaker)];
+}
+
+const char* speaker_long_name(Speaker speaker) {
+  constexpr const char* kNames[] = {"unknown",
+                                    "front left",
+                                    "front right",
+                                    "front centre",
+                                    "low frequencies",
+                                    "back left",
+                                    "back right",
+                                    "front left of centre",
+                                    "front right of centre",
+                                    "back centre",
+                                    "side left",
+                                    "side right",
+                                    "top centre",
+                                    "top front left",
+                                    "top front centre",
+                                    "top front right",
+                                    "top back left",
+                                    "top back centre",
+                                    "top back right",
+                                    "top side left",
+                                    "top side right",
+                                    "bottom front left",
+                                    "bottom front centre",
+                                    "bottom front right",
+                                    "low frequencies 2"};
+  return kNames[static_cast<size_t>(speaker)];
+}
+
+bool speakers_have_labels(const std::vector<Speaker>& speakers) {
+  return std::all_of(speakers.begin(), speakers.end(),
+                     [](Speaker speaker) { return label_of(speaker) != SF_CHANNEL_MAP_INVALID; });
 }
 
 std::vector<Speaker> speakers_from_sndfile(const std::vector<int>& channel_map) {

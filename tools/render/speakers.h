@@ -37,6 +37,12 @@ enum class Speaker {
 // Its abbreviation: "FL", "LFE", "TBC".
 const char* speaker_name(Speaker speaker);
 
+// In words: "front left".
+const char* speaker_long_name(Speaker speaker);
+
+// Whether libsndfile can label all of them.
+bool speakers_have_labels(const std::vector<Speaker>& speakers);
+
 // libsndfile's channel map (SF_CHANNEL_MAP_*) as speakers; what it cannot name is kUnknown.
 std::vector<Speaker> speakers_from_sndfile(const std::vector<int>& channel_map);
 

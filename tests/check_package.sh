@@ -1,0 +1,41 @@
+#!/bin/sh
+# The Debian package names all that it needs: with what apt finds for it from nothing, unpacked into an
+# empty root, every program runs there, and so does a C program built from the package's own files.
+# Nothing is installed on this machine. Needs root, for chroot.
+set -eu
+cd "$(dirname "$0")/.."
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+root=$work/root
+
+cmake --preset deb
+cmake --build --preset deb
+rm -f build/deb/*.deb
+cpack --preset deb
+package=$PWD/$(echo build/deb/liborvane_*.deb)
+dpkg-deb --info "$package"
+
+[ "$(dpkg-deb -f "$package" Section)" = sound ]
+mkdir -p "$work/archives/partial" "$root/tmp"
+: >"$work/status"
+[ -n "$(apt-cache policy libsndfile1 | grep -v '(none)' | grep Candidate)" ] || apt-get update -q
+apt-get -qq -y --no-install-recommends --download-only -o Dir::State::status="$work/status" \
+  -o Dir::Cache::archives="$work/archives" -o APT::Sandbox::User=root install "$package"
+for archive in "$work"/archives/*.deb "$package"; do dpkg-deb -x "$archive" "$root"; done
+
+for program in "$root"/usr/bin/orvane-*; do
+  name=$(basename "$program")
+  chroot "$root" "/usr/bin/$name" --version
+  test -f "$root/usr/share/man/man1/$name.1.gz"
+done
+chroot "$root" /usr/bin/orvane-render identify --layout 5.1 /tmp/who.wav
+grep -q 'Redistribution and use' "$root/usr/share/doc/liborvane/copyright"
+
+package_config=$(dirname "$(find "$root" -name orvane.pc)")
+# The flags are a list of words.
+# shellcheck disable=SC2046
+cc -std=c11 examples/renderer.c -o "$root/renderer" \
+  $(PKG_CONFIG_PATH=$package_config pkg-config --cflags --libs orvane) -lm
+chroot "$root" /renderer /tmp/ears.wav
+[ "$(stat -c %s "$root/tmp/ears.wav")" = $((44 + 8 * 6 * 24000)) ]
+echo "the package is complete"

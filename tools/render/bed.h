@@ -1,0 +1,30 @@
+// A bed on its way to the effect: frames at the effect's rate, in the order of the effect's inputs.
+#ifndef ORVANE_TOOLS_RENDER_BED_H_
+#define ORVANE_TOOLS_RENDER_BED_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "tools/render/channel_map.h"
+
+namespace render {
+
+class Bed {
+ public:
+  Bed() = default;
+  virtual ~Bed() = default;
+  Bed(const Bed&) = delete;
+  Bed& operator=(const Bed&) = delete;
+
+  virtual const Layout& layout() const = 0;
+
+  // Length; a frame more or less after resampling.
+  virtual uint64_t expected_frames() const = 0;
+
+  // Fills `bed` with interleaved frames; fewer than `count` only at the end. Throws Failure.
+  virtual size_t read(float* bed, size_t count) = 0;
+};
+
+}  // namespace render
+
+#endif  // ORVANE_TOOLS_RENDER_BED_H_
