@@ -11,6 +11,7 @@
 #include <random>
 #include <thread>
 
+#include "effect/orvane.h"
 #include "tests/support/effect_host.h"
 #include "tests/support/signals.h"
 
@@ -125,6 +126,34 @@ TEST(EffectThreadsTest, CommandsMayArriveDuringABlock) {
   EXPECT_EQ(0, same_count.refused());
   // A block that has looked up the number of channels just before it changes is refused.
   EXPECT_LE(other_count.refused(), other_count.reconfigured());
+}
+
+// A block has looked at the state and waits for the mutex, and an instance is disabled meanwhile.
+// Returns what the block returned: -ENODATA where it was too late to wait.
+int32_t process_while_disabling(EffectHost& host, std::chrono::milliseconds head_start) {
+  pthread_mutex_t* mutex = &orvane_module(host.handle())->object.mutex;
+  std::vector<float> in = noise(size_t{6} * 64, 7), out(size_t{2} * 64, 0.25f);
+  const std::vector<float> untouched = out;
+  int32_t result = 0;
+  pthread_mutex_lock(mutex);
+  std::thread audio([&] { result = host.process(in, out); });
+  std::this_thread::sleep_for(head_start);
+  EXPECT_EQ(0, host.send(EFFECT_CMD_DISABLE));
+  pthread_mutex_unlock(mutex);
+  audio.join();
+  EXPECT_EQ(untouched, out);
+  EXPECT_EQ(0, host.send(EFFECT_CMD_ENABLE));
+  return result;
+}
+
+TEST(EffectThreadsTest, ABlockThatWaitsWhileItsInstanceIsDisabledIsRefused) {
+  EffectHost host;
+  ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_5POINT1));
+  int32_t result = -ENODATA;
+  for (std::chrono::milliseconds wait(5); result == -ENODATA && wait.count() < 5000; wait *= 2) {
+    result = process_while_disabling(host, wait);
+  }
+  EXPECT_EQ(-EINVAL, result);
 }
 
 }  // namespace
