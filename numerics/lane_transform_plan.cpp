@@ -17,7 +17,7 @@ bool choose_radices(lane_transform_t* t) {
   uint32_t power = bins / t->odd_radix;
   if (power < 16 || (power & (power - 1)) != 0) return false;
   while (power > 8) power /= 4;
-  t->first_radix = power == 2 ? 8 : power;
+  t->first_radix = power;
   return true;
 }
 
