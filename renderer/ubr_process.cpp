@@ -142,13 +142,13 @@ uint32_t ubr_process(ubr_t* renderer, const float* const* inputs, uint32_t num_i
   if (num_inputs != r.num_inputs || num_outputs != r.num_outputs) return UBR_INVALID;
   if (frames > r.max_frame_size) return UBR_INVALID;
   r.frame_size = frames ? frames : r.max_frame_size;
-  const FlushSubnormals flush;
   return r.input_type == UBR_INPUT_AMBISONICS ? ubr_process_hoa(renderer, inputs, outputs)
                                               : ubr_process_sources(renderer, inputs, outputs);
 }
 
 uint32_t ubr_process_sources(ubr_t* renderer, const float* const* inputs, float* const* outputs) {
   if (!renderer) return UBR_MISSING;
+  const FlushSubnormals flush;
   switch (renderer->render_mode) {
     case UBR_MODE_AMBISONIC:
       return render_ambisonic(*renderer, inputs, outputs);
@@ -167,6 +167,7 @@ uint32_t ubr_process_sources(ubr_t* renderer, const float* const* inputs, float*
 
 uint32_t ubr_process_hoa(ubr_t* renderer, const float* const* inputs, float* const* outputs) {
   if (!renderer) return UBR_MISSING;
+  const FlushSubnormals flush;
   switch (renderer->render_mode) {
     case UBR_MODE_AMBISONIC_TRACKED:
       return rotate(*renderer, inputs, outputs);
