@@ -30,8 +30,8 @@ struct Prepared {
 struct Entry {
   std::string name;
   std::function<Prepared()> prepare;
-  int32_t failure;                // what an allocation that fails leads to
-  uint32_t failures_missing = 0;  // how many of them lead to UBR_MISSING instead
+  int32_t failure = UBR_NO_MEMORY;  // what an allocation that fails leads to
+  uint32_t failures_missing = 0;    // how many of them lead to UBR_MISSING instead
 };
 
 int32_t code(uint32_t result) { return static_cast<int32_t>(result); }
@@ -196,37 +196,34 @@ Prepared parameter(int mode, int32_t id, float value) {
 
 std::vector<Entry> module_entries() {
   std::vector<Entry> entries = {
-      {"Matrix", matrix, UBR_NO_MEMORY},
+      {"Matrix", matrix},
       {"ChannelSet",
        [] {
          return module<ambisonics_base_t>(
              [](auto* b) { return ambisonics_base_init(b, field_of_order(2)); },
              ambisonics_base_cleanup);
-       },
-       UBR_NO_MEMORY},
+       }},
       {"Encoder",
        [] {
          return module<encoder_t>(
              [base = base_of_order(2)](auto* e) { return encoder_init(e, base.get(), 5, 64); },
              encoder_cleanup);
-       },
-       UBR_NO_MEMORY},
+       }},
       {"Rotator",
        [] {
          return module<rotator_t>(
              [base = base_of_order(2)](auto* r) { return rotator_init(r, base.get(), 64); },
              rotator_cleanup);
-       },
-       UBR_NO_MEMORY},
+       }},
       {"Binauralizer",
        [] {
          return module<binauralizer_t>([](auto* b) { return binauralizer_init(b, 1, 4000); },
                                        binauralizer_cleanup);
        },
        UBR_NO_MEMORY, 1},
-      {"SparseTail", [] { return reverberator(80.0f); }, UBR_NO_MEMORY},
-      {"DenseTail", [] { return reverberator(3.0f); }, UBR_NO_MEMORY},
-      {"Reflections", reflections, UBR_NO_MEMORY}};
+      {"SparseTail", [] { return reverberator(80.0f); }},
+      {"DenseTail", [] { return reverberator(3.0f); }},
+      {"Reflections", reflections}};
   for (const Build& build : kBuilds) {
     const auto build_anew = [=] {
       return module<ubr_t>([=](ubr_t* r) { return init(build, r); }, ubr_cleanup);
@@ -234,8 +231,7 @@ std::vector<Entry> module_entries() {
     entries.push_back(
         {std::string("Build") + build.name, build_anew, UBR_NO_MEMORY, has_ears(build)});
     if (!build.grows) continue;
-    entries.push_back(
-        {std::string("Grow") + build.name, [=] { return growth(build); }, UBR_NO_MEMORY});
+    entries.push_back({std::string("Grow") + build.name, [=] { return growth(build); }});
   }
   return entries;
 }

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "ambisonics/binauralizer_built.h"
 #include "ambisonics/sh_hrir.h"
 #include "base/result.h"
 #include "tests/support/failing_alloc.h"
@@ -153,36 +152,6 @@ TEST(BinauralizerTest, ResetForgetsTheInput) {
   used.render(planar_noise(4, 200, 9), {200});
   EXPECT_EQ(UBR_OK, binauralizer_reset(&used.b));
   EXPECT_EQ(fresh.render(input, {200})[0], used.render(input, {200})[0]);
-}
-
-TEST(BinauralizerTest, OutputIsFiniteAgainOnceTheResponseHasPassed) {
-  Planar input = planar_noise(1, 1000, 4);
-  TestBinauralizer binauralizer(0, 100);
-  input[0][0] = NAN;
-  Planar ears = binauralizer.render(input, {100});
-  EXPECT_TRUE(isnan(peak(ears[0])));
-  ears[0].erase(ears[0].begin(), ears[0].begin() + 100 + SH_HRIR_TAPS - 1);
-  EXPECT_TRUE(isfinite(peak(ears[0])));
-}
-
-TEST(BinauralizerAllocationTest, FailedGrowthIsSilentUntilARetrySucceeds) {
-  const Planar input = planar_noise(9, 600, 5);
-  for (uint32_t n = 0, reached = 1; reached; ++n) {
-    TestBinauralizer binauralizer(2, 200);
-    Planar ears = binauralizer.render(input, {200}), save(2, 512);
-    {
-      FailingAlloc guard(n);
-      EXPECT_EQ(UBR_OK, binauralizer_reset_max_frame_size(&binauralizer.b, 600, save.data()));
-      reached = guard.reached();
-    }
-    if (!reached) break;
-    EXPECT_FALSE(binauralizer_is_built(binauralizer.b));
-    binauralizer.render(input, &ears, 0, 600, {600});
-    EXPECT_EQ(0.0f, peak(ears[0]) + peak(ears[1]) + peak(save[0]) + peak(save[1]));
-    EXPECT_EQ(UBR_OK, binauralizer_reset(&binauralizer.b));
-    EXPECT_EQ(UBR_OK, binauralizer_reset_max_frame_size(&binauralizer.b, 600, save.data()));
-    expect_same(convolve(input), binauralizer.render(input, {600}));
-  }
 }
 
 }  // namespace

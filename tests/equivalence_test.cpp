@@ -18,21 +18,16 @@ namespace {
 
 constexpr float kTolerance = 1e-5f;  // of the peak
 
-constexpr struct {
-  uint32_t mask;
-  size_t channels;
-} kLayouts[] = {{AUDIO_CHANNEL_OUT_5POINT1, 6},        {AUDIO_CHANNEL_OUT_7POINT1, 8},
-                {AUDIO_CHANNEL_OUT_5POINT1POINT2, 8},  {AUDIO_CHANNEL_OUT_5POINT1POINT4, 10},
-                {AUDIO_CHANNEL_OUT_7POINT1POINT4, 12}, {AUDIO_CHANNEL_OUT_22POINT2, 24}};
-
 // Every reflections mode with and without a tail, and one whose pulses are so dense that it takes
 // the way of a long transform; layouts are taken in turn.
 constexpr size_t kNumScenes = 11;
 
 class Scene {
  public:
-  explicit Scene(size_t index) : channels_(kLayouts[index % std::size(kLayouts)].channels) {
-    EXPECT_EQ(0, host_.configure_and_enable(kLayouts[index % std::size(kLayouts)].mask));
+  explicit Scene(size_t index) {
+    const stream_layout_t& layout = kStreamLayouts[index % std::size(kStreamLayouts)];
+    channels_ = layout.channels;
+    EXPECT_EQ(0, host_.configure_and_enable(layout.mask));
     EXPECT_EQ(0, host_.set_float(200, static_cast<float>(index % 5)));
     EXPECT_EQ(0, host_.set_float(100, index < 5 ? 0.0f : 1.0f));
     EXPECT_EQ(0, host_.set_float(105, 10.0f));  // a tail that soon begins

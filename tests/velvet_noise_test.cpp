@@ -291,14 +291,4 @@ TEST(VelvetProcessTest, ChecksBlocksAndAveragesTwoChannels) {
   EXPECT_EQ(average, in[3]);
 }
 
-TEST(VelvetProcessTest, NothingOutlivesTheTail) {
-  Reverb reverb;
-  ASSERT_EQ(UBR_OK, reverb.prepare());
-  std::vector<float> in(8000);
-  in[10] = NAN;
-  const Planar out = reverb.render(in);
-  EXPECT_TRUE(isnan(peak(out[0]))) << "bad samples are not filtered";
-  EXPECT_EQ(0.0f, peak({out[0].end() - 2000, out[0].end()}));
-}
-
 }  // namespace

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Every test that SECURITY.md names is there.
+#   check_security.sh SECURITY.md TEST_PROGRAM
+set -euo pipefail
+
+names=$(grep -oE '`[A-Za-z*/]+Test\.[A-Za-z*]+`' "$1" | tr -d '`')
+while read -r name; do
+  "$2" --gtest_list_tests --gtest_filter="$name" | grep -q '^  ' || { echo "no test $name" >&2; exit 1; }
+done <<<"$names"

@@ -1,0 +1,185 @@
+// What orvane-render makes of a bed, heard in the files that it writes.
+#include <cmath>
+#include <sstream>
+
+#include "tests/support/render_program.h"
+
+namespace render {
+namespace {
+
+using RenderedSoundTest = RenderProgramTest;
+
+double energy(const std::vector<float>& ears, size_t ear, size_t begin, size_t end) {
+  double sum = 0.0;
+  for (size_t i = begin; i < end; ++i) sum += std::pow(static_cast<double>(ears[2 * i + ear]), 2);
+  return sum;
+}
+
+TEST_F(RenderedSoundTest, LengthAndLatencyAreTheSameAtEverySampleRate) {
+  for (const int rate_hz : {48000, 44100, 96000}) {
+    const size_t frames = static_cast<size_t>(rate_hz);
+    std::vector<float> bed(6 * frames);
+    bed[6 * (frames / 2) + 2] = 1.0f;  // front centre
+    write("bed.wav", "5.1", rate_hz, bed);
+    ASSERT_EQ(0, run("bed.wav out.caf --dry --block 333")) << errors_;
+    const std::vector<float> ears = read("out.caf");
+    ASSERT_EQ(48000u + 255u, ears.size() / 2) << rate_hz;
+    size_t peak = 0;
+    for (size_t i = 0; i < ears.size(); ++i) {
+      if (std::fabs(ears[i]) > std::fabs(ears[peak])) peak = i;
+    }
+    EXPECT_NEAR(24000.0 + 145.0, static_cast<double>(peak / 2), 1.0) << rate_hz;
+  }
+}
+
+TEST_F(RenderedSoundTest, PoseHoldsFromTheFirstSample) {
+  std::vector<float> bed(6 * 64);
+  bed[2] = 1.0f;  // front centre
+  write("bed.wav", "5.1", 48000, bed);
+  ASSERT_EQ(0, run("bed.wav out.w64 --dry --pose 90,0,0")) << errors_;
+  const std::vector<float> ears = read("out.w64");
+  EXPECT_GT(energy(ears, 1, 0, ears.size() / 2), 2.0 * energy(ears, 0, 0, ears.size() / 2));
+}
+
+TEST_F(RenderedSoundTest, TrajectoryTurnsTheHeadOnTime) {
+  std::vector<float> bed(6 * 24000);
+  for (const size_t frame : {0, 12000}) bed[6 * frame + 2] = 1.0f;  // front centre
+  write("bed.wav", "5.1", 48000, bed);
+  std::ofstream(path("turn.csv")) << "time,yaw,pitch,roll\n0,90,0,0\n0.24,90,0,0\n0.25,-90,0,0\n";
+  std::ofstream(path("still.csv")) << "time,yaw,pitch,roll\n0,40,-30,20\n";
+  ASSERT_EQ(0, run("bed.wav out.wav --dry --trajectory turn.csv")) << errors_;
+  const std::vector<float> turned = read("out.wav");
+  EXPECT_GT(energy(turned, 1, 0, 2000), 2.0 * energy(turned, 0, 0, 2000));
+  EXPECT_GT(energy(turned, 0, 12000, 14000), 2.0 * energy(turned, 1, 12000, 14000));
+
+  ASSERT_EQ(0, run("bed.wav out.wav --dry --trajectory still.csv --block 300")) << errors_;
+  const std::vector<float> still = read("out.wav");
+  ASSERT_EQ(0, run("bed.wav out.wav --dry --pose 40,-30,20")) << errors_;
+  const std::vector<float> posed = read("out.wav");
+  ASSERT_EQ(posed.size(), still.size());
+  for (size_t i = 0; i < posed.size(); ++i) ASSERT_NEAR(posed[i], still[i], 1e-6f) << i;
+}
+
+TEST_F(RenderedSoundTest, LevelsFollowTheirOptions) {
+  std::vector<float> bed(6 * 4800);
+  bed[2] = 1.0f;             // front centre
+  bed[6 * 2000 + 3] = 1.0f;  // LFE
+  write("bed.wav", "5.1", 48000, bed);
+  const auto render = [&](const std::string& arguments) {
+    EXPECT_EQ(0, run("bed.wav out.wav --dry " + arguments)) << errors_;
+    return read("out.wav");
+  };
+  const auto level = [](const std::vector<float>& ears, size_t begin) {
+    return 10.0 * std::log10(energy(ears, 0, begin, begin + 1000));
+  };
+  const std::vector<float> plain = render(""), louder = render("--gain 6 --lfe-gain -10");
+  EXPECT_NEAR(level(plain, 0) + 6.0, level(louder, 0), 1e-3);
+  EXPECT_NEAR(level(plain, 2000) - 4.0, level(louder, 2000), 1e-3);
+  float peak = 0.0f;
+  for (const float sample : render("--normalize --gain -5 --fail-on-clip")) {
+    peak = std::max(peak, std::fabs(sample));
+  }
+  EXPECT_NEAR(-6.0, 20.0 * std::log10(static_cast<double>(peak)), 1e-3);
+}
+
+TEST_F(RenderedSoundTest, TheOutputEndsWhenTheRoomHasFallenSilent) {
+  std::vector<float> bed(6 * 480);
+  bed[6 * 479] = 1.0f;  // front left
+  write("bed.wav", "5.1", 48000, bed);
+  bed.resize(6 * 144000);
+  write("longer.wav", "5.1", 48000, bed);
+  const struct {
+    const char* arguments;
+    size_t frames, slack;  // length of the output; how much of its end may be silent
+  } cases[] = {
+      {"--dry", 480 + 255, 10},
+      {"", 480 + 1440 + 12000 - 1, 100},  // pre-delay and decay of the effect's own start
+      {"--reverb decay=2,predelay=100,level=1", 480 + 4800 + 96000 - 1, 100},
+      {"--no-reverb --reflections 4 --room 14x14x14 --listener 7,7,14", 480 + 255 + 4059, 300},
+      {"--preset hall", 480 + 2659 + 1200 + 67200 - 1, 2000},
+  };
+  for (const auto& c : cases) {
+    ASSERT_EQ(0, run(std::string("bed.wav out.wav ") + c.arguments)) << errors_;
+    const size_t frames = read("out.wav").size() / 2;
+    EXPECT_EQ(c.frames, frames) << c.arguments;
+    ASSERT_EQ(0, run(std::string("longer.wav out.wav ") + c.arguments)) << errors_;
+    const std::vector<float> ears = read("out.wav");
+    EXPECT_LT(energy(ears, 0, frames, ears.size() / 2), 1e-12) << c.arguments;
+    EXPECT_GT(energy(ears, 0, frames - c.slack, frames), 1e-12) << c.arguments;
+  }
+}
+
+TEST_F(RenderedSoundTest, AWallEchoesFromItsDistance) {
+  std::vector<float> bed(6 * 480);
+  bed[2] = 1.0f;  // front centre
+  write("bed.wav", "5.1", 48000, bed);
+  // The front wall is 6 m ahead, so that it mirrors a loudspeaker at 1 m to 11 m.
+  ASSERT_EQ(0, run("bed.wav out.wav --no-reverb --reflections 4 --room 12x14x14 --listener 0,0,7 "
+                   "--absorption back=1,left=1,right=1 --param 208=1 --material floor=1"));
+  const std::vector<float> ears = read("out.wav");
+  const size_t echo = 145 + static_cast<size_t>(11.0 / 343.0 * 48000.0);
+  const double before = energy(ears, 0, 400, echo - 200);
+  EXPECT_GT(energy(ears, 0, echo - 100, echo + 200), 100.0 * before);
+  ASSERT_EQ(0, run("bed.wav out.wav --preset hall --dry"));
+  EXPECT_EQ(480u + 255u, read("out.wav").size() / 2);
+}
+
+// One impulse per channel, one after the other.
+TEST_F(RenderedSoundTest, EveryChannelOf22_2IsHeardOnItsSide) {
+  constexpr size_t kSpacing = 1024;
+  std::vector<float> bed(24 * 24 * kSpacing);
+  for (size_t c = 0; c < 24; ++c) bed[24 * kSpacing * c + c] = 1.0f;
+  write("bed.wav", "22.2", 48000, bed);
+  // Left, right or middle, in the file's order.
+  const std::string ffmpeg = "LRM.LRLRMLRMLMRLMR.LRMLR", bs2051 = "LRM.LRLRM.LRLRMMLRLRMMLR";
+  const auto misplaced = [&](const std::string& arguments, const std::string& sides) {
+    EXPECT_EQ(0, run("bed.wav out.rf64 --dry --layout 22.2 " + arguments)) << errors_;
+    const std::vector<float> ears = read("out.rf64");
+    size_t count = 0;
+    for (size_t c = 0; c < 24; ++c) {
+      const double left = energy(ears, 0, c * kSpacing, (c + 1) * kSpacing);
+      const double right = energy(ears, 1, c * kSpacing, (c + 1) * kSpacing);
+      const char side = left > 1.05 * right ? 'L' : right > 1.05 * left ? 'R' : 'M';
+      if (sides[c] != '.' && sides[c] != side) ++count;
+    }
+    return count;
+  };
+  EXPECT_EQ(0u, misplaced("", ffmpeg));
+  EXPECT_EQ(0u, misplaced("--file-order bs2051", bs2051));
+  EXPECT_GT(misplaced("--order device", ffmpeg), 0u);
+}
+
+// The table says what the ears hear.
+TEST_F(RenderedSoundTest, IdentifySoundsWhenAndWhereItSays) {
+  const struct {
+    const char* layout;
+    size_t lines;
+  } cases[] = {{"5.1.2", 8}, {"22.2", 24}};
+  for (const auto& c : cases) {
+    const std::string layout = std::string(" --layout ") + c.layout;
+    ASSERT_EQ(0, run("identify who.wav --dry" + layout)) << errors_;
+    const std::string table = log();
+    const std::vector<float> ears = read("who.wav");
+    std::istringstream lines(table);
+    std::string line;
+    std::getline(lines, line);
+    size_t count = 0;
+    for (; std::getline(lines, line) && !line.empty(); ++count) {
+      const size_t begin = static_cast<size_t>(std::stod(line) * 48000.0);
+      const double left = energy(ears, 0, begin, begin + 48000);
+      const double right = energy(ears, 1, begin, begin + 48000);
+      EXPECT_GT(left + right, 1.0) << line;
+      const std::string azimuth = line.substr(45, 9);
+      const double to_left = azimuth.ends_with(" -") ? 0.0 : std::sin(std::stod(azimuth) / 57.3);
+      const char* side = left > 1.5 * right ? "left" : right > 1.5 * left ? "right" : "middle";
+      EXPECT_STREQ(to_left > 0.1 ? "left" : -to_left > 0.1 ? "right" : "middle", side) << line;
+    }
+    EXPECT_EQ(c.lines, count);
+    ASSERT_EQ(0, run("identify bed.wav --bed" + layout)) << errors_;
+    ASSERT_EQ(0, run("bed.wav ears.wav --dry" + layout)) << errors_;
+    EXPECT_EQ(ears, read("ears.wav"));
+  }
+}
+
+}  // namespace
+}  // namespace render
