@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "effect/layouts.h"
 #include "tests/support/effect_host.h"
 #include "tests/support/log_capture.h"
 
@@ -22,17 +23,23 @@ const struct {
 } kBufferCases[] = {
     {"Init", EFFECT_CMD_INIT, 0, false, 4, true, 0},
     {"InitNoReply", EFFECT_CMD_INIT, 0, false, 4, false, -EINVAL},
+    {"ConfigNoData", EFFECT_CMD_SET_CONFIG, 112, false, 4, true, -EINVAL},
     {"ConfigShort", EFFECT_CMD_SET_CONFIG, 111, true, 4, true, -EINVAL},
     {"ConfigLong", EFFECT_CMD_SET_CONFIG, 113, true, 4, true, -EINVAL},
     {"ConfigWideReply", EFFECT_CMD_SET_CONFIG, 112, true, 8, true, -EINVAL},
     {"Reset", EFFECT_CMD_RESET, 0, false, kNoReplySize, false, 0},
     {"EnableNoReply", EFFECT_CMD_ENABLE, 0, false, 4, false, -EINVAL},
     {"DisableNoReplySize", EFFECT_CMD_DISABLE, 0, false, kNoReplySize, true, -EINVAL},
+    {"SetNoData", EFFECT_CMD_SET_PARAM, 20, false, 4, true, -EINVAL},
     {"SetShort", EFFECT_CMD_SET_PARAM, 15, true, 4, true, -EINVAL},
     {"SetWideReply", EFFECT_CMD_SET_PARAM, 16, true, 8, true, -EINVAL},
+    {"GetNoData", EFFECT_CMD_GET_PARAM, 16, false, 16, true, -EINVAL},
+    {"GetNoReply", EFFECT_CMD_GET_PARAM, 16, true, 16, false, -EINVAL},
+    {"GetNoReplySize", EFFECT_CMD_GET_PARAM, 16, true, kNoReplySize, true, -EINVAL},
     {"GetShort", EFFECT_CMD_GET_PARAM, 15, true, 16, true, -EINVAL},
     {"GetNarrowReply", EFFECT_CMD_GET_PARAM, 16, true, 15, true, -EINVAL},
     {"Device", EFFECT_CMD_SET_DEVICE, 4, true, 4, false, 0},
+    {"DeviceNoData", EFFECT_CMD_SET_DEVICE, 4, false, 4, false, -EINVAL},
     {"AudioModeShort", EFFECT_CMD_SET_AUDIO_MODE, 3, true, 4, false, -EINVAL},
     {"InputDevice", EFFECT_CMD_SET_INPUT_DEVICE, 0, false, 4, false, 0},
 };
@@ -99,6 +106,19 @@ TEST(EffectConfigureTest, AcceptsTheMasksOfSixLayouts) {
     EXPECT_EQ(c.status, host.configure(c.mask));
     EXPECT_EQ(c.lines, log.lines());
   }
+}
+
+// The configuration refuses these for their channels before it looks for a layout.
+TEST(EffectConfigureTest, NinePointOneIsKnownWithoutALayout) {
+  const LogCapture log;
+  int32_t layout = 7;
+  EXPECT_EQ(-EINVAL, audio_channel_mask_to_LAYOUT_INDEX(AUDIO_CHANNEL_OUT_9POINT1POINT4, &layout));
+  EXPECT_EQ(-EINVAL, audio_channel_mask_to_LAYOUT_INDEX(AUDIO_CHANNEL_OUT_9POINT1POINT6, &layout));
+  const std::string unsupported = "E audio_channel_mask_to_LAYOUT_INDEX: 0x";
+  EXPECT_EQ((std::vector<std::string>{unsupported + "302d63f unsupported in library",
+                                      unsupported + "30ed63f unsupported in library"}),
+            log.lines());
+  EXPECT_EQ(7, layout);
 }
 
 TEST(EffectConfigureTest, AsksForFloatStereoAndOneRate) {

@@ -52,6 +52,10 @@ TEST(EffectLibraryTest, RefusesMissingPointersAndForeignIds) {
   EXPECT_EQ(nullptr, handle);
   EXPECT_EQ(-EINVAL, AELI.get_descriptor(&foreign, &descriptor));
   EXPECT_EQ(-EINVAL, AELI.release_effect(nullptr));
+  EXPECT_EQ(-EINVAL, gOrvaneInterface.process(nullptr, nullptr, nullptr));
+  EXPECT_EQ(-EINVAL,
+            gOrvaneInterface.command(nullptr, EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr));
+  EXPECT_EQ(-EINVAL, gOrvaneInterface.get_descriptor(nullptr, &descriptor));
 
   const LogCapture log;
   EXPECT_EQ(-EINVAL, AELI.get_descriptor(nullptr, &descriptor));

@@ -156,6 +156,9 @@ TEST(EffectBlockTest, IsRefusedWithoutTouchingTheOutput) {
     audio_buffer_t in_buffer = {in_frames, {in_data}}, out_buffer = {out_frames, {out_data}};
     return (*host.handle())->process(host.handle(), &in_buffer, &out_buffer);
   };
+  audio_buffer_t buffer = {64, {in.data()}};
+  EXPECT_EQ(-EINVAL, (*host.handle())->process(host.handle(), nullptr, &buffer));
+  EXPECT_EQ(-EINVAL, (*host.handle())->process(host.handle(), &buffer, nullptr));
   EXPECT_EQ(-EINVAL, process(64, in.data(), 63, out.data()));
   EXPECT_EQ(-EINVAL, process(64, nullptr, 64, out.data()));
   EXPECT_EQ(-EINVAL, process(64, in.data(), 64, nullptr));

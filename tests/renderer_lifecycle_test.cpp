@@ -64,6 +64,8 @@ TEST(RendererLifecycleTest, AMissingOrUnconfiguredRendererIsSafeInEveryCall) {
     EXPECT_EQ(UBR_MISSING, ubr_set_source_position(r, 0, 1.0f, 0.0f, 0.0f));
     EXPECT_EQ(UBR_MISSING, ubr_set_user_orientation(r, zero, ROTATOR_ROTATION_VECTOR));
     EXPECT_EQ(UBR_MISSING, ubr_init_encoder(r));
+    EXPECT_EQ(UBR_MISSING, ubr_init_rotator(r));
+    EXPECT_EQ(UBR_MISSING, ubr_init_binauralizer(r));
     EXPECT_EQ(UBR_MISSING, ubr_init_reflections(r));
     EXPECT_EQ(UBR_MISSING, ubr_init_reverb(r));
     EXPECT_EQ(UBR_MISSING, ubr_set_reflections_param(r, UBR_NUM_REFLECTIONS_PARAMS, 1.0f));
@@ -75,6 +77,14 @@ TEST(RendererLifecycleTest, AMissingOrUnconfiguredRendererIsSafeInEveryCall) {
     EXPECT_EQ(refused, ubr_cleanup(r));
   }
   EXPECT_EQ(UBR_MISSING, ubr_init(nullptr, 0, 8, 2, 1024, 4));
+  for (const uint32_t input_type : {UBR_INPUT_SOURCES, UBR_INPUT_AMBISONICS}) {
+    for (uint32_t mode = 0; mode < UBR_MODE_DOWNMIX; ++mode) {
+      ubr_t without_modules = {};
+      without_modules.input_type = input_type;
+      without_modules.render_mode = mode;
+      EXPECT_EQ(UBR_MISSING, ubr_process(&without_modules, nullptr, 0, nullptr, 0, 0)) << mode;
+    }
+  }
 }
 
 class RendererGrowthTest : public ::testing::TestWithParam<std::pair<uint32_t, uint32_t>> {};

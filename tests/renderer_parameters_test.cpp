@@ -130,6 +130,15 @@ TEST(ReverbParameterTest, ASettingMadeDuringShortBlocksPreparesForLongOnes) {
   EXPECT_EQ(24000 + 511, test.r.reverb->velvet_noise.convolution_length);
 }
 
+TEST(ReverbParameterTest, BesideAMeaninglessOneASettingIsKeptForLater) {
+  TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 512, 1);
+  vn_state_t& reverb = test.r.reverb->velvet_noise;
+  reverb.settings.tone_slope = NAN;
+  EXPECT_EQ(UBR_OK, ubr_set_reverb_param(&test.r, UBR_REVERB_DECAY, 0.5f));
+  EXPECT_EQ(0.5f, reverb.settings.decay_s);
+  EXPECT_EQ(12000, reverb.response_length) << "of the response that there was";
+}
+
 TEST(ReverbParameterTest, WithoutMemoryBlocksAreDryAndSaySo) {
   TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 512, 1);
   TestRenderer dry(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 512, 1);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <string.h>
 
 #include <algorithm>
 #include <array>
@@ -85,6 +86,10 @@ TEST(ShoeboxFixedPointTest, SaturatesAndRoundsHalfAwayFromZero) {
     EXPECT_EQ(c.fixed_coefficient, fixed.absorption[5]) << c.coefficient;
     EXPECT_EQ(static_cast<float>(c.fixed_metres) / 1048576.0f, back.room_z);
     EXPECT_EQ(static_cast<float>(c.fixed_coefficient) / 2147483648.0f, back.absorption[5]);
+    TestRoom t;
+    shoebox_set_config(&t.room, &in);
+    shoebox_get_config(&t.room, &back);
+    EXPECT_EQ(0, memcmp(&in, &back, sizeof(in)));
   }
 }
 
