@@ -5,5 +5,6 @@ set -euo pipefail
 
 names=$(grep -oE '`[A-Za-z*/]+Test\.[A-Za-z*]+`' "$1" | tr -d '`')
 while read -r name; do
-  "$2" --gtest_list_tests --gtest_filter="$name" | grep -q '^  ' || { echo "no test $name" >&2; exit 1; }
+  found=$("$2" --gtest_list_tests --gtest_filter="$name" | grep -c '^  ') ||
+    { echo "$found tests are $name" >&2; exit 1; }
 done <<<"$names"
