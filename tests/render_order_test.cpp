@@ -128,8 +128,9 @@ TEST_P(RenderOrderTest, EveryWayMakesTheSameOfABlock) {
   scene.live(0, false);
   scene.live(1, true);
   scene.reset();
-  scene.live(3, false);
+  scene.live(2, false);
   scene.grow();
+  scene.live(3, false);
   scene.live(4, true);
   scene.live(0, true);
   EXPECT_EQ(scene.renderer().resting != nullptr, scene.resting_blocks() > 3);
@@ -143,6 +144,8 @@ constexpr uint32_t kTracked = UBR_MODE_BINAURAL_TRACKED;
 INSTANTIATE_TEST_SUITE_P(
     Scenes, RenderOrderTest,
     ::testing::Values(OrderCase{"FivePointOne", 0, 6, kTracked, 4, AUDIO_CHANNEL_OUT_5POINT1},
+                      OrderCase{"SevenPointOne", 0, 8, kTracked, 4, AUDIO_CHANNEL_OUT_7POINT1},
+                      OrderCase{"FiveAndTwo", 0, 8, kTracked, 4, AUDIO_CHANNEL_OUT_5POINT1POINT2},
                       OrderCase{"FiveAndFour", 0, 10, kTracked, 4, AUDIO_CHANNEL_OUT_5POINT1POINT4},
                       OrderCase{"SevenAndFour", 0, 12, kTracked, 4,
                                 AUDIO_CHANNEL_OUT_7POINT1POINT4},
