@@ -100,11 +100,14 @@ TEST(ValidateReportTest, MissesWhatIsBeyondALimitOrNoNumberOrNotMeasured) {
   Section section = {"latency", "", ""};
   section.add("ear_filters", 145.0);
   EXPECT_TRUE(report_missed({section}).empty());
+  EXPECT_FALSE(report_passed({section}));
   section.add("centre", 143.0);
   section.add("field", std::numeric_limits<double>::quiet_NaN());
   EXPECT_EQ(2u, report_missed({section}).size());
   EXPECT_EQ(limits().size() - 3, report_unmeasured({section}).size());
   EXPECT_NE(std::string::npos, report_json({section}).find("\"value\": null"));
+  EXPECT_NE(std::string::npos, report_json({section}).find("\"passed\": false,\n  \"figures\""));
+  EXPECT_NE(std::string::npos, report_page({section}).find("2 miss their limits, 42 were not"));
   EXPECT_THROW(section.add("unheard_of", 1.0), std::logic_error);
 }
 

@@ -37,12 +37,6 @@ Failure effect_failure(const std::string& path, const std::string& what) {
   return Failure(path, line.empty() ? what : what + " (" + line + ")");
 }
 
-void* load(const std::string& path) {
-  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (!library) throw loader_failure(path);
-  return library;
-}
-
 const audio_effect_library_t& find_record(const std::string& path, void* library) {
   const auto* record = static_cast<const audio_effect_library_t*>(dlsym(library, "AELI"));
   if (!record || record->tag != AUDIO_EFFECT_LIBRARY_TAG) {
@@ -85,8 +79,14 @@ std::string effect_library_find(const std::string& requested) {
   return found.empty() ? kLibraryName : found.string();
 }
 
+void* effect_library_load(const std::string& path) {
+  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!library) throw loader_failure(path);
+  return library;
+}
+
 EffectHost::EffectHost(const std::string& library, uint32_t channel_mask)
-    : path_(library), library_(load(library), dlclose), effect_(nullptr, nullptr) {
+    : path_(library), library_(effect_library_load(library), dlclose), effect_(nullptr, nullptr) {
   const audio_effect_library_t& record = find_record(path_, library_.get());
   effect_ = Instance(create(path_, record), record.release_effect);
   configure(channel_mask);

@@ -21,6 +21,9 @@ constexpr unsigned kEarLatencyFrames = 145;  // from an impulse of the bed to it
 // directory of its installation, else left to the loader's search.
 std::string effect_library_find(const std::string& requested);
 
+// Its handle, for dlclose(). Throws Failure with the loader's reason.
+void* effect_library_load(const std::string& path);
+
 class EffectHost {
  public:
   // Loads `library`, creates the Spatializer and enables it for a bed of `channel_mask` at

@@ -2,14 +2,13 @@
 
 #include <dlfcn.h>
 
+#include "tools/render/effect_host.h"
 #include "tools/render/failure.h"
 
 namespace validate {
 
 Library::Library(const std::string& path)
-    : path_(path), handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL), dlclose) {
-  if (!handle_) throw render::Failure(path, "cannot be loaded");
-}
+    : path_(path), handle_(render::effect_library_load(path), dlclose) {}
 
 void* Library::symbol(const char* name) const {
   void* found = dlsym(handle_.get(), name);

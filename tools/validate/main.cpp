@@ -8,6 +8,7 @@
 
 #include "tools/render/effect_host.h"
 #include "tools/render/failure.h"
+#include "tools/render/shared_options.h"
 #include "tools/validate/checks.h"
 #include "tools/validate/report.h"
 
@@ -31,8 +32,7 @@ void make_folder(const std::string& folder) {
   if (error) throw render::Failure(folder, error.value());
 }
 
-// Returns whether every figure was measured and keeps its limit.
-bool summarise(const std::vector<Section>& sections, const std::string& folder) {
+void summarise(const std::vector<Section>& sections, const std::string& folder) {
   const auto missed = report_missed(sections);
   const auto unmeasured = report_unmeasured(sections);
   for (const Figure* figure : missed) {
@@ -42,7 +42,6 @@ bool summarise(const std::vector<Section>& sections, const std::string& folder) 
   for (const Limit* limit : unmeasured) std::printf("%s was not measured\n", limit->id);
   std::printf("%zu of %zu figures keep their limits; see %s/index.html\n",
               limits().size() - missed.size() - unmeasured.size(), limits().size(), folder.c_str());
-  return missed.empty() && unmeasured.empty();
 }
 
 int run(int argc, char** argv) {
@@ -52,18 +51,16 @@ int run(int argc, char** argv) {
   app.add_option("FOLDER", folder, "Where to write the report; made if it does not exist")
       ->required();
   app.add_option("--library", library_path, "The liborvane.so to measure");
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : 2;
-  }
+  const auto ended = render::options_parse_line(&app, argc, argv, {});
+  if (ended) return *ended;
   const Library library(render::effect_library_find(library_path));
+  make_folder(folder);
   std::vector<Section> sections;
   for (const auto check : kChecks) sections.push_back(check(library));
-  make_folder(folder);
   write_file(std::filesystem::path(folder) / "index.html", report_page(sections));
   write_file(std::filesystem::path(folder) / "report.json", report_json(sections));
-  return summarise(sections, folder) ? 0 : 1;
+  summarise(sections, folder);
+  return report_passed(sections) ? 0 : 1;
 }
 
 }  // namespace

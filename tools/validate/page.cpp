@@ -30,13 +30,13 @@ constexpr char kHead[] = R"(<!doctype html>
 )";
 
 std::string verdict(const std::vector<Section>& sections) {
-  const size_t missed = report_missed(sections).size();
-  if (missed == 0) {
+  if (report_passed(sections)) {
     return text_format("<p class=\"kept\">All %zu figures keep their limits.</p>\n",
                        limits().size());
   }
-  return text_format("<p class=\"missed\">%zu of %zu figures miss their limits.</p>\n", missed,
-                     limits().size());
+  return text_format(
+      "<p class=\"missed\">Of %zu figures %zu miss their limits, %zu were not measured.</p>\n",
+      limits().size(), report_missed(sections).size(), report_unmeasured(sections).size());
 }
 
 std::string row(const Section& section, const Figure& figure) {

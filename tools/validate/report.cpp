@@ -50,9 +50,13 @@ std::vector<const Limit*> report_unmeasured(const std::vector<Section>& sections
   return unmeasured;
 }
 
+bool report_passed(const std::vector<Section>& sections) {
+  return report_missed(sections).empty() && report_unmeasured(sections).empty();
+}
+
 std::string report_json(const std::vector<Section>& sections) {
   std::string json = "{\n  \"passed\": ";
-  json += report_missed(sections).empty() ? "true" : "false";
+  json += report_passed(sections) ? "true" : "false";
   json += ",\n  \"figures\": [\n";
   const char* separator = "";
   for (const Section& section : sections) {

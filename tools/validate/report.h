@@ -15,6 +15,9 @@ std::vector<const Figure*> report_missed(const std::vector<Section>& sections);
 // Rows of the table of limits that no section has measured.
 std::vector<const Limit*> report_unmeasured(const std::vector<Section>& sections);
 
+// Whether every figure was measured and keeps its limit.
+bool report_passed(const std::vector<Section>& sections);
+
 // One self-contained HTML page.
 std::string report_page(const std::vector<Section>& sections);
 
