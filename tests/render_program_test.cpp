@@ -48,6 +48,7 @@ TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
       {"bed.wav", 2, "OUT is required"},
       {"identify out.wav", 2, "--layout is required"},
       {"identify out.flac --layout 5.1 --bed", 1, "out.flac: its format cannot name"},
+      {"identify out.wav --layout 5.1 --bed --dry", 2, "--bed: is not rendered"},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(c.status, run(c.arguments, c.before)) << c.arguments;

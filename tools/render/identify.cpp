@@ -126,11 +126,15 @@ size_t IdentifyBed::read(float* bed, size_t count) {
 
 void identify_run(std::ostream& out, const Options& options) {
   const Layout& layout = *layout_find(options.channels.layout);
+  if (options.bed_only) {
+    write_bed(options, layout);
+    return print_turns(out, layout);
+  }
+  const Report report =
+      render_bed(options, [&] { return std::make_unique<IdentifyBed>(layout, layout.rows); });
   print_turns(out, layout);
-  if (options.bed_only) return write_bed(options, layout);
-  const auto open = [&] { return std::make_unique<IdentifyBed>(layout, layout.rows); };
   out << "\n";
-  report_print(out, render_bed(options, open));
+  report_print(out, report);
 }
 
 }  // namespace render

@@ -42,8 +42,9 @@ constexpr char kLevelsHelp[] = R"(Levels:
 
 constexpr char kIdentifyHelp[] = R"(Sounds:
   Three bursts of noise per loudspeaker, of a 60 Hz tone per LFE, in the order of
-  a file's channels. With --bed OUT is .wav, .rf64 or .caf; for 5.1.2 and 22.2,
-  whose channels have no names there, orvane-render will ask for --layout.
+  a file's channels. With --bed take .wav or .rf64 for OUT, as the other formats
+  have no names for the channels of most layouts; none has for those of 5.1.2
+  and 22.2, with which orvane-render will ask for --layout.
 )";
 
 constexpr char kInfoHelp[] = R"(
@@ -111,6 +112,11 @@ void add_render(CLI::App* app, Options* options) {
   add_rendering(app, options);
 }
 
+bool changes_rendering(const Options& options) {
+  return options.pose || !options.trajectory.empty() || !options.settings.writes().empty() ||
+         options.gain_db != 0.0 || options.normalize || options.fail_on_clip;
+}
+
 void add_identify(CLI::App* app, Options* options) {
   options->job = Job::kIdentify;
   app->description(kIdentifyDescription);
@@ -120,6 +126,11 @@ void add_identify(CLI::App* app, Options* options) {
   layout_option_add(app, &options->channels.layout, "Whose loudspeakers")->required();
   app->add_flag("--bed", options->bed_only, "Write the bed and do not render it");
   add_rendering(app, options);
+  app->callback([options] {
+    if (options->bed_only && changes_rendering(*options)) {
+      throw CLI::ValidationError("--bed", "is not rendered: it goes without head, room and levels");
+    }
+  });
 }
 
 void add_info(CLI::App* app, Options* options) {
