@@ -8,6 +8,7 @@
 #include <array>
 #include <cstring>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "example_bed.h"
@@ -103,7 +104,9 @@ void render(Effect* effect, FILE* file) {
       bed[i] = bed_sample(i % NUM_CHANNELS, first + i / NUM_CHANNELS);
     }
     effect->process(bed.data(), ears.data(), BLOCK_FRAMES);
-    std::fwrite(ears.data(), sizeof(float), ears.size(), file);
+    if (std::fwrite(ears.data(), sizeof(float), ears.size(), file) != ears.size()) {
+      throw std::runtime_error("the file cannot be written");
+    }
   }
 }
 
