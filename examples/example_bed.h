@@ -1,4 +1,4 @@
-// What both examples render and write: a 5.1 bed in which one loudspeaker sounds after the other,
+// What the examples render and write: a 5.1 bed in which one loudspeaker sounds after the other,
 // and a WAVE file of two ears.
 #ifndef ORVANE_EXAMPLES_EXAMPLE_BED_H_
 #define ORVANE_EXAMPLES_EXAMPLE_BED_H_

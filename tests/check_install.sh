@@ -22,23 +22,30 @@ done
 # shellcheck disable=SC2046,SC2086
 "$2" -std=c11 $strict "$4/renderer.c" -o "$prefix/renderer" $(pkg-config --cflags --libs orvane) -lm
 LD_LIBRARY_PATH=$(dirname "$package") "$prefix/renderer" "$prefix/pkg_config.wav"
+# shellcheck disable=SC2046,SC2086
+"$3" -std=c++20 $strict "$4/circling.cpp" -o "$prefix/circling" $(pkg-config --cflags --libs orvane)
+LD_LIBRARY_PATH=$(dirname "$package") "$prefix/circling" "$prefix/pkg_config_circling.wav"
 
 cmake -G Ninja -S "$4" -B "$prefix/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$2" \
   -DCMAKE_CXX_COMPILER="$3" -DCMAKE_CXX_FLAGS="$strict" >/dev/null
 cmake --build "$prefix/build" >/dev/null
 "$prefix/build/renderer" "$prefix/renderer.wav"
 "$prefix/build/effect_host" "$(find "$prefix" -name liborvane.so)" "$prefix/effect_host.wav"
+"$prefix/build/circling" "$prefix/circling.wav"
 cmp "$prefix/pkg_config.wav" "$prefix/renderer.wav"
+cmp "$prefix/pkg_config_circling.wav" "$prefix/circling.wav"
 cmp "$prefix/renderer.wav" "$prefix/effect_host.wav"
-python3 - "$prefix/renderer.wav" <<END
-# Front and back pair from the head turned by 30 degrees to the left: who is louder in the left ear?
+python3 - "$prefix/renderer.wav" "$prefix/circling.wav" <<END
 import array, sys
-ears = array.array("f", open(sys.argv[1], "rb").read()[44:])
-def leans_left(turn, factor=1.2):
+def leans_left(file, turn, factor=1.2):
+    ears = array.array("f", open(file, "rb").read()[44:])
     begin, end = turn * 48000, (turn + 1) * 48000  # half seconds of two samples
     left, right = (sum(x * x for x in ears[begin + ear:end:2]) for ear in (0, 1))
     return left > factor * right
-assert [leans_left(turn) for turn in (0, 1, 2, 4, 5)] == [True, False, False, True, False]
+# Front and back pair from the head turned by 30 degrees to the left: who is louder in the left ear?
+assert [leans_left(sys.argv[1], turn) for turn in (0, 1, 2, 4, 5)] == [True, False, False, True, False]
+# The source is at the left for the second and third half second, at the right two seconds later.
+assert [leans_left(sys.argv[2], turn) for turn in (1, 2, 5, 6)] == [True, True, False, False]
 END
 
 for program in "$prefix"/bin/*; do
