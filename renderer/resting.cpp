@@ -97,7 +97,8 @@ void resting_process(ubr_resting_t* r, binauralizer_t* binauralizer, const float
     if (is_audible(r->sources[s])) r->audible[count++] = inputs[s];
   }
   if (omni) {
-    mix_channels({r->gains, AMBISONICS_MAX_CHANNELS, 1}, {r->audible, count}, {&omni, 1}, frames,
+    float* const field[] = {omni};
+    mix_channels({r->gains, AMBISONICS_MAX_CHANNELS, 1}, {r->audible, count}, {field, 1}, frames,
                  false);
   }
   binauralizer_process_pairs(binauralizer, r->pairs, r->audible, ears, frames);
