@@ -8,12 +8,12 @@
 #include "tools/measure/decay.h"
 #include "tools/validate/effect.h"
 #include "tools/validate/geometry.h"
+#include "tools/validate/power_spectrum.h"
 #include "tools/validate/random.h"
 #include "tools/validate/report.h"
 #include "tools/validate/reverb_measure.h"
 #include "tools/validate/room_model.h"
 #include "tools/validate/sine.h"
-#include "tools/validate/spectrum.h"
 
 namespace validate {
 namespace {

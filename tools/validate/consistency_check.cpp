@@ -6,7 +6,7 @@
 #include "tools/validate/effect.h"
 #include "tools/validate/field.h"
 #include "tools/validate/larger.h"
-#include "tools/validate/spectrum.h"
+#include "tools/validate/power_spectrum.h"
 
 namespace validate {
 namespace {

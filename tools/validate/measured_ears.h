@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "tools/validate/spectrum.h"
+#include "tools/validate/power_spectrum.h"
 
 namespace validate {
 

@@ -7,8 +7,8 @@
 #include "tools/validate/effect.h"
 #include "tools/validate/field.h"
 #include "tools/validate/larger.h"
+#include "tools/validate/power_spectrum.h"
 #include "tools/validate/room_model.h"
-#include "tools/validate/spectrum.h"
 
 namespace validate {
 namespace {

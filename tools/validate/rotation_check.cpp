@@ -4,8 +4,8 @@
 #include "tools/validate/checks.h"
 #include "tools/validate/field.h"
 #include "tools/validate/larger.h"
+#include "tools/validate/power_spectrum.h"
 #include "tools/validate/random.h"
-#include "tools/validate/spectrum.h"
 
 namespace validate {
 namespace {

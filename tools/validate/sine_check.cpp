@@ -5,9 +5,9 @@
 #include "tools/validate/checks.h"
 #include "tools/validate/effect.h"
 #include "tools/validate/larger.h"
+#include "tools/validate/power_spectrum.h"
 #include "tools/validate/random.h"
 #include "tools/validate/sine.h"
-#include "tools/validate/spectrum.h"
 
 namespace validate {
 namespace {

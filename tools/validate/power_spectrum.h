@@ -1,6 +1,6 @@
 // Spectra of what the ears hear.
-#ifndef ORVANE_TOOLS_VALIDATE_SPECTRUM_H_
-#define ORVANE_TOOLS_VALIDATE_SPECTRUM_H_
+#ifndef ORVANE_TOOLS_VALIDATE_POWER_SPECTRUM_H_
+#define ORVANE_TOOLS_VALIDATE_POWER_SPECTRUM_H_
 
 #include <array>
 #include <cstddef>
@@ -35,4 +35,4 @@ double power_db(double power);
 
 }  // namespace validate
 
-#endif  // ORVANE_TOOLS_VALIDATE_SPECTRUM_H_
+#endif  // ORVANE_TOOLS_VALIDATE_POWER_SPECTRUM_H_

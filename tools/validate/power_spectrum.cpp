@@ -1,4 +1,4 @@
-#include "tools/validate/spectrum.h"
+#include "tools/validate/power_spectrum.h"
 
 #include <algorithm>
 #include <cmath>
