@@ -76,9 +76,12 @@ void reflect(Run& run, int mode, uint32_t frames) {
   if (!ok) run.state.SkipWithError("the reflections refused a block");
 }
 
-void reverberate(Run& run, float decay_s, uint32_t frames) {
+constexpr float kSparse = 80.0f, kDense = 3.0f;  // samples per pulse: the default, and the fewest
+
+void reverberate(Run& run, float decay_s, float spacing, uint32_t frames) {
   Renderer renderer;
-  bool ok = ubr_set_reverb_param(&renderer.r, UBR_REVERB_DECAY, decay_s) == 0;
+  bool ok = ubr_set_reverb_param(&renderer.r, UBR_REVERB_PULSE_SPACING, spacing) == 0 &&
+            ubr_set_reverb_param(&renderer.r, UBR_REVERB_DECAY, decay_s) == 0;
   const Planar input = planar_noise(1, frames, 5);
   Planar output(2, frames);
   measure(run, frames, [&] {
@@ -108,7 +111,15 @@ void add_stage_benchmarks() {
     add_stage("reflections/" + std::to_string(mode),
               [=](Run& run, uint32_t frames) { reflect(run, mode, frames); });
   }
-  add_stage("reverb/0.25s", [](Run& run, uint32_t frames) { reverberate(run, 0.25f, frames); });
-  add_stage("reverb/1s", [](Run& run, uint32_t frames) { reverberate(run, 1.0f, frames); });
-  add_stage("reverb/2s", [](Run& run, uint32_t frames) { reverberate(run, 2.0f, frames); });
+  struct Tail {
+    const char* name;
+    float decay_s, spacing;
+  };
+  for (const Tail& tail :
+       {Tail{"0.25s", 0.25f, kSparse}, Tail{"1s", 1.0f, kSparse}, Tail{"2s", 2.0f, kSparse},
+        Tail{"0.25s-dense", 0.25f, kDense}, Tail{"2s-dense", 2.0f, kDense}}) {
+    add_stage(std::string("reverb/") + tail.name, [=](Run& run, uint32_t frames) {
+      reverberate(run, tail.decay_s, tail.spacing, frames);
+    });
+  }
 }

@@ -1,6 +1,5 @@
 #include "room/iir_filter.h"
 
-#include <math.h>
 #include <stddef.h>
 
 #include <algorithm>
@@ -9,9 +8,6 @@ namespace {
 
 constexpr int32_t kOrder = 2;
 
-// Smaller outputs become 0: a tail that decays into denormal numbers is many times slower.
-constexpr float kNegligible = 1e-30f;
-
 // Adds each sample's share to the outputs it reaches: the order of the additions is part of the
 // result.
 void filter_column(const float b[3], const float a[3], const float* x, float* y, int32_t rows) {
@@ -19,7 +15,6 @@ void filter_column(const float b[3], const float a[3], const float* x, float* y,
   for (int32_t k = 0; k < rows; ++k) {
     const int32_t reach = std::min(kOrder, rows - 1 - k);
     for (int32_t j = 0; j <= reach; ++j) y[k + j] += x[k] * b[j];
-    if (fabsf(y[k]) < kNegligible) y[k] = 0.0f;
     for (int32_t j = 1; j <= reach; ++j) y[k + j] -= y[k] * a[j];
   }
 }

@@ -7,8 +7,9 @@
 #include "base/export.h"
 
 // Filters every column on its own, from zero state:
-// y[k] = b[0] x[k] + b[1] x[k-1] + b[2] x[k-2] - a[1] y[k-1] - a[2] y[k-2]; a[0] counts as 1. An
-// output below 1e-30 counts as 0.
+// y[k] = b[0] x[k] + b[1] x[k-1] + b[2] x[k-2] - a[1] y[k-1] - a[2] y[k-2]; a[0] counts as 1.
+// A response that dies away ends in subnormal numbers, which are slow: have the processor flush
+// them (base/subnormals.h).
 //
 //   x       x_size = {rows, columns}, column-major: sample k of column c at x[c * rows + k]
 //   y       as large as x, overwritten; may not overlap it

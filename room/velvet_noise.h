@@ -89,7 +89,8 @@ ORVANE_API uint32_t vn_set_buf_size(vn_state_t* state, int32_t frames);
 // for a null state, rate or block size not set, or a null generator; UBR_NO_MEMORY, after which
 // vn_process refuses until a preparation succeeds; UBR_INVALID with everything as it was, for
 // settings that mean nothing: not finite, spacing below 1, a negative decay or pre-delay, a tone
-// filter in use whose corner is negative or whose coefficients are not finite.
+// filter in use whose corner is negative, whose coefficients are not finite, or with a pole on or
+// outside the unit circle (corners of 0 Hz and from half the sampling rate on, slopes far above 1).
 ORVANE_API uint32_t vn_prepare_to_play(uint32_t* rng, vn_state_t* state);
 
 // Convolves one block with the response; the tail starts one pre-delay later, without any latency.

@@ -13,6 +13,7 @@ namespace {
 
 constexpr int32_t kNumOutputs = 2;
 constexpr int32_t kMaxReach = 64;       // samples that the tone filter may reach to either side
+constexpr double kMaxRadius = 0.78;     // of its poles, which are silent after such a reach
 constexpr int32_t kPassLength = 256;    // samples of one pass of it that are looked at
 constexpr double kInaudible = 1e-7;     // of the tone response's sum, that is left out at its ends
 constexpr int32_t kPointsPerPulse = 8;  // of a transform that takes as long as a pulse
@@ -26,8 +27,8 @@ struct tone_t {
 // The forward and the backward pass together are the autocorrelation of one pass.
 tone_t measure_tone(const vn_state_t& state) {
   float pass[kPassLength];
-  velvet_tone_pass(state, pass, kPassLength);
   tone_t tone = {};
+  velvet_tone_pass(state, pass, kPassLength);
   double sum = 0.0;
   for (int32_t d = 0; d < kPassLength; ++d) {
     double tap = 0.0;
@@ -58,6 +59,7 @@ int32_t count_pulses(const vn_state_t& state, int32_t channel) {
 
 // The transforms would also wrap around what the tone filter adds beyond a full convolution.
 bool pulses_serve(const vn_state_t& s, int32_t reach) {
+  if (velvet_tone_radius(s) > kMaxRadius) return false;
   const int32_t scratch = s.block_size + 2 * reach + 2 * SPARSE_FILTER_MARGIN;
   return reach <= kMaxReach && s.convolution_length + reach <= s.fft_size &&
          scratch <= s.fft_size && s.num_pulses[0] + s.num_pulses[1] <= s.fft_size / kPointsPerPulse;

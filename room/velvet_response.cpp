@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "base/subnormals.h"
 #include "room/iir_filter.h"
 #include "room/random.h"
 
@@ -31,6 +32,12 @@ biquad_t design_high_shelf(const vn_config_t& settings, float rate) {
   return {{gain * (sum + difference * c + q) / a0, -2.0f * gain * (difference + sum * c) / a0,
            gain * (sum + difference * c - q) / a0},
           {1.0f, 2.0f * (difference - sum * c) / a0, (sum - difference * c - q) / a0}};
+}
+
+// Both poles lie inside the unit circle. False for coefficients that are not finite.
+bool is_stable(const biquad_t& filter) {
+  const double a1 = filter.a[1], a2 = filter.a[2];
+  return fabs(a2) < 1.0 && fabs(a1) < 1.0 + a2;
 }
 
 bool all_finite(const float* values, int32_t count) {
@@ -81,7 +88,7 @@ bool velvet_settings_are_valid(const vn_state_t& state) {
   if (s.pulse_spacing < 1.0f || s.decay_s < 0.0f || s.pre_delay_ms < 0.0f) return false;
   if (s.tone_enable == 0.0f) return true;
   const biquad_t shelf = design_high_shelf(s, static_cast<float>(state.sample_rate));
-  return s.tone_corner_hz >= 0.0f && all_finite(shelf.b, 3) && all_finite(shelf.a, 3);
+  return s.tone_corner_hz >= 0.0f && all_finite(shelf.b, 3) && is_stable(shelf);
 }
 
 void velvet_place_pulses(uint32_t* rng, const vn_state_t& state) {
@@ -115,9 +122,19 @@ void velvet_tone_pass(const vn_state_t& state, float* response, int32_t count) {
   }
 }
 
+double velvet_tone_radius(const vn_state_t& state) {
+  if (state.settings.tone_enable == 0.0f) return 0.0;
+  const biquad_t shelf = design_high_shelf(state.settings, static_cast<float>(state.sample_rate));
+  if (std::equal(shelf.a, shelf.a + 3, shelf.b)) return 0.0;
+  const double half = 0.5 * fabs(static_cast<double>(shelf.a[1])), a2 = shelf.a[2];
+  const double discriminant = half * half - a2;
+  return discriminant < 0.0 ? sqrt(a2) : half + sqrt(discriminant);
+}
+
 void velvet_apply_tone(const vn_state_t& state) {
   if (state.settings.tone_enable == 0.0f) return;
   const biquad_t shelf = design_high_shelf(state.settings, static_cast<float>(state.sample_rate));
+  const FlushSubnormals flush;  // both passes end in such
   int32_t size[2] = {state.fft_size, 2};
   float* const responses = velvet_work_vector(state, 0);
   float* const filtered = velvet_work_vector(state, 2);

@@ -21,6 +21,11 @@ void velvet_place_pulses(uint32_t* rng, const vn_state_t& state);
 // The response of one pass of the tone filter, `count` samples.
 void velvet_tone_pass(const vn_state_t& state, float* response, int32_t count);
 
+// Distance of the outermost pole of one pass from the origin, 0 for a filter that changes nothing.
+// Deliberate: large also where zeros nearly cancel the poles, at gains of almost 1: a pass in
+// single precision has rounding errors, which ring on with the poles.
+double velvet_tone_radius(const vn_state_t& state);
+
 // Filters both responses forwards and backwards, which leaves no phase shift; vectors 2 and 3 are
 // scratch. Nothing to do when the tone filter is off.
 void velvet_apply_tone(const vn_state_t& state);

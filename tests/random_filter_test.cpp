@@ -31,4 +31,15 @@ TEST(FilterTest, FollowsTheDifferenceEquationInEveryColumn) {
   EXPECT_EQ(expected, y);
 }
 
+TEST(FilterTest, KeepsOutputsHoweverSmall) {
+  const float b[3] = {1.0f, 0.0f, 0.0f}, a[3] = {1.0f, -0.5f, 0.0f};
+  const float x[3] = {0x1p-110f, 0.0f, 0.0f};
+  const int32_t size[2] = {3, 1};
+  float y[3];
+  int32_t y_size[2];
+  filter(b, a, x, size, y, y_size);
+  EXPECT_EQ(0x1p-110f, y[0]);
+  EXPECT_EQ(0x1p-112f, y[2]);
+}
+
 }  // namespace

@@ -125,6 +125,11 @@ TEST(VelvetConvolutionTest, BlocksEqualTheirDirectConvolution) {
       {"pulses near the start", true, 128, {{&Config::pulse_spacing, 40.0f}}},
       {"many pulses", false, 128, {{&Config::pulse_spacing, 3.0f}}},
       {"a tone filter that rings", false, 128, {{&Config::tone_corner_hz, 300.0f}}},
+      {"a tone filter that only its rounding errors ring through",
+       false,
+       128,
+       {{&Config::tone_corner_hz, 100.0f}, {&Config::tone_gain, 1.0f + 3 * 0x1p-23f}}},
+      {"flat tone", true, 128, {{&Config::tone_corner_hz, 100.0f}, {&Config::tone_gain, 1.0f}}},
       {"five samples", false, 2, {{&Config::tone_enable, 0.0f}, {&Config::decay_s, 1e-4f}}}};
   std::vector<float> in = noise(6000, 7);
   for (size_t t = 0; t < in.size(); ++t) in[t] *= t % 37 == 0 ? 1.0f : 0.0f;  // for a quick check
@@ -246,9 +251,13 @@ TEST(VelvetPreparationTest, SettingsWithoutSoundGiveSilence) {
 }
 
 TEST(VelvetPreparationTest, MeaninglessSettingsKeepTheResponse) {
-  for (const Change& change : {Change{&Config::level, NAN}, Change{&Config::pulse_spacing, 0.5f},
-                               Change{&Config::decay_s, -1.0f}, Change{&Config::pre_delay_ms, NAN},
-                               Change{&Config::tone_slope, 0.0f}}) {
+  for (const Change& change :
+       {Change{&Config::level, NAN}, Change{&Config::pulse_spacing, 0.5f},
+        Change{&Config::decay_s, -1.0f}, Change{&Config::pre_delay_ms, NAN},
+        Change{&Config::tone_slope, 0.0f},
+        // poles on the unit circle, or outside
+        Change{&Config::tone_slope, 10.0f}, Change{&Config::tone_corner_hz, 0.0f},
+        Change{&Config::tone_corner_hz, 24000.0f}}) {
     Reverb reverb;
     ASSERT_EQ(UBR_OK, reverb.prepare());
     const Planar before = reverb.render(noise(2000, 1));
