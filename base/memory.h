@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <stdint.h>
 #include <stdlib.h>
+#include <string.h>
 
 #include "base/checked.h"
 #include "base/result.h"
@@ -19,10 +20,40 @@ T* alloc_zeroed(Sizes... sizes) {
   return static_cast<T*>(calloc(count ? count : 1, sizeof(T)));
 }
 
-// Frees every pointer and sets it to null; nulls are passed over.
+// Frees every array of alloc_zeroed and sets its pointer to null; nulls are passed over.
 template <typename... T>
 void release(T*&... pointers) {
   ((free(pointers), pointers = nullptr), ...);
+}
+
+constexpr size_t kBufferAlignment = 64;  // bytes: a cache line, and the widest vector
+
+// As alloc_zeroed, at a multiple of kBufferAlignment; only release_aligned frees it. The word
+// before the array keeps the address that the heap gave.
+template <typename T, typename... Sizes>
+T* alloc_aligned(Sizes... sizes) {
+  size_t bytes = sizeof(T);
+  ((bytes = checked_mul(bytes, size_t{sizes})), ...);
+  auto* raw = alloc_zeroed<unsigned char>(checked_add(bytes, kBufferAlignment));
+  if (!raw) return nullptr;
+  // Never `raw` itself, and the heap's own alignment leaves room for the word.
+  unsigned char* aligned =
+      raw + (kBufferAlignment - reinterpret_cast<uintptr_t>(raw) % kBufferAlignment);
+  memcpy(aligned - sizeof(raw), &raw, sizeof(raw));
+  return reinterpret_cast<T*>(aligned);
+}
+
+// Frees every array of alloc_aligned and sets its pointer to null; nulls are passed over.
+template <typename... T>
+void release_aligned(T*&... arrays) {
+  const auto release_one = [](auto*& array) {
+    if (!array) return;
+    unsigned char* raw = nullptr;
+    memcpy(&raw, reinterpret_cast<unsigned char*>(array) - sizeof(raw), sizeof(raw));
+    release(raw);
+    array = nullptr;
+  };
+  (release_one(arrays), ...);
 }
 
 // Puts a zero-filled array of `count` elements in the place of `array`, whose contents are lost.

@@ -21,33 +21,13 @@ constexpr vn_config_t kDefaultSettings = {1.0f, 80.0f, 0.25f,    0.1f,  30.0f,
 constexpr int32_t kNumOutputs = 2;
 constexpr int32_t kNumWorkVectors = 4;
 constexpr int32_t kMinFftSize = 32;  // PFFFT's smallest real transform
-constexpr size_t kAlignment = 64;    // bytes; a cache line, and more than PFFFT asks for
 
 static_assert(sizeof(vn_config_t) == VN_NUM_SETTINGS * sizeof(float));
-
-// `count` zeros on a cache line, or null. The word before them keeps the address to be freed.
-float* alloc_aligned(size_t count) {
-  const size_t bytes = checked_add(checked_mul(count, sizeof(float)), kAlignment);
-  auto* raw = alloc_zeroed<unsigned char>(bytes);
-  if (!raw) return nullptr;
-  unsigned char* aligned = raw + (kAlignment - reinterpret_cast<uintptr_t>(raw) % kAlignment);
-  memcpy(aligned - sizeof(raw), &raw, sizeof(raw));
-  return reinterpret_cast<float*>(aligned);
-}
-
-void release_aligned(float*& array) {
-  if (!array) return;
-  unsigned char* raw = nullptr;
-  memcpy(&raw, reinterpret_cast<unsigned char*>(array) - sizeof(raw), sizeof(raw));
-  release(raw);
-  array = nullptr;
-}
 
 void release_buffers(vn_state_t& s) {
   if (s.fft_setup) pffft_destroy_setup(s.fft_setup);
   s.fft_setup = nullptr;
-  release_aligned(s.spectra);
-  release_aligned(s.work_area);
+  release_aligned(s.spectra, s.work_area);
   release(s.ring_buffers, s.pulses);
 }
 
@@ -78,8 +58,8 @@ void set_sizes(vn_state_t& s) {
 
 uint32_t make_buffers(vn_state_t& s) {
   s.ring_buffers = alloc_zeroed<float>(ring_samples(s));
-  s.work_area = alloc_aligned(vector_samples(s, s.num_work_vectors));
-  s.spectra = alloc_aligned(vector_samples(s, kNumOutputs));
+  s.work_area = alloc_aligned<float>(vector_samples(s, s.num_work_vectors));
+  s.spectra = alloc_aligned<float>(vector_samples(s, kNumOutputs));
   if (!s.ring_buffers || !s.work_area || !s.spectra) return UBR_NO_MEMORY;
   s.fft_setup = pffft_new_setup(s.fft_size, PFFFT_REAL);
   return s.fft_setup ? UBR_OK : UBR_NO_MEMORY;
