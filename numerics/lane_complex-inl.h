@@ -37,6 +37,15 @@ HWY_INLINE void Store(const Complex& a, float* bin) {
   hn::StoreU(a.im, D(), bin + kLanes);
 }
 
+// The same for bins that hold the imaginary part first.
+HWY_INLINE Complex LoadSwapped(const float* bin) {
+  return {hn::LoadU(D(), bin + kLanes), hn::LoadU(D(), bin)};
+}
+HWY_INLINE void StoreSwapped(const Complex& a, float* bin) {
+  hn::StoreU(a.im, D(), bin);
+  hn::StoreU(a.re, D(), bin + kLanes);
+}
+
 HWY_INLINE Complex Add(const Complex& a, const Complex& b) {
   return {hn::Add(a.re, b.re), hn::Add(a.im, b.im)};
 }
@@ -48,10 +57,10 @@ HWY_INLINE Complex Mul(const Complex& a, V re, V im) {
 }
 
 // a + i b and a - i b
-HWY_INLINE Complex AddTurned(const Complex& a, const Complex& b) {
+HWY_INLINE Complex AddTimesI(const Complex& a, const Complex& b) {
   return {hn::Sub(a.re, b.im), hn::Add(a.im, b.re)};
 }
-HWY_INLINE Complex SubTurned(const Complex& a, const Complex& b) {
+HWY_INLINE Complex SubTimesI(const Complex& a, const Complex& b) {
   return {hn::Add(a.re, b.im), hn::Sub(a.im, b.re)};
 }
 
@@ -62,10 +71,10 @@ HWY_INLINE Complex AddScaled(const Complex& a, V s, const Complex& b) {
 HWY_INLINE Complex SubScaled(const Complex& a, V s, const Complex& b) {
   return {hn::NegMulAdd(s, b.re, a.re), hn::NegMulAdd(s, b.im, a.im)};
 }
-HWY_INLINE Complex AddScaledTurned(const Complex& a, V s, const Complex& b) {
+HWY_INLINE Complex AddScaledTimesI(const Complex& a, V s, const Complex& b) {
   return {hn::NegMulAdd(s, b.im, a.re), hn::MulAdd(s, b.re, a.im)};
 }
-HWY_INLINE Complex SubScaledTurned(const Complex& a, V s, const Complex& b) {
+HWY_INLINE Complex SubScaledTimesI(const Complex& a, V s, const Complex& b) {
   return {hn::MulAdd(s, b.im, a.re), hn::NegMulAdd(s, b.re, a.im)};
 }
 

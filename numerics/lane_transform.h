@@ -1,6 +1,9 @@
 // Spectra of eight real channels at once. A vector holds the same sample, or the same part of the
 // same bin, of eight channels: no lane meets another, and a transform is plain vector arithmetic
 // throughout. The layout does not depend on how wide the vectors of the machine are.
+//
+// Either direction is within 2e-7 of the largest bin or sample of a transform in double precision,
+// at sizes above 40960 within 2.5e-7; the tests hold every size to this, and print its error.
 #ifndef ORVANE_NUMERICS_LANE_TRANSFORM_H_
 #define ORVANE_NUMERICS_LANE_TRANSFORM_H_
 
@@ -15,12 +18,12 @@ constexpr uint32_t kBatchAlignment = 32;  // bytes; only speed depends on it
 //   packed    transform of the complex signal even + i * odd sample, of half the length
 //   spectrum  transform of the real signal; the imaginary part of bin 0 is the Nyquist frequency
 struct lane_transform_t {
-  uint32_t size;          // real samples
-  uint32_t first_radix;   // 4 or 8; the passes after the first one are of radix 4
-  uint32_t odd_radix;     // of the last pass: 3 or 5, or 1 for none
-  float* twiddles;        // cosine and -sine in the order in which the passes use them
-  float* split_twiddles;  // those that make a spectrum of a packed batch, bins 0 to size / 4
-  uint16_t* places;       // first bin of each butterfly of the first pass
+  uint32_t size;             // real samples
+  uint32_t first_radix;      // 4 or 8; the passes after the first one are of radix 4
+  uint32_t odd_radix;        // of the last pass: 3 or 5, or 1 for none
+  float* twiddles;           // cosine and -sine in the order in which the forward passes use them
+  float* spectrum_twiddles;  // those between a packed batch and a spectrum, bins 0 to size / 4
+  uint16_t* permutation;     // first bin of each butterfly of the pass without twiddles
 };
 
 // Prepares transforms of `size` samples: a power of two from 32 on, or three or five times one, up
@@ -50,5 +53,12 @@ inline float* align_batches(float* buffer) {
 // aligned. Allocates nothing.
 void lane_transform_forward(const lane_transform_t& transform, const float* const* rows,
                             uint32_t frames, float* packed);
+
+// The way back from a packed batch to kTransformLanes channels, of which the first `frames` samples
+// are written, at most the transform's size. Neither direction divides: a channel that went forward
+// comes back size / 2 times as large. `packed` is used up; rows need not be aligned. Allocates
+// nothing.
+void lane_transform_inverse(const lane_transform_t& transform, float* packed, float* const* rows,
+                            uint32_t frames);
 
 #endif  // ORVANE_NUMERICS_LANE_TRANSFORM_H_

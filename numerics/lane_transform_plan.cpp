@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr uint32_t kMaxSize = 65536;  // places are kept in 16 bits
+constexpr uint32_t kMaxSize = 65536;  // the permutation is kept in 16 bits
 
 // The number of bins is first_radix * 4 * ... * 4 * odd_radix. Returns whether that can be.
 bool choose_radices(lane_transform_t* t) {
@@ -43,7 +43,7 @@ void write_twiddles(lane_transform_t* t) {
   float* at = t->twiddles;
   for (uint32_t length = t->first_radix; length < part; length *= 4) at = write_pass(at, 4, length);
   write_pass(at, t->odd_radix, part);
-  at = t->split_twiddles;  // -i times the root of the bin
+  at = t->spectrum_twiddles;  // -i times the root of the bin
   for (uint32_t k = 0; k <= t->size / 4; ++k) at = write_root(at, 0.25 + fraction(k, t->size));
 }
 
@@ -67,16 +67,16 @@ uint32_t lane_transform_init(lane_transform_t* t, uint32_t size) {
   if (!choose_radices(t)) return UBR_INVALID;
   const uint32_t butterflies = size / 2 / t->first_radix;
   t->twiddles = alloc_zeroed<float>(size);
-  t->split_twiddles = alloc_zeroed<float>(size / 2 + 2);
-  t->places = alloc_zeroed<uint16_t>(butterflies);
-  if (!t->twiddles || !t->split_twiddles || !t->places) return UBR_NO_MEMORY;
+  t->spectrum_twiddles = alloc_zeroed<float>(size / 2 + 2);
+  t->permutation = alloc_zeroed<uint16_t>(butterflies);
+  if (!t->twiddles || !t->spectrum_twiddles || !t->permutation) return UBR_NO_MEMORY;
   write_twiddles(t);
   for (uint32_t n = 0; n < butterflies; ++n)
-    t->places[n] = static_cast<uint16_t>(find_place(*t, n));
+    t->permutation[n] = static_cast<uint16_t>(find_place(*t, n));
   return UBR_OK;
 }
 
 void lane_transform_cleanup(lane_transform_t* t) {
-  release(t->twiddles, t->split_twiddles, t->places);
+  release(t->twiddles, t->spectrum_twiddles, t->permutation);
   *t = {};
 }

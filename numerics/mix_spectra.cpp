@@ -63,7 +63,7 @@ struct BinPair {
 // Twice these bins. With e the sum of the first packed bin and the conjugate of the second, and o
 // their difference, turned by the twiddle, they are e + o and the conjugate of e - o; `high` is
 // left unconjugated.
-HWY_INLINE BinPair Split(const float* low, const float* high, V re, V im) {
+HWY_INLINE BinPair Unpack(const float* low, const float* high, V re, V im) {
   const Complex z = Load(low), y = Load(high);
   const Complex e = {hn::Add(z.re, y.re), hn::Sub(z.im, y.im)};
   const Complex o = Mul({hn::Sub(z.re, y.re), hn::Add(z.im, y.im)}, re, im);
@@ -85,13 +85,13 @@ HWY_INLINE void Mix(const lane_transform_t& transform, const float* packed, uint
   const size_t bins = transform.size / 2, batch = batch_size(transform.size);
   for (size_t s = 0; s < kSums; ++s) MixEnds(packed, batch, count, to[s]);
   for (size_t k = 1; k <= bins / 2; ++k) {
-    const V re = hn::Set(d, transform.split_twiddles[2 * k]);
-    const V im = hn::Set(d, transform.split_twiddles[2 * k + 1]);
+    const V re = hn::Set(d, transform.spectrum_twiddles[2 * k]);
+    const V im = hn::Set(d, transform.spectrum_twiddles[2 * k + 1]);
     size_t low = k * kBin, high = (bins - k) * kBin;
     BinPair sums[kSums];
     for (uint32_t i = 0; i < count; ++i, low += batch, high += batch) {
       for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
-        const BinPair x = Split(packed + low + lane, packed + high + lane, re, im);
+        const BinPair x = Unpack(packed + low + lane, packed + high + lane, re, im);
         for (size_t s = 0; s < kSums; ++s) {
           const float* const responses = to[s].responses + lane;
           Accumulate(x, responses + low, responses + high, &sums[s]);
@@ -100,6 +100,44 @@ HWY_INLINE void Mix(const lane_transform_t& transform, const float* packed, uint
     }
     for (size_t s = 0; s < kSums; ++s) {
       StoreSums(sums[s].low, sums[s].high, to[s].sum + 2 * k, to[s].sum + 2 * (bins - k));
+    }
+  }
+}
+
+// Channel times response at both ends, packed. See Pack for the scale.
+HWY_INLINE void MultiplyEnds(const float* packed, const float* responses, float* product) {
+  const Complex z = Load(packed), h = Load(responses);
+  const V dc = hn::Mul(hn::Add(z.re, z.im), h.re), nyquist = hn::Mul(hn::Sub(z.re, z.im), h.im);
+  const V re = hn::Add(dc, nyquist), im = hn::Sub(dc, nyquist);
+  Store({hn::Add(re, re), hn::Add(im, im)}, product);
+}
+
+// Undoes Unpack, twofold: bins that Unpack doubled come out four times as large.
+HWY_INLINE void Pack(const BinPair& x, V re, V im, float* low, float* high) {
+  const Complex e = Add(x.low, x.high);
+  const Complex o = Mul(Sub(x.low, x.high), re, hn::Neg(im));
+  const Complex y = Sub(e, o);
+  Store(Add(e, o), low);
+  Store({y.re, hn::Neg(y.im)}, high);
+}
+
+void MultiplySpectra(const lane_transform_t& transform, const float* packed, const float* responses,
+                     float* product) {
+  const D d;
+  const size_t bins = transform.size / 2;
+  for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
+    MultiplyEnds(packed + lane, responses + lane, product + lane);
+  }
+  for (size_t k = 1; k <= bins / 2; ++k) {
+    const V re = hn::Set(d, transform.spectrum_twiddles[2 * k]);
+    const V im = hn::Set(d, transform.spectrum_twiddles[2 * k + 1]);
+    for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
+      const size_t low = k * kBin + lane, high = (bins - k) * kBin + lane;
+      BinPair sum;
+      Accumulate(Unpack(packed + low, packed + high, re, im), responses + low, responses + high,
+                 &sum);
+      sum.high.im = hn::Neg(sum.high.im);  // unconjugated again
+      Pack(sum, re, im, product + low, product + high);
     }
   }
 }
@@ -120,11 +158,18 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace orvane {
 HWY_EXPORT(MixSpectra);
+HWY_EXPORT(MultiplySpectra);
 }  // namespace orvane
 
 void mix_spectra(const lane_transform_t& transform, const float* packed, uint32_t count,
                  const spectrum_sum_t* sums, uint32_t num_sums) {
   using namespace orvane;
   HWY_DYNAMIC_DISPATCH(MixSpectra)(transform, packed, count, sums, num_sums);
+}
+
+void multiply_spectra(const lane_transform_t& transform, const float* packed,
+                      const float* responses, float* product) {
+  using namespace orvane;
+  HWY_DYNAMIC_DISPATCH(MultiplySpectra)(transform, packed, responses, product);
 }
 #endif  // HWY_ONCE

@@ -22,4 +22,11 @@ struct spectrum_sum_t {
 void mix_spectra(const lane_transform_t& transform, const float* packed, uint32_t count,
                  const spectrum_sum_t* sums, uint32_t num_sums);
 
+// Multiplies every lane of a packed batch with its own response, `responses` being a batch of
+// spectra. `product` is a packed batch four times as large as the product of these signals; with
+// responses scaled by 0.5 / transform.size, lane_transform_inverse makes of it the convolution of
+// channel and response, around the transform's size. It may be `packed` itself. Allocates nothing.
+void multiply_spectra(const lane_transform_t& transform, const float* packed,
+                      const float* responses, float* product);
+
 #endif  // ORVANE_NUMERICS_MIX_SPECTRA_H_
