@@ -121,6 +121,28 @@ HWY_INLINE void Pack(const BinPair& x, V re, V im, float* low, float* high) {
   Store({y.re, hn::Neg(y.im)}, high);
 }
 
+// See unpack_spectra; Unpack has doubled its bins.
+void UnpackSpectra(const lane_transform_t& transform, float* batch, float scale) {
+  const D d;
+  const size_t bins = transform.size / 2;
+  const V all = hn::Set(d, scale), half = hn::Set(d, 0.5f * scale);
+  for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
+    const Complex z = Load(batch + lane);
+    Store({hn::Mul(hn::Add(z.re, z.im), all), hn::Mul(hn::Sub(z.re, z.im), all)}, batch + lane);
+  }
+  for (size_t k = 1; k <= bins / 2; ++k) {
+    const V re = hn::Set(d, transform.spectrum_twiddles[2 * k]);
+    const V im = hn::Set(d, transform.spectrum_twiddles[2 * k + 1]);
+    for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(d)) {
+      float* const low = batch + k * kBin + lane;
+      float* const high = batch + (bins - k) * kBin + lane;
+      const BinPair x = Unpack(low, high, re, im);
+      Store({hn::Mul(x.low.re, half), hn::Mul(x.low.im, half)}, low);
+      Store({hn::Mul(x.high.re, half), hn::Mul(hn::Neg(x.high.im), half)}, high);
+    }
+  }
+}
+
 void MultiplySpectra(const lane_transform_t& transform, const float* packed, const float* responses,
                      float* product) {
   const D d;
@@ -159,12 +181,18 @@ HWY_AFTER_NAMESPACE();
 namespace orvane {
 HWY_EXPORT(MixSpectra);
 HWY_EXPORT(MultiplySpectra);
+HWY_EXPORT(UnpackSpectra);
 }  // namespace orvane
 
 void mix_spectra(const lane_transform_t& transform, const float* packed, uint32_t count,
                  const spectrum_sum_t* sums, uint32_t num_sums) {
   using namespace orvane;
   HWY_DYNAMIC_DISPATCH(MixSpectra)(transform, packed, count, sums, num_sums);
+}
+
+void unpack_spectra(const lane_transform_t& transform, float* batch, float scale) {
+  using namespace orvane;
+  HWY_DYNAMIC_DISPATCH(UnpackSpectra)(transform, batch, scale);
 }
 
 void multiply_spectra(const lane_transform_t& transform, const float* packed,

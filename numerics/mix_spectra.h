@@ -22,6 +22,9 @@ struct spectrum_sum_t {
 void mix_spectra(const lane_transform_t& transform, const float* packed, uint32_t count,
                  const spectrum_sum_t* sums, uint32_t num_sums);
 
+// Turns a packed batch into a batch of spectra, times `scale`, in place. Allocates nothing.
+void unpack_spectra(const lane_transform_t& transform, float* batch, float scale);
+
 // Multiplies every lane of a packed batch with its own response, `responses` being a batch of
 // spectra. `product` is a packed batch four times as large as the product of these signals; with
 // responses scaled by 0.5 / transform.size, lane_transform_inverse makes of it the convolution of

@@ -173,12 +173,9 @@ TEST(LaneTransformTest, MultipliedSpectraComeBackAsConvolutions) {
     const Lanes lanes(size);
     const uint32_t taps = 9, frames = size - taps + 1, kept = size - 3;
     const Planar rows = planar_noise(kTransformLanes, frames, 1);
-    std::vector<float> responses(batch_size(size)), batch = lanes.pack(rows);
-    for (uint32_t lane = 0; lane < kTransformLanes; ++lane) {
-      Spectrum response = transform(noise(taps, 50 + lane), size);
-      for (auto& bin : response) bin *= 0.5 / size;
-      put(&responses, lane, response);
-    }
+    std::vector<float> responses = lanes.pack(planar_noise(kTransformLanes, taps, 50));
+    std::vector<float> batch = lanes.pack(rows);
+    unpack_spectra(lanes.t, responses.data(), 0.5f / static_cast<float>(size));
     Planar product(kTransformLanes, size);
     for (uint32_t lane = 0; lane < kTransformLanes; ++lane) product[lane][kept] = 7.0f;
     multiply_spectra(lanes.t, batch.data(), responses.data(), batch.data());
