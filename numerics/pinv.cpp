@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "base/checked.h"
+#include "numerics/pinv_internal.h"
 #include "numerics/svd.h"
 
 namespace {
@@ -51,6 +52,8 @@ void transpose(const float* a, int32_t rows, int32_t cols, float* transposed) {
   }
 }
 
+}  // namespace
+
 void eml_pinv(float* workspace, const float* a, const int32_t a_size[2], float* x,
               int32_t x_size[2]) {
   const int32_t m = a_size[0];
@@ -75,8 +78,6 @@ void eml_pinv(float* workspace, const float* a, const int32_t a_size[2], float* 
     }
   }
 }
-
-}  // namespace
 
 void ubr_pinv(float* workspace, const float* a, const int32_t a_size[2], float* x,
               int32_t x_size[2]) {

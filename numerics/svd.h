@@ -4,6 +4,8 @@
 
 #include <stdint.h>
 
+#include "base/export.h"
+
 inline constexpr int32_t kSvdMaxColumns = 25;
 
 // Economy-size decomposition a = U diag(s) V^T of a rows x cols matrix, rows >= cols. Matrices are
@@ -17,6 +19,7 @@ inline constexpr int32_t kSvdMaxColumns = 25;
 //
 // The iteration is bounded: should it not converge, the values reached so far are the result.
 // Entries that are not finite give meaningless values. Allocates nothing.
-void svd(const float* a, int32_t rows, int32_t cols, float* scratch, float* u, float* s, float* v);
+ORVANE_EXTERN_C void svd(const float* a, int32_t rows, int32_t cols, float* scratch, float* u,
+                         float* s, float* v);
 
 #endif  // ORVANE_NUMERICS_SVD_H_

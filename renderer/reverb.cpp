@@ -9,6 +9,7 @@
 #include "renderer/reverb_change.h"
 #include "renderer/room_modules.h"
 #include "renderer/ubr.h"
+#include "room/velvet_noise_internal.h"
 
 static_assert(int{VN_MAX_BLOCK_SIZE} >= int{UBR_MAX_FRAME_SIZE}, "every renderer has its tail");
 
@@ -46,12 +47,8 @@ uint32_t reverb_prepare(ubr_reverb_t* reverb) {
 }
 
 void reverb_change_copy(const ubr_reverb_t& reverb, reverb_change_t* change) {
-  vn_state_t& state = change->state;
-  state = reverb.velvet_noise;
-  state.block_size = static_cast<int32_t>(reverb.scratch_frames);
-  state.ring_buffers = state.work_area = state.spectra = nullptr;
-  state.fft_setup = nullptr;
-  state.pulses = nullptr;
+  vn_copy_unprepared(reverb.velvet_noise, &change->state);
+  change->state.block_size = static_cast<int32_t>(reverb.scratch_frames);
 }
 
 void reverb_change_prepare(ubr_reverb_t* reverb, reverb_change_t* change) {

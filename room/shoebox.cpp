@@ -1,12 +1,18 @@
 #include "room/shoebox.h"
 
 #include <math.h>
+#include <stddef.h>
 
 #include "base/checked.h"
 
 static_assert(sizeof(shoebox_params_t) == 9 * sizeof(float));
 static_assert(sizeof(shoebox_params_fixed_t) == 9 * sizeof(int32_t));
 static_assert(sizeof(shoebox_config_t) == 125 * sizeof(float));
+static_assert(offsetof(shoebox_config_t, source_positions) == 4 * sizeof(float) &&
+              offsetof(shoebox_config_t, direct_distances) == 79 * sizeof(float) &&
+              offsetof(shoebox_config_t, listener) == 104 * sizeof(float) &&
+              offsetof(shoebox_config_t, wall_margin) == 113 * sizeof(float) &&
+              offsetof(shoebox_config_t, params) == 116 * sizeof(float));
 
 namespace {
 

@@ -1,12 +1,15 @@
 #include "room/shoebox_scene.h"
 
 #include <math.h>
+#include <stddef.h>
 #include <string.h>
 
 #include "base/checked.h"
 #include "numerics/norm.h"
 
 static_assert(sizeof(shoebox_scene_t) == (2 + 4 * 151) * sizeof(float));
+static_assert(offsetof(shoebox_scene_t, delay) == 2 * sizeof(float) &&
+              offsetof(shoebox_scene_t, elevation) == (2 + 3 * 151) * sizeof(float));
 
 namespace {
 

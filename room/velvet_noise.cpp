@@ -11,28 +11,35 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "room/random.h"
-#include "room/velvet_pulses.h"
-#include "room/velvet_response.h"
+#include "room/velvet_noise_internal.h"
 
 namespace {
 
 constexpr vn_config_t kDefaultSettings = {1.0f, 80.0f, 0.25f,    0.1f,  30.0f,
                                           1.0f, 1.0f,  10000.0f, -1.0f, 1.0f};
-constexpr int32_t kNumOutputs = 2;
 constexpr int32_t kNumWorkVectors = 4;
 constexpr int32_t kMinFftSize = 32;  // PFFFT's smallest real transform
 
 static_assert(sizeof(vn_config_t) == VN_NUM_SETTINGS * sizeof(float));
+static_assert(offsetof(vn_state_t, response_length) == 20 &&
+              offsetof(vn_state_t, convolution_length) == 44);
+static_assert(offsetof(vn_state_t, settings) == 48 && offsetof(vn_state_t, num_work_vectors) == 88);
+#if __SIZEOF_POINTER__ == 8
+static_assert(offsetof(vn_state_t, ring_buffers) == 96 && offsetof(vn_state_t, fft_setup) == 120);
+static_assert(sizeof(vn_state_t) == 128);
+#endif
 
 void release_buffers(vn_state_t& s) {
-  if (s.fft_setup) pffft_destroy_setup(s.fft_setup);
-  s.fft_setup = nullptr;
+  if (s.fft_setup) {
+    if (s.fft_setup->transform) pffft_destroy_setup(s.fft_setup->transform);
+    release(s.fft_setup->pulses);
+  }
   release_aligned(s.spectra, s.work_area);
-  release(s.ring_buffers, s.pulses);
+  release(s.ring_buffers, s.fft_setup);
 }
 
 size_t ring_samples(const vn_state_t& s) {
-  return checked_mul(size_t{kNumOutputs}, static_cast<size_t>(s.ring_length));
+  return checked_mul(size_t{kVnOutputs}, static_cast<size_t>(s.ring_length));
 }
 
 size_t vector_samples(const vn_state_t& s, int32_t vectors) {
@@ -56,34 +63,41 @@ void set_sizes(vn_state_t& s) {
   s.ring_length = checked_add(s.convolution_length, s.write_index);
 }
 
+// But for what applies the response.
 uint32_t make_buffers(vn_state_t& s) {
   s.ring_buffers = alloc_zeroed<float>(ring_samples(s));
   s.work_area = alloc_aligned<float>(vector_samples(s, s.num_work_vectors));
-  s.spectra = alloc_aligned<float>(vector_samples(s, kNumOutputs));
-  if (!s.ring_buffers || !s.work_area || !s.spectra) return UBR_NO_MEMORY;
-  s.fft_setup = pffft_new_setup(s.fft_size, PFFFT_REAL);
-  return s.fft_setup ? UBR_OK : UBR_NO_MEMORY;
+  s.fft_setup = alloc_zeroed<vn_convolver_t>(1u);
+  return s.ring_buffers && s.work_area && s.fft_setup ? UBR_OK : UBR_NO_MEMORY;
 }
 
 // Every transform is given a free work vector: PFFFT would put the N floats on the stack otherwise.
 void transform(const vn_state_t& s, const float* in, float* out, int32_t free_vector,
                pffft_direction_t direction) {
-  pffft_transform(s.fft_setup, in, out, velvet_work_vector(s, free_vector), direction);
+  pffft_transform(s.fft_setup->transform, in, out, vn_work_vector(s, free_vector), direction);
 }
 
-void make_spectra(const vn_state_t& s) {
-  velvet_apply_tone(s);
-  for (int32_t c = 0; c < kNumOutputs; ++c) {
+uint32_t make_spectra(vn_state_t& s) {
+  s.spectra = alloc_aligned<float>(vector_samples(s, kVnOutputs));
+  s.fft_setup->transform = pffft_new_setup(s.fft_size, PFFFT_REAL);
+  if (!s.spectra || !s.fft_setup->transform) return UBR_NO_MEMORY;
+  vn_apply_tone(s);
+  for (int32_t c = 0; c < kVnOutputs; ++c) {
     float* const spectrum = s.spectra + ptrdiff_t{c} * s.fft_size;
-    transform(s, velvet_work_vector(s, c), spectrum, 2, PFFFT_FORWARD);
+    transform(s, vn_work_vector(s, c), spectrum, 2, PFFFT_FORWARD);
   }
+  return UBR_OK;
+}
+
+// Gives the response the form in which blocks meet it.
+uint32_t make_convolver(vn_state_t& s) {
+  const uint32_t code = vn_gather_pulses(&s);
+  return code || s.fft_setup->pulses ? code : make_spectra(s);
 }
 
 bool is_off(const vn_state_t& s) { return s.settings.enable == 0.0f || s.settings.decay_s == 0.0f; }
 
-bool is_prepared(const vn_state_t& s) {
-  return s.ring_buffers && s.work_area && s.spectra && s.fft_setup;
-}
+bool is_prepared(const vn_state_t& s) { return s.ring_buffers && s.work_area && s.fft_setup; }
 
 // The block size that the buffers were made for counts, as well as one lowered since.
 int32_t longest_block(const vn_state_t& s) {
@@ -91,7 +105,7 @@ int32_t longest_block(const vn_state_t& s) {
 }
 
 void write_silence(float* output, int32_t frames) {
-  if (frames > 0) std::fill_n(output, ptrdiff_t{kNumOutputs} * frames, 0.0f);
+  if (frames > 0) std::fill_n(output, ptrdiff_t{kVnOutputs} * frames, 0.0f);
 }
 
 void average_channels(float* channels, int32_t frames) {
@@ -100,18 +114,19 @@ void average_channels(float* channels, int32_t frames) {
 
 // The block's spectrum goes to work vector 3, and each channel's convolution to vector 0 or 1.
 void convolve(const vn_state_t& s, const float* input, int32_t frames) {
-  float* const time = velvet_work_vector(s, 2);
-  float* const spectrum = velvet_work_vector(s, 3);
+  float* const time = vn_work_vector(s, 2);
+  float* const spectrum = vn_work_vector(s, 3);
   std::copy_n(input, frames, time);
   std::fill(time + frames, time + s.fft_size, 0.0f);
   transform(s, time, spectrum, 0, PFFFT_FORWARD);
   float* const product = time;
-  for (int32_t c = 0; c < kNumOutputs; ++c) {
+  for (int32_t c = 0; c < kVnOutputs; ++c) {
     std::fill_n(product, s.fft_size, 0.0f);
-    pffft_zconvolve_accumulate(s.fft_setup, spectrum, s.spectra + ptrdiff_t{c} * s.fft_size,
-                               product, 1.0f / static_cast<float>(s.fft_size));
+    pffft_zconvolve_accumulate(s.fft_setup->transform, spectrum,
+                               s.spectra + ptrdiff_t{c} * s.fft_size, product,
+                               1.0f / static_cast<float>(s.fft_size));
     const int32_t free_vector = c == 0 ? 1 : 3;  // after the last product the spectrum is done with
-    transform(s, product, velvet_work_vector(s, c), free_vector, PFFFT_BACKWARD);
+    transform(s, product, vn_work_vector(s, c), free_vector, PFFFT_BACKWARD);
   }
 }
 
@@ -124,9 +139,9 @@ void add_to_ring(float* ring, int32_t ring_length, int32_t start, const float* i
 // Convolves by transforms as long as the whole tail.
 void add_convolution(const vn_state_t& s, const float* input, int32_t frames) {
   convolve(s, input, frames);
-  for (int32_t c = 0; c < kNumOutputs; ++c) {
+  for (int32_t c = 0; c < kVnOutputs; ++c) {
     add_to_ring(s.ring_buffers + ptrdiff_t{c} * s.ring_length, s.ring_length, s.write_index,
-                velvet_work_vector(s, c), s.convolution_length);
+                vn_work_vector(s, c), s.convolution_length);
   }
 }
 
@@ -151,6 +166,12 @@ uint32_t vn_init(vn_state_t* state, uint32_t* const* rng) {
   state->settings = kDefaultSettings;
   random_init(*rng);
   return UBR_OK;
+}
+
+void vn_copy_unprepared(const vn_state_t& from, vn_state_t* to) {
+  *to = from;
+  to->ring_buffers = to->work_area = to->spectra = nullptr;
+  to->fft_setup = nullptr;
 }
 
 uint32_t vn_get_config(const vn_state_t* state, vn_config_t* config) {
@@ -184,27 +205,25 @@ uint32_t vn_prepare_to_play(uint32_t* rng, vn_state_t* state) {
   vn_state_t& s = *state;
   if (s.settings.enable == 0.0f) return vn_terminate(state);
   if (s.sample_rate == 0 || s.block_size < 1) return UBR_MISSING;
-  if (!velvet_settings_are_valid(s)) return UBR_INVALID;
+  if (!vn_settings_are_valid(s)) return UBR_INVALID;
   s.settings.decay_s = std::min(s.settings.decay_s, s.max_decay_s);
   s.settings.pre_delay_ms = std::min(s.settings.pre_delay_ms, s.max_pre_delay_ms);
   release_buffers(s);  // before the sizes change that describe them
   set_sizes(s);
-  if (const uint32_t code = make_buffers(s)) return code;
-  if (!rng) return UBR_MISSING;
-  if (s.response_length < 1) return UBR_OK;  // nothing but zeros
-  velvet_place_pulses(rng, s);
-  if (const uint32_t code = velvet_gather_pulses(&s)) {
-    release_buffers(s);
-    return code;
+  uint32_t code = make_buffers(s);
+  if (code == UBR_OK && !rng) code = UBR_MISSING;
+  if (code == UBR_OK && s.response_length > 0) {  // otherwise nothing but zeros
+    vn_place_pulses(rng, s);
+    code = make_convolver(s);
   }
-  if (!s.pulses) make_spectra(s);
-  return UBR_OK;
+  if (code != UBR_OK) release_buffers(s);
+  return code;
 }
 
 uint32_t vn_process(const uint32_t* rng, vn_state_t* state, const float* input,
                     const int32_t input_size[2], float* output, const int32_t output_size[2]) {
   if (!state || !input || !input_size || !output || !output_size) return UBR_MISSING;
-  if (input_size[1] < 1 || input_size[1] > 2 || output_size[1] != kNumOutputs) return UBR_MISSING;
+  if (input_size[1] < 1 || input_size[1] > 2 || output_size[1] != kVnOutputs) return UBR_MISSING;
   vn_state_t& s = *state;
   const int32_t frames = output_size[0];
   if (is_off(s)) {
@@ -219,8 +238,8 @@ uint32_t vn_process(const uint32_t* rng, vn_state_t* state, const float* input,
     write_silence(output, frames);
     return UBR_OK;
   }
-  s.pulses ? velvet_add_pulses(s, input, frames) : add_convolution(s, input, frames);
-  for (int32_t c = 0; c < kNumOutputs; ++c) {
+  s.fft_setup->pulses ? vn_add_pulses(s, input, frames) : add_convolution(s, input, frames);
+  for (int32_t c = 0; c < kVnOutputs; ++c) {
     float* const ring = s.ring_buffers + ptrdiff_t{c} * s.ring_length;
     take_from_ring(ring, s.ring_length, s.read_index, output + ptrdiff_t{c} * frames, frames);
   }

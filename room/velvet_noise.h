@@ -15,8 +15,7 @@
 #include "base/export.h"
 #include "room/random_state.h"
 
-struct PFFFT_Setup;
-struct sparse_tap_t;
+struct vn_convolver_t;
 
 enum {
   VN_NUM_SETTINGS = 10,
@@ -51,15 +50,11 @@ typedef struct vn_state_t {
   int32_t fft_size;            // N: power of two, at least P and at least 32
   int32_t convolution_length;  // P = K + B - 1
   vn_config_t settings;
-  int32_t num_work_vectors;       // 4
-  float* ring_buffers;            // 2 x Q
-  float* work_area;               // num_work_vectors x N, scratch
-  float* spectra;                 // 2 x N: the responses in PFFFT's internal layout, or unused
-  struct PFFFT_Setup* fft_setup;  // real, N points
-  // Private. Of a response that has few pulses, instead of its spectra; or null:
-  struct sparse_tap_t* pulses;  // tone filter; then, per channel, corrections and pulses
-  int32_t tone_reach;           // samples that the tone filter reaches to either side
-  int32_t num_pulses[2];
+  int32_t num_work_vectors;          // 4
+  float* ring_buffers;               // 2 x Q
+  float* work_area;                  // num_work_vectors x N, scratch
+  float* spectra;                    // of the responses; null where there are few pulses
+  struct vn_convolver_t* fft_setup;  // private: transform or pulses of the response
 } vn_state_t;
 
 // Zeroes the record, without freeing, stores limits and default settings, and starts the generator

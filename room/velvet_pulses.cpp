@@ -1,4 +1,3 @@
-#include "room/velvet_pulses.h"
 
 #include <math.h>
 
@@ -7,11 +6,10 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/sparse_filter.h"
-#include "room/velvet_response.h"
+#include "room/velvet_noise_internal.h"
 
 namespace {
 
-constexpr int32_t kNumOutputs = 2;
 constexpr int32_t kMaxReach = 64;       // samples that the tone filter may reach to either side
 constexpr double kMaxRadius = 0.78;     // of its poles, which are silent after such a reach
 constexpr int32_t kPassLength = 256;    // samples of one pass of it that are looked at
@@ -28,7 +26,7 @@ struct tone_t {
 tone_t measure_tone(const vn_state_t& state) {
   float pass[kPassLength];
   tone_t tone = {};
-  velvet_tone_pass(state, pass, kPassLength);
+  vn_tone_pass(state, pass, kPassLength);
   double sum = 0.0;
   for (int32_t d = 0; d < kPassLength; ++d) {
     double tap = 0.0;
@@ -52,17 +50,18 @@ tone_t no_tone() {
 }
 
 int32_t count_pulses(const vn_state_t& state, int32_t channel) {
-  const float* response = velvet_work_vector(state, channel);
+  const float* response = vn_work_vector(state, channel);
   return static_cast<int32_t>(std::count_if(response, response + state.response_length,
                                             [](float pulse) { return pulse != 0.0f; }));
 }
 
 // The transforms would also wrap around what the tone filter adds beyond a full convolution.
 bool pulses_serve(const vn_state_t& s, int32_t reach) {
-  if (velvet_tone_radius(s) > kMaxRadius) return false;
+  if (vn_tone_radius(s) > kMaxRadius) return false;
+  const int32_t num_pulses = s.fft_setup->num_pulses[0] + s.fft_setup->num_pulses[1];
   const int32_t scratch = s.block_size + 2 * reach + 2 * SPARSE_FILTER_MARGIN;
   return reach <= kMaxReach && s.convolution_length + reach <= s.fft_size &&
-         scratch <= s.fft_size && s.num_pulses[0] + s.num_pulses[1] <= s.fft_size / kPointsPerPulse;
+         scratch <= s.fft_size && num_pulses <= s.fft_size / kPointsPerPulse;
 }
 
 // The whole tone response, sample `reach` being its middle.
@@ -105,41 +104,43 @@ void add_to_ring(const vn_state_t& s, int32_t channel, sparse_response_t respons
 
 }  // namespace
 
-uint32_t velvet_gather_pulses(vn_state_t* state) {
+uint32_t vn_gather_pulses(vn_state_t* state) {
   vn_state_t& s = *state;
+  vn_convolver_t& v = *s.fft_setup;
   const tone_t tone = s.settings.tone_enable != 0.0f ? measure_tone(s) : no_tone();
-  s.tone_reach = tone.reach;
-  for (int32_t c = 0; c < kNumOutputs; ++c) s.num_pulses[c] = count_pulses(s, c);
+  v.tone_reach = tone.reach;
+  for (int32_t c = 0; c < kVnOutputs; ++c) v.num_pulses[c] = count_pulses(s, c);
   if (!pulses_serve(s, tone.reach)) return UBR_OK;
   const int32_t num_tone_taps = 2 * tone.reach + 1;
   const int32_t num_taps =
-      num_tone_taps + s.num_pulses[0] + s.num_pulses[1] + kNumOutputs * tone.reach;
-  s.pulses = alloc_zeroed<sparse_tap_t>(static_cast<size_t>(num_taps));
-  if (!s.pulses) return UBR_NO_MEMORY;
-  write_tone(tone, s.pulses);
-  sparse_tap_t* taps = s.pulses + num_tone_taps;
-  for (int32_t c = 0; c < kNumOutputs; ++c) {
-    const float* response = velvet_work_vector(s, c);
+      num_tone_taps + v.num_pulses[0] + v.num_pulses[1] + kVnOutputs * tone.reach;
+  v.pulses = alloc_zeroed<sparse_tap_t>(static_cast<size_t>(num_taps));
+  if (!v.pulses) return UBR_NO_MEMORY;
+  write_tone(tone, v.pulses);
+  sparse_tap_t* taps = v.pulses + num_tone_taps;
+  for (int32_t c = 0; c < kVnOutputs; ++c) {
+    const float* response = vn_work_vector(s, c);
     write_corrections(response, tone, taps);
     taps += tone.reach;
-    write_pulses(response, tone.reach, s.num_pulses[c], taps);
-    taps += s.num_pulses[c];
+    write_pulses(response, tone.reach, v.num_pulses[c], taps);
+    taps += v.num_pulses[c];
   }
   return UBR_OK;
 }
 
-void velvet_add_pulses(const vn_state_t& s, const float* input, int32_t frames) {
-  float* const white = clear_scratch(velvet_work_vector(s, 2), frames);
+void vn_add_pulses(const vn_state_t& s, const float* input, int32_t frames) {
+  const vn_convolver_t& v = *s.fft_setup;
+  float* const white = clear_scratch(vn_work_vector(s, 2), frames);
   std::copy_n(input, frames, white);
-  const int32_t reach = s.tone_reach, num_tone_taps = 2 * reach + 1;
+  const int32_t reach = v.tone_reach, num_tone_taps = 2 * reach + 1;
   const int32_t coloured_frames = frames + 2 * reach;
-  float* const coloured = clear_scratch(velvet_work_vector(s, 3), coloured_frames);
-  sparse_filter_add({s.pulses, num_tone_taps}, white, frames, 0, coloured_frames, coloured);
-  const sparse_tap_t* taps = s.pulses + num_tone_taps;
-  for (int32_t c = 0; c < kNumOutputs; ++c) {
+  float* const coloured = clear_scratch(vn_work_vector(s, 3), coloured_frames);
+  sparse_filter_add({v.pulses, num_tone_taps}, white, frames, 0, coloured_frames, coloured);
+  const sparse_tap_t* taps = v.pulses + num_tone_taps;
+  for (int32_t c = 0; c < kVnOutputs; ++c) {
     add_to_ring(s, c, {taps, reach}, white, frames);
     taps += reach;
-    add_to_ring(s, c, {taps, s.num_pulses[c]}, coloured, coloured_frames);
-    taps += s.num_pulses[c];
+    add_to_ring(s, c, {taps, v.num_pulses[c]}, coloured, coloured_frames);
+    taps += v.num_pulses[c];
   }
 }

@@ -1,5 +1,3 @@
-#include "room/velvet_response.h"
-
 #include <math.h>
 
 #include <algorithm>
@@ -7,6 +5,7 @@
 #include "base/subnormals.h"
 #include "room/iir_filter.h"
 #include "room/random.h"
+#include "room/velvet_noise_internal.h"
 
 namespace {
 
@@ -79,7 +78,7 @@ float draw_sign(uint32_t* rng) { return floor(2.0 * b_rand(rng)) == 0.0 ? -1.0f 
 
 }  // namespace
 
-bool velvet_settings_are_valid(const vn_state_t& state) {
+bool vn_settings_are_valid(const vn_state_t& state) {
   const vn_config_t& s = state.settings;
   const float values[VN_NUM_SETTINGS] = {
       s.enable, s.pulse_spacing, s.decay_s,        s.level,     s.pre_delay_ms,
@@ -91,9 +90,9 @@ bool velvet_settings_are_valid(const vn_state_t& state) {
   return s.tone_corner_hz >= 0.0f && all_finite(shelf.b, 3) && is_stable(shelf);
 }
 
-void velvet_place_pulses(uint32_t* rng, const vn_state_t& state) {
+void vn_place_pulses(uint32_t* rng, const vn_state_t& state) {
   const vn_config_t& settings = state.settings;
-  float* const responses[2] = {velvet_work_vector(state, 0), velvet_work_vector(state, 1)};
+  float* const responses[2] = {vn_work_vector(state, 0), vn_work_vector(state, 1)};
   const Envelope envelope(state);
   const float half_segment = floorf(settings.pulse_spacing / 2.0f);
   const auto last = static_cast<float>(state.response_length);
@@ -112,7 +111,7 @@ void velvet_place_pulses(uint32_t* rng, const vn_state_t& state) {
   }
 }
 
-void velvet_tone_pass(const vn_state_t& state, float* response, int32_t count) {
+void vn_tone_pass(const vn_state_t& state, float* response, int32_t count) {
   const biquad_t shelf = design_high_shelf(state.settings, static_cast<float>(state.sample_rate));
   // One after the other, as the filter would start from a pulse.
   for (int32_t k = 0; k < count; ++k) {
@@ -122,7 +121,7 @@ void velvet_tone_pass(const vn_state_t& state, float* response, int32_t count) {
   }
 }
 
-double velvet_tone_radius(const vn_state_t& state) {
+double vn_tone_radius(const vn_state_t& state) {
   if (state.settings.tone_enable == 0.0f) return 0.0;
   const biquad_t shelf = design_high_shelf(state.settings, static_cast<float>(state.sample_rate));
   if (std::equal(shelf.a, shelf.a + 3, shelf.b)) return 0.0;
@@ -131,13 +130,13 @@ double velvet_tone_radius(const vn_state_t& state) {
   return discriminant < 0.0 ? sqrt(a2) : half + sqrt(discriminant);
 }
 
-void velvet_apply_tone(const vn_state_t& state) {
+void vn_apply_tone(const vn_state_t& state) {
   if (state.settings.tone_enable == 0.0f) return;
   const biquad_t shelf = design_high_shelf(state.settings, static_cast<float>(state.sample_rate));
   const FlushSubnormals flush;  // both passes end in such
   int32_t size[2] = {state.fft_size, 2};
-  float* const responses = velvet_work_vector(state, 0);
-  float* const filtered = velvet_work_vector(state, 2);
+  float* const responses = vn_work_vector(state, 0);
+  float* const filtered = vn_work_vector(state, 2);
   const auto reverse_both = [n = state.fft_size](float* vectors) {
     std::reverse(vectors, vectors + n);
     std::reverse(vectors + n, vectors + ptrdiff_t{2} * n);

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/result.h"
-#include "room/velvet_response.h"
+#include "room/velvet_noise_internal.h"
 #include "tests/support/signals.h"
 
 namespace {
@@ -45,9 +45,9 @@ struct Reverb {
     std::vector<uint32_t> numbers = rng_before;
     std::vector<float> work(4 * static_cast<size_t>(state.fft_size));
     drawn.work_area = work.data();
-    velvet_place_pulses(numbers.data(), drawn);
-    velvet_apply_tone(drawn);
-    const float* start = velvet_work_vector(drawn, channel);
+    vn_place_pulses(numbers.data(), drawn);
+    vn_apply_tone(drawn);
+    const float* start = vn_work_vector(drawn, channel);
     return {start, start + state.fft_size};
   }
 
@@ -137,7 +137,7 @@ TEST(VelvetConvolutionTest, BlocksEqualTheirDirectConvolution) {
     SCOPED_TRACE(test.name);
     Reverb reverb(test.changes, test.block_size);
     ASSERT_EQ(UBR_OK, reverb.prepare());
-    EXPECT_EQ(test.by_pulses, reverb.state.pulses != nullptr);
+    EXPECT_EQ(test.by_pulses, reverb.state.fft_setup->pulses != nullptr);
     const Planar out = reverb.render(in);
     EXPECT_TRUE(reverb.state.settings.stereo == 1.0f || out[0] == out[1]);
     for (int32_t c : {0, 1}) {

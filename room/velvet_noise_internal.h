@@ -1,0 +1,67 @@
+// For the library's own use: the reverberator's response, and the two ways of applying it to a
+// block.
+#ifndef ORVANE_ROOM_VELVET_NOISE_INTERNAL_H_
+#define ORVANE_ROOM_VELVET_NOISE_INTERNAL_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "room/velvet_noise.h"
+
+struct PFFFT_Setup;
+struct sparse_tap_t;
+
+constexpr int32_t kVnOutputs = 2;
+
+// What vn_state_t's fft_setup points to: the response in the form in which it is applied.
+struct vn_convolver_t {
+  PFFFT_Setup* transform;  // real, fft_size points; null where there are pulses
+  // Of a response that has few pulses, instead of its spectra; or null:
+  sparse_tap_t* pulses;  // tone filter; then, per channel, corrections and pulses
+  int32_t tone_reach;    // samples that the tone filter reaches to either side
+  int32_t num_pulses[kVnOutputs];
+};
+
+// Copies rates, limits and settings, and takes none of the buffers: *to is as before its first
+// preparation, whatever it owned.
+void vn_copy_unprepared(const vn_state_t& from, vn_state_t* to);
+
+// Vector `i` of the work area, fft_size samples.
+inline float* vn_work_vector(const vn_state_t& state, int32_t i) {
+  return state.work_area + ptrdiff_t{i} * state.fft_size;
+}
+
+// velvet_response.cpp: the response as the settings describe it.
+
+// Whether the settings describe a response at the state's sampling rate.
+bool vn_settings_are_valid(const vn_state_t& state);
+
+// Draws the pulses of both responses into work vectors 0 and 1, which hold zeros.
+void vn_place_pulses(uint32_t* rng, const vn_state_t& state);
+
+// Filters both responses forwards and backwards, which leaves no phase shift; vectors 2 and 3 are
+// scratch. Nothing to do when the tone filter is off.
+void vn_apply_tone(const vn_state_t& state);
+
+// The response of one pass of the tone filter, `count` samples.
+void vn_tone_pass(const vn_state_t& state, float* response, int32_t count);
+
+// Distance of the outermost pole of one pass from the origin, 0 for a filter that changes nothing.
+// Deliberate: large also where zeros nearly cancel the poles, at gains of almost 1: a pass in
+// single precision has rounding errors, which ring on with the poles.
+double vn_tone_radius(const vn_state_t& state);
+
+// velvet_pulses.cpp: the response as what it is made of, its pulses and the tone filter that
+// colours all of them alike. Where they are few, adding up the filtered block once per pulse takes
+// less time than transforms.
+
+// Collects the pulses that stand in work vectors 0 and 1, without their tone. The convolver's
+// `pulses` stay null where transforms serve better: many pulses, a tone filter that rings for long,
+// vectors too short for the scratch. Returns UBR_OK or UBR_NO_MEMORY.
+uint32_t vn_gather_pulses(vn_state_t* state);
+
+// Adds the response to a block of `frames` samples to the rings, one convolution length from the
+// write index on. Needs `pulses`; work vectors 2 and 3 are scratch.
+void vn_add_pulses(const vn_state_t& state, const float* input, int32_t frames);
+
+#endif  // ORVANE_ROOM_VELVET_NOISE_INTERNAL_H_
