@@ -1,9 +1,8 @@
 // The command slot: checks the buffers of each command and calls what carries it out.
-#include "effect/command.h"
-
 #include <errno.h>
 
 #include "effect/orvane.h"
+#include "effect/parameters.h"
 #include "platform/log.h"
 
 namespace {
@@ -23,7 +22,7 @@ int32_t set_config(orvane_module_s* module, const command_buffers_t& command) {
 }
 
 int32_t reset(orvane_module_s* module) {
-  const ScopedLock lock(&module->object);
+  const ScopedLock lock(&module->object.mutex);
   orvane_Reset(module);
   return 0;
 }
@@ -66,6 +65,7 @@ int32_t orvane_Command(effect_handle_t self, uint32_t cmdCode, uint32_t cmdSize,
   orvane_module_s* module = orvane_module(self);
   if (!module || orvane_state(module) == ORVANE_STATE_UNINITIALIZED) return -EINVAL;
   const command_buffers_t command = {cmdSize, pCmdData, replySize, pReplyData};
+  const ScopedLock lock(&module->object.command_mutex);
 
   switch (cmdCode) {
     case EFFECT_CMD_INIT:

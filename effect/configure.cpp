@@ -27,13 +27,13 @@ int32_t find_layout(uint32_t mask, int32_t* layout_index) {
 }
 
 // Takes over a configuration and puts a fresh renderer in the place of the one in use. Returns a
-// renderer's code; after a failure the renderer is empty. The audio thread waits meanwhile, so it
-// meets either the old state of things or the new one.
+// renderer's code; after a failure the renderer is empty. Blocks wait meanwhile, so each meets
+// either the old configuration or the new one.
 uint32_t rebuild_renderer(orvane_module_s* module, const effect_config_t& config,
                           int32_t layout_index) {
   orvane_object_t* object = &module->object;
-  const ScopedLock lock(object);
-  orvane_set_config(module, config);
+  const ScopedLock lock(&object->mutex);
+  module->config = config;
   object->channel_count = static_cast<uint8_t>(orvane_channel_count(config.inputCfg.channels));
   ubr_cleanup(object->renderer);
   if (const uint32_t code = ubr_init(object->renderer, UBR_INPUT_SOURCES, object->channel_count,
@@ -68,7 +68,8 @@ int32_t orvane_Configure(orvane_module_s* module, const void* config_data) {
   int32_t layout_index = 0;
   if (const int32_t code = find_layout(config.inputCfg.channels, &layout_index)) {
     // Deliberate: the configuration stays, although its channels have no layout.
-    orvane_set_config(module, config);
+    const ScopedLock lock(&module->object.mutex);
+    module->config = config;
     return code;
   }
   ORVANE_LOGI("orvane_Configure: Configuring orvane for input channels %d, Layout index %d",

@@ -31,12 +31,12 @@ buffer_config_t default_buffer_config(uint32_t channels, uint8_t access_mode) {
 int32_t orvane_Init(orvane_module_s* module) {
   ORVANE_LOGI("orvane_Init module %p", static_cast<void*>(module));
   orvane_object_t* object = &module->object;
+  const ScopedLock lock(&object->mutex);
   object->lock = nullptr;
-  orvane_set_config(
-      module,
-      {.inputCfg = default_buffer_config(AUDIO_CHANNEL_OUT_7POINT1, EFFECT_BUFFER_ACCESS_READ),
-       .outputCfg =
-           default_buffer_config(AUDIO_CHANNEL_OUT_STEREO, EFFECT_BUFFER_ACCESS_ACCUMULATE)});
+  module->config = {
+      .inputCfg = default_buffer_config(AUDIO_CHANNEL_OUT_7POINT1, EFFECT_BUFFER_ACCESS_READ),
+      .outputCfg =
+          default_buffer_config(AUDIO_CHANNEL_OUT_STEREO, EFFECT_BUFFER_ACCESS_ACCUMULATE)};
   orvane_deallocateBuffers(object, object->buffer_channels);
 
   if (!object->renderer) {
@@ -55,15 +55,6 @@ int32_t orvane_Init(orvane_module_s* module) {
       static_cast<uint8_t>(orvane_channel_count(module->config.inputCfg.channels));
   orvane_set_state(module, ORVANE_STATE_INITIALIZED);
   return 0;
-}
-
-void orvane_set_config(orvane_module_s* module, const effect_config_t& config) {
-  module->config = config;
-  uint32_t stream = static_cast<uint32_t>(orvane_channel_count(config.inputCfg.channels));
-  if (config.outputCfg.accessMode == EFFECT_BUFFER_ACCESS_ACCUMULATE) {
-    stream |= ORVANE_STREAM_ACCUMULATES;
-  }
-  __atomic_store_n(&module->object.stream, stream, __ATOMIC_RELEASE);
 }
 
 int32_t orvane_channel_count(uint32_t mask) {

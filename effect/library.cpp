@@ -36,13 +36,25 @@ bool is_our_uuid(const effect_uuid_t* uuid) {
   return memcmp(uuid, &gOrvaneDescriptor.uuid, sizeof(*uuid)) == 0;
 }
 
-// Frees a context and whatever it owns; accepts a half-built one.
+bool init_mutexes(orvane_object_t* object) {
+  if (pthread_mutex_init(&object->mutex, nullptr) != 0) return false;
+  if (pthread_mutex_init(&object->command_mutex, nullptr) == 0) return true;
+  pthread_mutex_destroy(&object->mutex);
+  return false;
+}
+
+void destroy_mutexes(orvane_object_t* object) {
+  pthread_mutex_destroy(&object->command_mutex);
+  pthread_mutex_destroy(&object->mutex);
+}
+
+// Frees a context and whatever it owns, which may be but its mutexes.
 void destroy_module(orvane_module_s* module) {
   orvane_object_t* object = &module->object;
   orvane_deallocateBuffers(object, object->buffer_channels);
   if (object->renderer) ubr_cleanup(object->renderer);
   release(object->renderer);
-  pthread_mutex_destroy(&object->mutex);
+  destroy_mutexes(object);
   release(module);
 }
 
@@ -53,7 +65,7 @@ int32_t orvaneLib_Create(const effect_uuid_t* uuid, int32_t /*sessionId*/, int32
   if (!is_our_uuid(uuid)) return -ENOENT;
 
   orvane_module_s* module = alloc_zeroed<orvane_module_s>();
-  if (!module || pthread_mutex_init(&module->object.mutex, nullptr) != 0) {
+  if (!module || !init_mutexes(&module->object)) {
     ORVANE_LOGE("orvaneLib_Create() init failed");
     release(module);
     return -1;

@@ -1,6 +1,11 @@
 // One instance of the effect: the context behind the platform's handle, and the functions that work
-// on it. The platform enters through the tables in library.cpp on two threads: commands on its
-// control thread, orvane_Process on its audio thread.
+// on it. The platform enters through the tables in library.cpp: commands from its control threads,
+// orvane_Process from its audio thread.
+//
+// Two mutexes of the instance keep them apart. A command holds command_mutex from beginning to end,
+// so commands come one after another. Whatever touches what a block reads or writes (the
+// configuration, the planar buffers, the renderer) holds mutex as well, for as short as it can; a
+// block holds that one and no other. Whoever holds both took command_mutex first.
 #ifndef ORVANE_EFFECT_ORVANE_H_
 #define ORVANE_EFFECT_ORVANE_H_
 
@@ -24,8 +29,6 @@ enum {
   ORVANE_STATE_ACTIVE = 2,       // enabled
 };
 
-enum { ORVANE_STREAM_ACCUMULATES = 0x100 };  // in orvane_object_t.stream, above its channels
-
 // First ids of the vendor's parameters, one float each; docs/parameters.md has them all.
 enum {
   ORVANE_PARAM_REVERB = 100,       // plus a ubr_reverb_param
@@ -40,29 +43,26 @@ typedef struct orvane_object_t {
   size_t in_frames;
   float** out_buffers;  // owned: left and right, out_frames samples each
   size_t out_frames;
-  pthread_mutex_t* lock;  // the instance's mutex from SET_CONFIG on, null after INIT
+  pthread_mutex_t* lock;  // to `mutex` from SET_CONFIG on, null after INIT
 
-  uint32_t stream;  // what a block needs of config: channels of the input mask, and
-                    // ORVANE_STREAM_ACCUMULATES; shared with the audio thread, see orvane_stream
   int32_t buffer_channels;  // how many in_buffers there are, whatever the configuration says by now
-  pthread_mutex_t mutex;    // held around renderer calls
+  pthread_mutex_t mutex;    // of a block, and of what must not happen during one
+  pthread_mutex_t command_mutex;  // of a command; no block takes it
 } orvane_object_t;
 
 struct orvane_module_s {
   const effect_interface_s* itfe;  // first: the platform's handle points here
-  effect_config_t config;          // as last accepted, defaults before; see orvane_set_config
+  effect_config_t config;          // as last accepted, defaults before; see orvane_Configure
   orvane_object_t object;
 };
 
 extern const effect_interface_s gOrvaneInterface;
 extern const effect_descriptor_t gOrvaneDescriptor;
 
-// Holds an instance's mutex for a scope.
+// Holds a mutex for a scope.
 class ScopedLock {
  public:
-  explicit ScopedLock(orvane_object_t* object) : mutex_(&object->mutex) {
-    pthread_mutex_lock(mutex_);
-  }
+  explicit ScopedLock(pthread_mutex_t* mutex) : mutex_(mutex) { pthread_mutex_lock(mutex_); }
   ~ScopedLock() { pthread_mutex_unlock(mutex_); }
   ScopedLock(const ScopedLock&) = delete;
   ScopedLock& operator=(const ScopedLock&) = delete;
@@ -84,18 +84,10 @@ inline void orvane_set_state(orvane_module_s* module, uint32_t state) {
   __atomic_store_n(&module->object.state, state, __ATOMIC_RELEASE);
 }
 
-// A block looks at the stream before it takes the mutex; the renderer refuses one that has changed
-// meanwhile.
-inline uint32_t orvane_stream(const orvane_module_s* module) {
-  return __atomic_load_n(&module->object.stream, __ATOMIC_ACQUIRE);
-}
-
-// Stores a configuration and, for the audio thread, its stream.
-void orvane_set_config(orvane_module_s* module, const effect_config_t& config);
-
-// Puts a context, zero-filled or used, into its defaults and state 1. A renderer is made if there
-// is none, and kept as it is otherwise; the planar buffers are freed, so no block may be under way.
-// Returns 0, -1 when there is no memory for the renderer, or -EINVAL.
+// Puts a context, zero-filled but for its mutexes or used, into its defaults and state 1. A
+// renderer is made if there is none, and kept as it is otherwise; the planar buffers are freed.
+// Takes the mutex: a block under way ends before, in the old configuration, and one that waits is
+// refused. Returns 0, -1 when there is no memory for the renderer, or -EINVAL.
 int32_t orvane_Init(orvane_module_s* module);
 
 // Number of channels of an AUDIO_CHANNEL_* mask; 0 for a representation other than positions or

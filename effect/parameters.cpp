@@ -1,5 +1,7 @@
 // The two parameter commands. A parameter is four little-endian words (status, size of the id, size
 // of the value, id) and the value's bytes.
+#include "effect/parameters.h"
+
 #include <errno.h>
 #include <string.h>
 
@@ -7,7 +9,6 @@
 
 #include "ambisonics/rotator.h"
 #include "base/result.h"
-#include "effect/command.h"
 #include "effect/orvane.h"
 #include "platform/log.h"
 #include "renderer/reverb_change.h"
@@ -111,7 +112,7 @@ int32_t set_head_to_stage(orvane_module_s* module, int32_t /*id*/, const void* v
   const float orientation[3] = {-rotation[1], rotation[0], -rotation[2]};
   uint32_t code = UBR_OK;
   {
-    const ScopedLock lock(&module->object);
+    const ScopedLock lock(&module->object.mutex);
     code = ubr_set_user_orientation(module->object.renderer, orientation, ROTATOR_ROTATION_VECTOR);
   }
   if (code != UBR_OK) {
@@ -135,13 +136,13 @@ int32_t set_reverb(orvane_module_s* module, int32_t id, const void* value) {
   reverb_change_t change;
   uint32_t code = UBR_OK;
   {
-    const ScopedLock lock(&module->object);
+    const ScopedLock lock(&module->object.mutex);
     code = reverb_change_begin(renderer, param, number, &change);
   }
   if (code == UBR_OK) {
     reverb_change_prepare(renderer->reverb, &change);
     {
-      const ScopedLock lock(&module->object);
+      const ScopedLock lock(&module->object.mutex);
       reverb_change_apply(renderer->reverb, &change);
     }
     reverb_change_release(&change);
@@ -158,7 +159,7 @@ int32_t set_reflections(orvane_module_s* module, int32_t id, const void* value) 
   const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REFLECTIONS);
   uint32_t set_code = UBR_OK, compute_code = UBR_OK;
   {
-    const ScopedLock lock(&module->object);
+    const ScopedLock lock(&module->object.mutex);
     ubr_t* renderer = module->object.renderer;
     set_code = ubr_set_reflections_param(renderer, param, number);
     if (set_code == UBR_OK) compute_code = ubr_compute_reflections(renderer);

@@ -3,7 +3,6 @@
 #include <errno.h>
 
 #include "base/memory.h"
-#include "base/result.h"
 #include "effect/orvane.h"
 #include "numerics/interleave.h"
 #include "platform/log.h"
@@ -58,21 +57,28 @@ bool buffers_fit(const orvane_object_t* object, int32_t channels, size_t frames)
   return object->in_buffers && object->in_frames == frames && object->buffer_channels == channels;
 }
 
-// Renders the planar buffers. Returns 0, -EINVAL when the effect has been disabled meanwhile, or -1
-// after logging.
-int32_t render(orvane_module_s* module, int32_t channels, size_t frames) {
+// Renders one block; the mutex is held. Returns 0, or -EINVAL or -1 after logging.
+int32_t render(orvane_module_s* module, const float* in, float* out, size_t frames) {
   orvane_object_t* object = &module->object;
-  uint32_t code = UBR_OK;
-  {
-    const ScopedLock lock(object);
-    if (orvane_state(module) != ORVANE_STATE_ACTIVE) return -EINVAL;
-    code = ubr_process(object->renderer, object->in_buffers, static_cast<uint32_t>(channels),
-                       object->out_buffers, kNumOutputs, static_cast<uint32_t>(frames));
+  const int32_t channels = orvane_channel_count(module->config.inputCfg.channels);
+  const bool accumulates = module->config.outputCfg.accessMode == EFFECT_BUFFER_ACCESS_ACCUMULATE;
+  if (!buffers_fit(object, channels, frames) && !orvane_allocateBuffers(object, channels, frames)) {
+    orvane_deallocateBuffers(object, object->buffer_channels);
+    ORVANE_LOGE("orvane_Process error: orvane buffer allocation error");
+    return -EINVAL;
   }
-  if (code != UBR_OK) {
+  // After a refused channel mask a caller may go on with blocks of the earlier channels. The
+  // renderer refuses the new count, so nothing is read that the caller may not have.
+  if (static_cast<uint32_t>(channels) == object->renderer->num_inputs) {
+    split_channels(in, static_cast<size_t>(channels), frames, object->in_buffers);
+  }
+  if (const uint32_t code =
+          ubr_process(object->renderer, object->in_buffers, static_cast<uint32_t>(channels),
+                      object->out_buffers, kNumOutputs, static_cast<uint32_t>(frames))) {
     ORVANE_LOGE("orvane_Process: Error in orvane process %d", static_cast<int>(code));
     return -1;
   }
+  merge_stereo(object->out_buffers[0], object->out_buffers[1], frames, accumulates, out);
   return 0;
 }
 
@@ -88,17 +94,8 @@ int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer, audio_buf
   const size_t frames = inBuffer->frameCount;
   if (frames == 0) return 0;  // To the renderer 0 frames would mean a full block.
 
-  const uint32_t stream = orvane_stream(module);
-  const auto channels = static_cast<int32_t>(stream & ~uint32_t{ORVANE_STREAM_ACCUMULATES});
-  orvane_object_t* object = &module->object;
-  if (!buffers_fit(object, channels, frames) && !orvane_allocateBuffers(object, channels, frames)) {
-    orvane_deallocateBuffers(object, object->buffer_channels);
-    ORVANE_LOGE("orvane_Process error: orvane buffer allocation error");
-    return -EINVAL;
-  }
-  split_channels(inBuffer->f32, static_cast<size_t>(channels), frames, object->in_buffers);
-  if (const int32_t code = render(module, channels, frames)) return code;
-  merge_stereo(object->out_buffers[0], object->out_buffers[1], frames,
-               (stream & ORVANE_STREAM_ACCUMULATES) != 0, outBuffer->f32);
-  return 0;
+  const ScopedLock lock(&module->object.mutex);
+  // It may have been disabled or initialised since.
+  if (orvane_state(module) != ORVANE_STATE_ACTIVE) return -EINVAL;
+  return render(module, inBuffer->f32, outBuffer->f32, frames);
 }

@@ -116,7 +116,8 @@ void init_and_enable(EffectHost& host) {
   EXPECT_EQ(0, host.send(EFFECT_CMD_ENABLE));
 }
 
-// What happens to an enabled 5.1 instance, and how it goes on.
+// What happens to an enabled 5.1 instance, and how it goes on. A caller whose configuration was
+// refused may send what it sent before, so a refused block of 6 channels must not be read as 8.
 const struct {
   const char* name;
   std::function<void(EffectHost&)> event;
@@ -125,12 +126,12 @@ const struct {
 } kEvents[] = {
     {"Other layout", configure(AUDIO_CHANNEL_OUT_22POINT2, 0), 24, 0, 0},
     {"Rate refused", configure(AUDIO_CHANNEL_OUT_7POINT1, -EINVAL, 44100), 6, 0, 0},
-    {"Mask of other count refused", configure(0xFF, -EINVAL), 8, -1, 0},
+    {"Mask of other count refused", configure(0xFF, -EINVAL), 6, -1, 0},
     {"Mask of no channels refused", configure(0x40000000, -EINVAL), 0, -1, 0},
     {"Mask of same count refused", configure(0x8000003F, -EINVAL), 6, 0, 0},
     {"Mask with a bit of no position refused", configure(0x0400003F, -EINVAL), 6, 0, 0},
     {"Configure without memory", configure_without_memory, 6, -1, -EINVAL},
-    {"Init and enable", init_and_enable, 8, -1, 0},
+    {"Init and enable", init_and_enable, 6, -1, 0},
 };
 
 TEST(EffectStateTest, AnEventLeavesTheRendererAsItWasOrRefusing) {

@@ -1,5 +1,5 @@
-// Commands that arrive while blocks are rendered. Races show under the thread sanitizer. The test
-// lasts a second, or as many as ORVANE_TEST_SECONDS says.
+// Commands that arrive while blocks are rendered or other commands are carried out. Races show
+// under the thread sanitizer. A test lasts a second, or as many as ORVANE_TEST_SECONDS says.
 #include <errno.h>
 #include <gtest/gtest.h>
 #include <math.h>
@@ -60,7 +60,6 @@ class BusyInstance {
   }
 
   int refused() const { return refused_; }
-  int reconfigured() const { return reconfigured_; }
 
  private:
   void render() {
@@ -86,7 +85,10 @@ class BusyInstance {
   void send_one() {
     const uint32_t choice = pick(40);
     if (choice == 0) {
-      EXPECT_EQ(0, host_.configure(masks_[++reconfigured_ % 2]));
+      EXPECT_EQ(0, host_.configure(masks_[++num_configured_ % 2]));
+    } else if (choice == 1) {
+      EXPECT_EQ(0, host_.send(EFFECT_CMD_INIT));
+      EXPECT_EQ(0, host_.configure_and_enable(masks_[++num_configured_ % 2]));
     } else if (choice < 4) {
       EXPECT_EQ(0, host_.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr));
     } else if (choice < 7) {
@@ -111,7 +113,8 @@ class BusyInstance {
   uint32_t masks_[2];
   std::mt19937 random_;  // of the control thread
   std::atomic<bool> done_ = false;
-  std::atomic<int> rendered_ = 0, refused_ = 0, reconfigured_ = 0;
+  uint32_t num_configured_ = 0;
+  std::atomic<int> rendered_ = 0, refused_ = 0;
   std::thread audio_, control_;
 };
 
@@ -124,8 +127,49 @@ TEST(EffectThreadsTest, CommandsMayArriveDuringABlock) {
   same_count.stop();
   other_count.stop();
   EXPECT_EQ(0, same_count.refused());
-  // A block that has looked up the number of channels just before it changes is refused.
-  EXPECT_LE(other_count.refused(), other_count.reconfigured());
+  EXPECT_EQ(0, other_count.refused());
+}
+
+float stored_setting(const EffectHost& host, float vn_config_t::*setting) {
+  orvane_object_t& object = orvane_module(host.handle())->object;
+  const ScopedLock lock(&object.mutex);
+  return object.renderer->reverb->velvet_noise.settings.*setting;
+}
+
+// Sets one parameter of the reverb over and over. Returns how often its last value had gone
+// before the next.
+int count_lost_settings(EffectHost& host, int32_t id, float vn_config_t::*setting,
+                        const std::atomic<bool>& done) {
+  int lost = 0;
+  float value = stored_setting(host, setting);
+  for (int i = 0; !done; ++i) {
+    lost += stored_setting(host, setting) != value;
+    value = static_cast<float>(i % 100) * 1e-3f;
+    EXPECT_EQ(0, host.set_float(id, value));
+  }
+  return lost;
+}
+
+TEST(EffectThreadsTest, TwoThreadsMaySetParametersDuringABlock) {
+  const uint32_t seconds = test_seconds();
+  const TimeLimit limit(seconds + 120);
+  EffectHost host;
+  ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_5POINT1));
+  std::atomic<bool> done = false;
+  int lost_decays = 0, lost_levels = 0;
+  std::thread audio([&] {
+    std::vector<float> in = noise(6 * 256, 6), out(2 * 256);
+    while (!done) EXPECT_EQ(0, host.process(in, out));
+  });
+  std::thread one(
+      [&] { lost_decays = count_lost_settings(host, 103, &vn_config_t::decay_s, done); });
+  std::thread other(
+      [&] { lost_levels = count_lost_settings(host, 104, &vn_config_t::level, done); });
+  std::this_thread::sleep_for(std::chrono::seconds(seconds));
+  done = true;
+  for (std::thread* thread : {&audio, &one, &other}) thread->join();
+  EXPECT_EQ(0, lost_decays);
+  EXPECT_EQ(0, lost_levels);
 }
 
 // A block has looked at the state and waits for the mutex, and an instance is disabled meanwhile.
@@ -138,7 +182,7 @@ int32_t process_while_disabling(EffectHost& host, std::chrono::milliseconds head
   pthread_mutex_lock(mutex);
   std::thread audio([&] { result = host.process(in, out); });
   std::this_thread::sleep_for(head_start);
-  EXPECT_EQ(0, host.send(EFFECT_CMD_DISABLE));
+  std::thread([&] { EXPECT_EQ(0, host.send(EFFECT_CMD_DISABLE)); }).join();
   pthread_mutex_unlock(mutex);
   audio.join();
   EXPECT_EQ(untouched, out);

@@ -1,6 +1,6 @@
-// The buffers of one command, and the two parameter commands.
-#ifndef ORVANE_EFFECT_COMMAND_H_
-#define ORVANE_EFFECT_COMMAND_H_
+// The two parameter commands, and the buffers with which any command comes.
+#ifndef ORVANE_EFFECT_PARAMETERS_H_
+#define ORVANE_EFFECT_PARAMETERS_H_
 
 #include <stdint.h>
 #include <string.h>
@@ -30,4 +30,4 @@ inline void reply_status(const command_buffers_t& command, int32_t status) {
 int32_t orvane_getParameter(const command_buffers_t& command);
 int32_t orvane_setParameter(orvane_module_s* module, const command_buffers_t& command);
 
-#endif  // ORVANE_EFFECT_COMMAND_H_
+#endif  // ORVANE_EFFECT_PARAMETERS_H_
