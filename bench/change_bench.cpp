@@ -10,24 +10,24 @@
 
 namespace {
 
-constexpr uint32_t kMask = AUDIO_CHANNEL_OUT_7POINT1POINT4;
+constexpr const orvane_layout_t& kLayout = layout_named("7.1.4");
 constexpr int32_t kIgnored = 7;  // accepted, without taking the lock
 
 // Create, configure, enable, the first block of 1024 samples, release.
 void start(Run& run) {
-  std::vector<float> in = noise(12 * 1024, 1);
+  std::vector<float> in = noise(size_t{kLayout.num_channels} * 1024, 1);
   std::vector<float> out(2 * 1024);
   bool ok = true;
   measure(run, 0, [&] {
     EffectHost effect;
-    ok &= effect.configure_and_enable(kMask) == 0 && effect.process(in, out) == 0;
+    ok &= effect.configure_and_enable(kLayout.mask) == 0 && effect.process(in, out) == 0;
   });
   if (!ok) run.state.SkipWithError("the effect refused to start");
 }
 
 void turn_head(Run& run) {
   EffectHost effect;
-  bool ok = effect.configure_and_enable(kMask) == 0;
+  bool ok = effect.configure_and_enable(kLayout.mask) == 0;
   TurningHead head;
   measure(run, 0, [&] { ok &= head.turn(effect) == 0; });
   if (!ok) run.state.SkipWithError("the effect refused a pose");
@@ -36,8 +36,8 @@ void turn_head(Run& run) {
 // One setting of `id` after another, values taken in turn, with the reflections in `mode`.
 void set_parameter(Run& run, int32_t id, const std::vector<float>& values, float mode) {
   EffectHost effect;
-  bool ok =
-      effect.configure_and_enable(kMask) == 0 && set_float(effect, kReflectionsMode, mode) == 0;
+  bool ok = effect.configure_and_enable(kLayout.mask) == 0 &&
+            set_float(effect, kReflectionsMode, mode) == 0;
   size_t turn = 0;
   measure(run, 0, [&] { ok &= set_float(effect, id, values[turn++ % values.size()]) == 0; });
   if (!ok) run.state.SkipWithError("the effect refused a parameter");
@@ -45,7 +45,7 @@ void set_parameter(Run& run, int32_t id, const std::vector<float>& values, float
 
 void reset(Run& run) {
   EffectHost effect;
-  bool ok = effect.configure_and_enable(kMask) == 0;
+  bool ok = effect.configure_and_enable(kLayout.mask) == 0;
   measure(run, 0,
           [&] { ok &= effect.command(EFFECT_CMD_RESET, 0, nullptr, nullptr, nullptr) == 0; });
   if (!ok) run.state.SkipWithError("the effect refused a reset");
@@ -54,14 +54,15 @@ void reset(Run& run) {
 void configure(Run& run) {
   EffectHost effect;
   bool ok = true;
-  measure(run, 0, [&] { ok &= effect.configure(kMask) == 0; });
+  measure(run, 0, [&] { ok &= effect.configure(kLayout.mask) == 0; });
   if (!ok) run.state.SkipWithError("the effect refused a configuration");
 }
 
 // The longest tail with the densest pulses.
 void set_dense_reverb(Run& run) {
   EffectHost effect;
-  bool ok = effect.configure_and_enable(kMask) == 0 && set_float(effect, kReverbSpacing, 3.0f) == 0;
+  bool ok = effect.configure_and_enable(kLayout.mask) == 0 &&
+            set_float(effect, kReverbSpacing, 3.0f) == 0;
   measure(run, 0, [&] { ok &= set_float(effect, kReverbDecay, 2.0f) == 0; });
   if (!ok) run.state.SkipWithError("the effect refused a parameter");
 }

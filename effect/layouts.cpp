@@ -2,17 +2,38 @@
 
 #include <errno.h>
 
-#include "effect/loudspeakers.h"
-#include "effect/orvane.h"
 #include "platform/effect_abi.h"
 #include "platform/log.h"
+#include "renderer/loudspeaker_layouts.h"
+
+namespace {
+
+// The channels of a mask are those of its loudspeakers, and an LFE is one by both accounts.
+constexpr bool is_consistent(const orvane_layout_t& layout) {
+  uint32_t mask = 0;
+  for (uint32_t i = 0; i < layout.num_channels; ++i) {
+    const orvane_loudspeaker_t& speaker = layout.loudspeakers[i];
+    const bool is_lfe = speaker.channel == ORVANE_LFE || speaker.channel == ORVANE_LFE_2;
+    if (is_lfe != (speaker.is_lfe == 1) || (mask & 1u << speaker.channel) != 0) return false;
+    mask |= 1u << speaker.channel;
+  }
+  return mask == layout.mask;
+}
+
+constexpr bool are_consistent() {
+  for (const orvane_layout_t& layout : orvane_layouts) {
+    if (!is_consistent(layout)) return false;
+  }
+  return true;
+}
+static_assert(are_consistent(), "a layout's mask, loudspeakers or LFEs contradict each other");
+
+}  // namespace
 
 int32_t audio_channel_mask_to_LAYOUT_INDEX(uint32_t mask, int32_t* layout_index) {
-  for (const orvane_layout_t& layout : kOrvaneLayouts) {
-    if (layout.mask == mask) {
-      *layout_index = layout.index;
-      return 0;
-    }
+  if (const orvane_layout_t* layout = orvane_find_layout(mask)) {
+    *layout_index = static_cast<int32_t>(layout->index);
+    return 0;
   }
   switch (mask) {
     case AUDIO_CHANNEL_OUT_7POINT1POINT2:
@@ -29,12 +50,12 @@ int32_t audio_channel_mask_to_LAYOUT_INDEX(uint32_t mask, int32_t* layout_index)
 }
 
 void orvane_set_layout_sources(ubr_t* renderer, int32_t layout_index) {
-  for (const orvane_layout_t& layout : kOrvaneLayouts) {
-    if (layout.index != layout_index) continue;
-    const uint32_t channels = static_cast<uint32_t>(orvane_channel_count(layout.mask));
-    for (uint32_t i = 0; i < channels; ++i) {
+  for (const orvane_layout_t& layout : orvane_layouts) {
+    if (static_cast<int32_t>(layout.index) != layout_index) continue;
+    for (uint32_t i = 0; i < layout.num_channels; ++i) {
       const orvane_loudspeaker_t& speaker = layout.loudspeakers[i];
-      ubr_set_source_type(renderer, i, speaker.type);
+      ubr_set_source_type(renderer, i,
+                          speaker.is_lfe ? ENCODER_SOURCE_LFE : ENCODER_SOURCE_LOUDSPEAKER);
       ubr_set_source_position(renderer, i, speaker.x, speaker.y, speaker.z);
     }
   }

@@ -1,4 +1,5 @@
-// The channel layouts that the effect renders, and where their loudspeakers stand.
+// From a channel mask to a renderer with its loudspeakers in place, as
+// renderer/loudspeaker_layouts.h has them.
 #ifndef ORVANE_EFFECT_LAYOUTS_H_
 #define ORVANE_EFFECT_LAYOUTS_H_
 

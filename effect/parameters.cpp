@@ -11,6 +11,7 @@
 #include "base/result.h"
 #include "effect/orvane.h"
 #include "platform/log.h"
+#include "renderer/loudspeaker_layouts.h"
 #include "renderer/reverb_change.h"
 
 namespace {
@@ -23,9 +24,13 @@ struct parameter_header_t {
 };
 static_assert(sizeof(parameter_header_t) == sizeof(effect_param_t) + sizeof(int32_t));
 
-// What a parameter reads as.
+// The masks of all layouts, and one more.
+constexpr uint32_t kNumSupportedMasks = ORVANE_NUM_LAYOUTS + 1;
+using supported_masks_t = uint32_t[1 + kNumSupportedMasks];
+
+// What a parameter reads as; the masks take the most room.
 struct value_t {
-  uint8_t bytes[32];
+  uint8_t bytes[sizeof(supported_masks_t)];
   uint32_t size;
 };
 
@@ -34,24 +39,20 @@ value_t byte_value(uint8_t byte) { return {{byte}, 1}; }
 // A count, then that many values.
 value_t pair_of_bytes(uint8_t first, uint8_t second) { return {{2, first, second}, 3}; }
 
+// A count, then the masks of all layouts.
 value_t supported_channel_masks() {
-  // Deliberate: 7.1.2 is advertised, although no configuration with it is accepted.
-  constexpr uint32_t kMasks[] = {
-      7,
-      AUDIO_CHANNEL_OUT_5POINT1,
-      AUDIO_CHANNEL_OUT_5POINT1POINT2,
-      AUDIO_CHANNEL_OUT_5POINT1POINT4,
-      AUDIO_CHANNEL_OUT_7POINT1,
-      AUDIO_CHANNEL_OUT_7POINT1POINT2,
-      AUDIO_CHANNEL_OUT_7POINT1POINT4,
-      AUDIO_CHANNEL_OUT_22POINT2,
-  };
-  static_assert(sizeof(kMasks) == sizeof(value_t::bytes));
-  value_t value = {{}, sizeof(kMasks)};
-  memcpy(value.bytes, kMasks, sizeof(kMasks));
+  supported_masks_t masks = {kNumSupportedMasks};
+  uint32_t next = 1;
+  for (const orvane_layout_t& layout : orvane_layouts) {
+    masks[next++] = layout.mask;
+    // Deliberate: 7.1.2 is advertised, although no configuration with it is accepted.
+    if (layout.mask == AUDIO_CHANNEL_OUT_7POINT1) masks[next++] = AUDIO_CHANNEL_OUT_7POINT1POINT2;
+  }
+  value_t value = {{}, sizeof(masks)};
+  memcpy(value.bytes, masks, sizeof(masks));
   ORVANE_LOGI("orvane_getParameter %d SPATIALIZER_PARAM_SUPPORTED_CHANNEL_MASKS are %d ... %d",
-              static_cast<int>(kMasks[0]), static_cast<int>(kMasks[1]),
-              static_cast<int>(kMasks[7]));
+              static_cast<int>(masks[0]), static_cast<int>(masks[1]),
+              static_cast<int>(masks[kNumSupportedMasks]));
   return value;
 }
 

@@ -13,16 +13,13 @@ constexpr uint32_t kMaxFrames = 1100;  // somewhat more than a block may have
 constexpr uint32_t kMaxBlock = 1024;
 constexpr uint32_t kMostChannels = 30;  // that any channel mask counts
 
-constexpr uint32_t kMasks[] = {AUDIO_CHANNEL_OUT_5POINT1,
-                               AUDIO_CHANNEL_OUT_7POINT1,
-                               AUDIO_CHANNEL_OUT_5POINT1POINT2,
-                               AUDIO_CHANNEL_OUT_5POINT1POINT4,
-                               AUDIO_CHANNEL_OUT_7POINT1POINT4,
-                               AUDIO_CHANNEL_OUT_22POINT2,
-                               AUDIO_CHANNEL_OUT_7POINT1POINT2,
-                               0,
-                               0x80000003,
-                               0xFF00003F};
+// Masks without a layout, of which one is advertised all the same.
+constexpr uint32_t kOddMasks[] = {AUDIO_CHANNEL_OUT_7POINT1POINT2, 0, 0x80000003, 0xFF00003F};
+
+uint32_t pick_mask(Input* input) {
+  const uint32_t i = input->below(ORVANE_NUM_LAYOUTS + uint32_t{std::size(kOddMasks)});
+  return i < ORVANE_NUM_LAYOUTS ? orvane_layouts[i].mask : kOddMasks[i - ORVANE_NUM_LAYOUTS];
+}
 
 void call_wrongly(Input* input, const Instance& instance) {
   effect_uuid_t uuid = kOrvaneUuid;
@@ -72,7 +69,7 @@ void require_status(const std::optional<int32_t>& status) {
 }
 
 Bytes configuration(Input* input, uint32_t* channels, bool* accumulates) {
-  const uint32_t mask = input->below(8) ? input->pick(kMasks) : input->take<uint32_t>();
+  const uint32_t mask = input->below(8) ? pick_mask(input) : input->take<uint32_t>();
   effect_config_t config = stream_config(mask, static_cast<uint8_t>(input->below(3)));
   const uint32_t oddity = input->below(16);
   if (oddity == 1) config.outputCfg.channels = input->take<uint32_t>();

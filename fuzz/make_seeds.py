@@ -173,7 +173,7 @@ def audio_seeds():
     files = {
         "labelled-5.1": (labelled, wave(6, 48000, tone(6, 40), mask=0x3F)),
         "labelled-7.1.4": (labelled, wave(12, 44100, tone(12, 20), mask=0x2D63F)),
-        "unlabelled-7.1": (bytes([1, 0x40]), wave(8, 48000, tone(8, 30))),
+        "unlabelled-7.1": (bytes([3, 0x40]), wave(8, 48000, tone(8, 30))),
         "told-22.2": (bytes([5, 0x03]), wave(24, 48000, tone(24, 8))),
         "wrong-layout": (bytes([4, 0]), wave(6, 48000, tone(6, 8))),
         "normalized": (bytes([0x80, 0x8C]), wave(6, 8000, tone(6, 40), mask=0x60F)),

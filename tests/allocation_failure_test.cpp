@@ -169,20 +169,20 @@ Prepared creation() {
 }
 
 // Enabled from the start, in 5.1 or not configured at all.
-Prepared configuration(const stream_layout_t& layout, bool again) {
+Prepared configuration(const orvane_layout_t& layout, bool again) {
   const auto host = std::make_shared<EffectHost>();
   EXPECT_EQ(0, again ? host->configure_and_enable(AUDIO_CHANNEL_OUT_5POINT1)
                      : host->send(EFFECT_CMD_ENABLE));
   return {[=] { return host->configure(layout.mask); },
-          [=] { return use_effect(*host, layout.channels, 64); }};
+          [=] { return use_effect(*host, layout.num_channels, 64); }};
 }
 
 // A block of 48 frames, the first one or after one of 64.
-Prepared block(const stream_layout_t& layout, bool again) {
+Prepared block(const orvane_layout_t& layout, bool again) {
   const auto host = std::make_shared<EffectHost>();
   EXPECT_EQ(0, host->configure_and_enable(layout.mask));
-  EXPECT_EQ(0, again ? use_effect(*host, layout.channels, 64) : 0);
-  return {[=] { return use_effect(*host, layout.channels, 48); }};
+  EXPECT_EQ(0, again ? use_effect(*host, layout.num_channels, 64) : 0);
+  return {[=] { return use_effect(*host, layout.num_channels, 48); }};
 }
 
 Prepared parameter(int mode, int32_t id, float value) {
@@ -238,9 +238,9 @@ std::vector<Entry> module_entries() {
 
 std::vector<Entry> effect_entries() {
   std::vector<Entry> entries = {{"Create", creation, -1}};
-  for (const stream_layout_t& layout : {kStreamLayouts[0], kStreamLayouts[5]}) {  // 5.1 and 22.2
+  for (const orvane_layout_t& layout : {layout_named("5.1"), layout_named("22.2")}) {
     for (const bool again : {false, true}) {
-      const std::string suffix = layout.name + std::string(again ? "Again" : "");
+      const std::string suffix = test_name(layout) + (again ? "Again" : "");
       entries.push_back(
           {"Configure" + suffix, [=] { return configuration(layout, again); }, -EINVAL});
       entries.push_back({"Block" + suffix, [=] { return block(layout, again); }, -EINVAL});

@@ -27,29 +27,29 @@ bool has_subnormals(const std::vector<float>& samples) {
 }
 
 struct Scene {
-  stream_layout_t layout;
+  orvane_layout_t layout;
   float reflections_mode;
   bool turning;
   float pulse_spacing;
 };
 
-constexpr Scene kScenes[] = {{kStreamLayouts[0], 0.0f, false, 80.0f},
-                             {kStreamLayouts[4], 4.0f, true, 80.0f},
-                             {kStreamLayouts[4], 0.0f, true, 3.0f},
-                             {kStreamLayouts[5], 2.0f, false, 3.0f}};
+constexpr Scene kScenes[] = {{layout_named("5.1"), 0.0f, false, 80.0f},
+                             {layout_named("7.1.4"), 4.0f, true, 80.0f},
+                             {layout_named("7.1.4"), 0.0f, true, 3.0f},
+                             {layout_named("22.2"), 2.0f, false, 3.0f}};
 
 // Renders `in` in short blocks, with a head that turns in between if the scene says so.
 std::vector<float> render(EffectHost& host, const Scene& scene, const std::vector<float>& in) {
-  const auto block = static_cast<ptrdiff_t>(kBlock * scene.layout.channels);
+  const auto block = static_cast<ptrdiff_t>(kBlock * scene.layout.num_channels);
   std::vector<float> out;
   float angle = 0.0f;
   for (auto start = in.begin(); start < in.end(); start += block) {
     EXPECT_EQ(0, scene.turning ? host.set_pose(0.0f, 0.1f, angle += 0.1f) : 0);
     const std::vector<float> part =
-        host.render({start, start + block}, scene.layout.channels, {kBlock});
+        host.render({start, start + block}, scene.layout.num_channels, {kBlock});
     out.insert(out.end(), part.begin(), part.end());
   }
-  EXPECT_EQ(in.size() / scene.layout.channels * 2, out.size());
+  EXPECT_EQ(in.size() / scene.layout.num_channels * 2, out.size());
   return out;
 }
 
@@ -71,11 +71,11 @@ TEST(BadAudioTest, IsForgottenOnceTheFiltersHavePassedIt) {
   constexpr size_t kMemory = 2 * (kBlock + 1300 + 1440 + 2400 + 256);  // samples of both ears
   for (const Scene& scene : kScenes) {
     SCOPED_TRACE(scene.layout.name);
-    const std::vector<float> clean = noise(kFrames * scene.layout.channels, 1);
+    const std::vector<float> clean = noise(kFrames * scene.layout.num_channels, 1);
     const std::vector<float> expected = render_anew(scene, clean);
     for (const float bad : {NAN, -INFINITY, FLT_MAX}) {
       std::vector<float> spoilt = clean;
-      std::fill_n(spoilt.begin() + 7, 2 * scene.layout.channels, bad);
+      std::fill_n(spoilt.begin() + 7, 2 * scene.layout.num_channels, bad);
       const std::vector<float> actual = render_anew(scene, spoilt);
       EXPECT_FALSE(all_finite({actual.begin(), actual.begin() + 2 * kBlock})) << bad;
       EXPECT_TRUE(std::equal(expected.begin() + kMemory, expected.end(), actual.begin() + kMemory));
@@ -87,7 +87,7 @@ TEST(BadAudioTest, FadesToZeroWithoutSubnormals) {
   constexpr size_t kFrames = 64 * kBlock;
   for (const Scene& scene : kScenes) {
     SCOPED_TRACE(scene.layout.name);
-    std::vector<float> in = noise(kFrames * scene.layout.channels, 2);
+    std::vector<float> in = noise(kFrames * scene.layout.num_channels, 2);
     for (size_t i = 0; i < in.size(); ++i) {
       const auto time = static_cast<double>(i) / static_cast<double>(in.size());
       in[i] *= static_cast<float>(std::pow(10.0, -90.0 * time));  // half of it is nothing at all
@@ -125,8 +125,8 @@ int32_t set(EffectHost& host, const Parameter& parameter, float value) {
 // All that is refused goes to one instance, which then has to sound like one that was left alone.
 // What is accepted adds up in an instance per parameter.
 TEST(BadParameterTest, IsRefusedWithoutATraceOrLeavesTheOutputFinite) {
-  const Scene scene = {kStreamLayouts[0], 2.0f, false, 80.0f};
-  const std::vector<float> in = noise(4 * kBlock * scene.layout.channels, 3);
+  const Scene scene = {layout_named("5.1"), 2.0f, false, 80.0f};
+  const std::vector<float> in = noise(4 * kBlock * scene.layout.num_channels, 3);
   EffectHost untouched;
   set_up(untouched, scene);
   for (const Parameter& parameter : parameters()) {

@@ -11,6 +11,8 @@ strict="-Wall -Wextra -Wpedantic -Werror"
 cmake --install "$1" --prefix "$prefix" >/dev/null
 package=$(dirname "$(find "$prefix" -name orvane.pc)")
 export PKG_CONFIG_PATH="$package"
+# What any platform may read, among them those of 32 bits that the effect's interface does not know.
+everywhere="renderer/loudspeaker_layouts.h"
 # The flags are lists of words.
 # shellcheck disable=SC2046,SC2086
 for header in $(cd "$prefix/include/orvane" && find . -name '*.h'); do
@@ -18,6 +20,13 @@ for header in $(cd "$prefix/include/orvane" && find . -name '*.h'); do
   "$2" -std=c11 $strict -fsyntax-only $(pkg-config --cflags orvane) "$prefix/alone.c"
   "$3" -std=c++20 $strict -fsyntax-only $(pkg-config --cflags orvane) -x c++ "$prefix/alone.c"
 done
+if "$2" -m32 -ffreestanding -fsyntax-only -x c /dev/null 2>/dev/null; then
+  # shellcheck disable=SC2046,SC2086
+  for header in $everywhere; do
+    "$2" -m32 -ffreestanding -std=c11 $strict -fsyntax-only $(pkg-config --cflags orvane) -include "$header" \
+      -x c /dev/null
+  done
+fi
 
 # shellcheck disable=SC2046,SC2086
 "$2" -std=c11 $strict "$4/renderer.c" -o "$prefix/renderer" $(pkg-config --cflags --libs orvane) -lm

@@ -124,7 +124,7 @@ const struct {
   size_t channels;  // of the block processed afterwards
   int32_t process_result, pose_status;
 } kEvents[] = {
-    {"Other layout", configure(AUDIO_CHANNEL_OUT_22POINT2, 0), 24, 0, 0},
+    {"Other layout", configure(layout_named("22.2").mask, 0), 24, 0, 0},
     {"Rate refused", configure(AUDIO_CHANNEL_OUT_7POINT1, -EINVAL, 44100), 6, 0, 0},
     {"Mask of other count refused", configure(0xFF, -EINVAL), 6, -1, 0},
     {"Mask of no channels refused", configure(0x40000000, -EINVAL), 0, -1, 0},
@@ -147,7 +147,7 @@ TEST(EffectStateTest, AnEventLeavesTheRendererAsItWasOrRefusing) {
     EXPECT_EQ(c.process_result != 0, log.has("E orvane_Process: Error in orvane process 2"));
     EXPECT_EQ(c.pose_status != 0,
               log.has("E orvane_setParameter error: orvane set user orientation failed"));
-    EXPECT_EQ(0, host.configure(AUDIO_CHANNEL_OUT_7POINT1POINT4));
+    EXPECT_EQ(0, host.configure(layout_named("7.1.4").mask));
     EXPECT_EQ(0, process_block(host, 12));
   }
 }

@@ -28,6 +28,18 @@ Bytes words(const std::vector<uint32_t>& values) {
   return bytes;
 }
 
+// A count, then the masks of all layouts and, before 7.1.4's, that of 7.1.2.
+std::vector<uint32_t> supported_masks() {
+  std::vector<uint32_t> words = {ORVANE_NUM_LAYOUTS + 1};
+  for (const orvane_layout_t& layout : orvane_layouts) {
+    if (layout.name == std::string("7.1.4")) words.push_back(0xC063F);
+    words.push_back(layout.mask);
+  }
+  return words;
+}
+
+const std::vector<uint32_t> kMasks = supported_masks();
+
 const struct {
   int32_t id, status;
   uint32_t vsize;  // of the reply
@@ -37,8 +49,9 @@ const struct {
     {0, 0, 3, {2, 0, 1}, kRead + "2 SPATIALIZER_PARAM_SUPPORTED_LEVELS is 0 1"},
     {1, 0, 1, {1}, kRead + "SPATIALIZER_PARAM_LEVEL is 1"},
     {2, 0, 1, {1}, kRead + "SPATIALIZER_PARAM_HEADTRACKING_SUPPORTED is 1"},
-    {4, 0, 32, words({7, 0x3F, 0xC003F, 0x2D03F, 0x63F, 0xC063F, 0x2D63F, 0xFFFFFF}),
-     kRead + "7 SPATIALIZER_PARAM_SUPPORTED_CHANNEL_MASKS are 63 ... 16777215"},
+    {4, 0, static_cast<uint32_t>(4 * kMasks.size()), words(kMasks),
+     kRead + std::to_string(kMasks[0]) + " SPATIALIZER_PARAM_SUPPORTED_CHANNEL_MASKS are " +
+         std::to_string(kMasks[1]) + " ... " + std::to_string(kMasks.back())},
     {5, 0, 3, {2, 0, 1}, kRead + "2 SPATIALIZER_PARAM_SUPPORTED_SPATIALIZATION_MODES are 0 1"},
     {3, -EINVAL, kAskedVsize, {}, kUnreadable + "3"},
     {6, -EINVAL, kAskedVsize, {}, kUnreadable + "6"},

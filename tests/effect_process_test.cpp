@@ -60,11 +60,11 @@ TEST(EffectLayoutTest, PlacesEveryChannelAtItsSide) {
   } layouts[] = {
       {AUDIO_CHANNEL_OUT_5POINT1, {"LRCCLR", "LRRCLR", "RRRCLL", "CCCCCC"}},
       {AUDIO_CHANNEL_OUT_7POINT1, {"LRCCLRLR", "LRRCLRLR", "RRRCLLCC", "CCCCCCCC"}},
-      {AUDIO_CHANNEL_OUT_5POINT1POINT2, {"LRCCLRLR", "RRRCLRRR", "RRRCLLRR", "CCCCCCRR"}},
-      {AUDIO_CHANNEL_OUT_5POINT1POINT4, {"LRCCLRLRLR", "RRRCLRRRLR", "RRRCLLRRLL", "CCCCCCRRRR"}},
-      {AUDIO_CHANNEL_OUT_7POINT1POINT4,
+      {layout_named("5.1.2").mask, {"LRCCLRLR", "RRRCLRRR", "RRRCLLRR", "CCCCCCRR"}},
+      {layout_named("5.1.4").mask, {"LRCCLRLRLR", "RRRCLRRRLR", "RRRCLLRRLL", "CCCCCCRRRR"}},
+      {layout_named("7.1.4").mask,
        {"LRCCLRLRLRLR", "LRRCLRLRLRLR", "RRRCLLCCRRLL", "CCCCCCCCRRRR"}},
-      {AUDIO_CHANNEL_OUT_22POINT2,
+      {layout_named("22.2").mask,
        {"LRCCLRLRLRLRLRCCCCLRLRCC", "LRRCLRLRLRLRRRLCRLLRLRRC", "RRRCLLCCRRLLRRLCRLCCRRRC",
         "CCCCCCCCRRRRCCCRRRRRLLLC"}}};
   for (const auto& layout : layouts) {
@@ -85,7 +85,7 @@ TEST(EffectLayoutTest, PlacesEveryChannelAtItsSide) {
 TEST(EffectPoseTest, NodsAndTurnsAboutAllAxesAtOnce) {
   constexpr size_t kSideLeft = 6, kTop = 15;  // channels of 22.2
   EffectHost host;
-  ASSERT_EQ(0, host.configure_and_enable(AUDIO_CHANNEL_OUT_22POINT2));
+  ASSERT_EQ(0, host.configure_and_enable(layout_named("22.2").mask));
   ASSERT_EQ(0, host.set_float(100, 0.0f));
   ASSERT_EQ(0, host.set_pose(1.0f, 0.0f, 0.0f));
   EXPECT_EQ('L', side_of_channel(host, kSideLeft, 24));

@@ -121,7 +121,7 @@ class BusyInstance {
 TEST(EffectThreadsTest, CommandsMayArriveDuringABlock) {
   const uint32_t seconds = test_seconds();
   const TimeLimit limit(seconds + 120);
-  BusyInstance same_count(AUDIO_CHANNEL_OUT_5POINT1POINT2, AUDIO_CHANNEL_OUT_7POINT1, 1);
+  BusyInstance same_count(layout_named("5.1.2").mask, AUDIO_CHANNEL_OUT_7POINT1, 1);
   BusyInstance other_count(AUDIO_CHANNEL_OUT_5POINT1, AUDIO_CHANNEL_OUT_7POINT1, 2);
   std::this_thread::sleep_for(std::chrono::seconds(seconds));
   same_count.stop();

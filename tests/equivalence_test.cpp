@@ -19,14 +19,15 @@ namespace {
 constexpr float kTolerance = 1e-5f;  // of the peak
 
 // Every reflections mode with and without a tail, and one whose pulses are so dense that it takes
-// the way of a long transform; layouts are taken in turn.
+// the way of a long transform; these layouts are taken in turn.
 constexpr size_t kNumScenes = 11;
+constexpr const char* kSceneLayouts[] = {"5.1", "7.1", "5.1.2", "5.1.4", "7.1.4", "22.2"};
 
 class Scene {
  public:
   explicit Scene(size_t index) {
-    const stream_layout_t& layout = kStreamLayouts[index % std::size(kStreamLayouts)];
-    channels_ = layout.channels;
+    const orvane_layout_t& layout = layout_named(kSceneLayouts[index % std::size(kSceneLayouts)]);
+    channels_ = layout.num_channels;
     EXPECT_EQ(0, host_.configure_and_enable(layout.mask));
     EXPECT_EQ(0, host_.set_float(200, static_cast<float>(index % 5)));
     EXPECT_EQ(0, host_.set_float(100, index < 5 ? 0.0f : 1.0f));

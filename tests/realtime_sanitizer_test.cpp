@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kBlocks = 2000;
 
-class RealtimeSanitizerTest : public ::testing::TestWithParam<stream_layout_t> {};
+class RealtimeSanitizerTest : public ::testing::TestWithParam<orvane_layout_t> {};
 
 TEST_P(RealtimeSanitizerTest, FindsNothingInASteadyStream) {
   for (int mode = 0; mode <= 4; ++mode) {
@@ -30,11 +30,11 @@ TEST_P(RealtimeSanitizerTest, FindsNothingInASteadyStream) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Layouts, RealtimeSanitizerTest, ::testing::ValuesIn(kStreamLayouts),
-                         [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(Layouts, RealtimeSanitizerTest, ::testing::ValuesIn(orvane_layouts),
+                         [](const auto& test) { return test_name(test.param); });
 
 TEST(RealtimeSanitizerDeathTest, StopsABlockThatAllocates) {
-  EXPECT_DEATH(SteadyStream({kStreamLayouts[0], 0, false, 64}), "malloc|calloc");
+  EXPECT_DEATH(SteadyStream({layout_named("5.1"), 0, false, 64}), "malloc|calloc");
 }
 
 }  // namespace

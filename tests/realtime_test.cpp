@@ -86,14 +86,14 @@ bool render_blocks(SteadyStream& stream, uint32_t blocks, Tally* tally) {
   return true;
 }
 
-class RealtimeTest : public ::testing::TestWithParam<std::tuple<stream_layout_t, int>> {};
+class RealtimeTest : public ::testing::TestWithParam<std::tuple<orvane_layout_t, int>> {};
 
 TEST_P(RealtimeTest, ABlockOnlyTakesTheMutexOfItsInstanceOnce) {
   const auto& [layout, mode] = GetParam();
   const uint32_t blocks = num_blocks();
   // Both kinds of tail appear with every layout and with every mode.
   SteadyStream stream(
-      {layout, mode, (layout.channels / 2 + static_cast<uint32_t>(mode)) % 2 == 0, 64});
+      {layout, mode, (layout.num_channels / 2 + static_cast<uint32_t>(mode)) % 2 == 0, 64});
   Tally* tally = shared_tally();
   ASSERT_NE(nullptr, tally);
   const int end = run_without_system_calls([&] { return render_blocks(stream, blocks, tally); });
@@ -109,10 +109,10 @@ TEST_P(RealtimeTest, ABlockOnlyTakesTheMutexOfItsInstanceOnce) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, RealtimeTest,
-                         ::testing::Combine(::testing::ValuesIn(kStreamLayouts),
+                         ::testing::Combine(::testing::ValuesIn(orvane_layouts),
                                             ::testing::Range(0, 5)),
                          [](const auto& test) {
-                           return std::string("Layout") + std::get<0>(test.param).name +
+                           return std::string("Layout") + test_name(std::get<0>(test.param)) +
                                   "Reflections" + std::to_string(std::get<1>(test.param));
                          });
 
@@ -122,7 +122,7 @@ TEST(RealtimeWatchTest, NoticesWhatABlockMayNotDo) {
   EXPECT_EQ(0, run_without_system_calls([] { return true; }));
 
   // A block of another length is the one that allocates; a pose takes this lock and another.
-  SteadyStream stream({kStreamLayouts[0], 0, false, 64});
+  SteadyStream stream({layout_named("5.1"), 0, false, 64});
   std::vector<float> in(6 * 32), out(2 * 32);
   pthread_mutex_t other = PTHREAD_MUTEX_INITIALIZER;
   interposed_begin(&orvane_module(stream.host().handle())->object.mutex);
@@ -158,7 +158,7 @@ class RealtimeCostTest : public ::testing::TestWithParam<std::tuple<int, bool, b
 // Right after the noise has gone, with what lasts of it, and once that has gone too.
 TEST_P(RealtimeCostTest, AQuietBlockTakesAsLongAsNoise) {
   const auto& [mode, dense_tail, turning, peak] = GetParam();
-  const stream_scene_t scene = {kStreamLayouts[4], mode, dense_tail, 256};
+  const stream_scene_t scene = {layout_named("7.1.4"), mode, dense_tail, 256};
   SteadyStream loud(scene), quiet(scene);
   cost_ratio(quiet, loud, turning);
   quiet.set_level(peak);

@@ -107,7 +107,9 @@ TEST(ValidateReportTest, MissesWhatIsBeyondALimitOrNoNumberOrNotMeasured) {
   EXPECT_EQ(limits().size() - 3, report_unmeasured({section}).size());
   EXPECT_NE(std::string::npos, report_json({section}).find("\"value\": null"));
   EXPECT_NE(std::string::npos, report_json({section}).find("\"passed\": false,\n  \"figures\""));
-  EXPECT_NE(std::string::npos, report_page({section}).find("2 miss their limits, 42 were not"));
+  EXPECT_NE(std::string::npos,
+            report_page({section}).find("2 miss their limits, " +
+                                        std::to_string(limits().size() - 3) + " were not"));
   EXPECT_THROW(section.add("unheard_of", 1.0), std::logic_error);
 }
 

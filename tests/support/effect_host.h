@@ -5,9 +5,13 @@
 
 #include <stdint.h>
 
+#include <algorithm>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/effect_abi.h"
+#include "renderer/loudspeaker_layouts.h"
 
 extern "C" const audio_effect_library_t AELI;
 
@@ -18,17 +22,19 @@ constexpr effect_uuid_t kOrvaneUuid = {
 // A configuration that is accepted: `mask` to stereo, float, 48 kHz.
 effect_config_t stream_config(uint32_t mask, uint8_t access_mode = EFFECT_BUFFER_ACCESS_WRITE);
 
-// The layouts that are accepted.
-struct stream_layout_t {
-  const char* name;
-  uint32_t mask;
-  uint32_t channels;
-};
+// The layout of that name in the library's table.
+constexpr const orvane_layout_t& layout_named(std::string_view name) {
+  const orvane_layout_t* layout = orvane_layouts;
+  while (layout->name != name) ++layout;
+  return *layout;
+}
 
-constexpr stream_layout_t kStreamLayouts[] = {
-    {"5_1", AUDIO_CHANNEL_OUT_5POINT1, 6},          {"7_1", AUDIO_CHANNEL_OUT_7POINT1, 8},
-    {"5_1_2", AUDIO_CHANNEL_OUT_5POINT1POINT2, 8},  {"5_1_4", AUDIO_CHANNEL_OUT_5POINT1POINT4, 10},
-    {"7_1_4", AUDIO_CHANNEL_OUT_7POINT1POINT4, 12}, {"22_2", AUDIO_CHANNEL_OUT_22POINT2, 24}};
+// A layout's name as a part of a test's: "7_1_4".
+inline std::string test_name(const orvane_layout_t& layout) {
+  std::string name = layout.name;
+  std::ranges::replace(name, '.', '_');
+  return name;
+}
 
 class EffectHost {
  public:

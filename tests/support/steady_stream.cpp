@@ -7,7 +7,7 @@
 #include "tests/support/signals.h"
 
 SteadyStream::SteadyStream(const stream_scene_t& scene)
-    : noise_(noise(size_t{scene.layout.channels} * scene.frames, 1)),
+    : noise_(noise(size_t{scene.layout.num_channels} * scene.frames, 1)),
       in_(noise_),
       out_(2 * size_t{scene.frames}) {
   EXPECT_EQ(0, host_.configure_and_enable(scene.layout.mask));

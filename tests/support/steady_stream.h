@@ -10,7 +10,7 @@
 #include "tests/support/effect_host.h"
 
 struct stream_scene_t {
-  stream_layout_t layout;
+  orvane_layout_t layout;
   int reflections_mode;
   bool dense_tail;  // so many pulses that the tail takes transforms
   uint32_t frames;  // of a block

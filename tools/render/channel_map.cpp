@@ -1,10 +1,9 @@
 #include "tools/render/channel_map.h"
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
 
-#include "platform/effect_abi.h"
+#include "renderer/loudspeaker_layouts.h"
 #include "tools/render/decibels.h"
 #include "tools/render/failure.h"
 #include "tools/render/text.h"
@@ -14,15 +13,8 @@ namespace {
 
 using enum Speaker;
 
-// 22.2 in the three orders that files come in. Smaller layouts are in the same order in all of
-// them.
+// The channels of 22.2 in two orders that files come in, and that are not the mask's.
 // clang-format off
-const std::vector<Speaker> kAndroidOrder = {
-    kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight,
-    kFrontLeftOfCenter, kFrontRightOfCenter, kBackCenter, kSideLeft, kSideRight, kTopCenter,
-    kTopFrontLeft, kTopFrontCenter, kTopFrontRight, kTopBackLeft, kTopBackCenter, kTopBackRight,
-    kTopSideLeft, kTopSideRight, kBottomFrontLeft, kBottomFrontCenter, kBottomFrontRight, kLfe2};
-
 const std::vector<Speaker> kFfmpegOrder = {
     kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight,
     kFrontLeftOfCenter, kFrontRightOfCenter, kBackCenter, kSideLeft, kSideRight, kTopCenter,
@@ -85,7 +77,7 @@ std::optional<Labelled> match_labels(std::vector<Speaker> labels) {
   return std::nullopt;
 }
 
-// The road and the gain of each channel of a file whose channels are `labels`.
+// The route and the gain of each channel of a file whose channels are `labels`.
 void route(ChannelPlan* plan, const std::vector<Speaker>& labels, const ChannelRequest& request) {
   std::vector<Speaker> inputs = plan->layout->rows;
   if (request.input_order == InputOrder::kDevice) {
@@ -95,7 +87,7 @@ void route(ChannelPlan* plan, const std::vector<Speaker>& labels, const ChannelR
   for (const Speaker speaker : inputs) {
     const auto found = std::find(labels.begin(), labels.end(), speaker);
     plan->file_channels.push_back(static_cast<size_t>(found - labels.begin()));
-    plan->gains.push_back(speaker == kLfe || speaker == kLfe2 ? lfe_gain : 1.0f);
+    plan->gains.push_back(speaker_is_lfe(speaker) ? lfe_gain : 1.0f);
   }
 }
 
@@ -120,34 +112,16 @@ std::string count_text(size_t channels) {
 }  // namespace
 
 const std::vector<Layout>& layouts() {
-  static const std::vector<Layout> all = {
-      {"5.1",
-       AUDIO_CHANNEL_OUT_5POINT1,
-       {kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight}},
-      {"7.1",
-       AUDIO_CHANNEL_OUT_7POINT1,
-       {kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight, kSideLeft, kSideRight}},
-      {"5.1.2",
-       AUDIO_CHANNEL_OUT_5POINT1POINT2,
-       {kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight, kTopSideLeft,
-        kTopSideRight}},
-      {"5.1.4",
-       AUDIO_CHANNEL_OUT_5POINT1POINT4,
-       {kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight, kTopFrontLeft,
-        kTopFrontRight, kTopBackLeft, kTopBackRight}},
-      {"7.1.4",
-       AUDIO_CHANNEL_OUT_7POINT1POINT4,
-       {kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight, kSideLeft, kSideRight,
-        kTopFrontLeft, kTopFrontRight, kTopBackLeft, kTopBackRight}},
-      {"22.2",
-       AUDIO_CHANNEL_OUT_22POINT2,
-       {kFrontLeft,         kFrontRight,         kFrontCenter,       kLfe,
-        kBackLeft,          kBackRight,          kSideLeft,          kSideRight,
-        kTopFrontLeft,      kTopFrontRight,      kTopBackLeft,       kTopBackRight,
-        kFrontLeftOfCenter, kFrontRightOfCenter, kBackCenter,        kTopCenter,
-        kTopFrontCenter,    kTopBackCenter,      kTopSideLeft,       kTopSideRight,
-        kBottomFrontLeft,   kBottomFrontRight,   kBottomFrontCenter, kLfe2}},
-  };
+  static const std::vector<Layout> all = [] {
+    std::vector<Layout> made;
+    for (const orvane_layout_t& layout : orvane_layouts) {
+      made.push_back({layout.name, layout.mask, {}});
+      for (uint32_t i = 0; i < layout.num_channels; ++i) {
+        made.back().rows.push_back(speaker_of(layout.loudspeakers[i].channel));
+      }
+    }
+    return made;
+  }();
   return all;
 }
 
@@ -165,12 +139,10 @@ std::string layout_choices() {
 }
 
 std::vector<Speaker> channel_order(const Layout& layout, FileOrder order) {
-  const std::vector<Speaker>& all = order == FileOrder::kAndroid  ? kAndroidOrder
-                                    : order == FileOrder::kBs2051 ? kBs2051Order
-                                                                  : kFfmpegOrder;
-  std::vector<Speaker> speakers;
-  std::copy_if(all.begin(), all.end(), std::back_inserter(speakers),
-               [&](Speaker speaker) { return contains(layout.rows, speaker); });
+  const std::vector<Speaker>& other = order == FileOrder::kBs2051 ? kBs2051Order : kFfmpegOrder;
+  if (order != FileOrder::kAndroid && is_permutation_of(layout.rows, other)) return other;
+  std::vector<Speaker> speakers = layout.rows;
+  std::sort(speakers.begin(), speakers.end());
   return speakers;
 }
 

@@ -11,10 +11,10 @@
 
 namespace render {
 
-// A bed that the effect accepts.
+// A bed that the effect accepts: one of orvane_layouts.
 struct Layout {
   std::string name;           // as in --layout
-  uint32_t mask;              // AUDIO_CHANNEL_OUT_*, given to the effect
+  uint32_t mask;              // given to the effect
   std::vector<Speaker> rows;  // what each input of the effect is placed as
 };
 
@@ -23,7 +23,7 @@ const std::vector<Layout>& layouts();
 // Null where `name` is no layout.
 const Layout* layout_find(const std::string& name);
 
-// "5.1, 7.1, 5.1.2, 5.1.4, 7.1.4 or 22.2"
+// "5.1, 5.1.2, 5.1.4, 7.1, 7.1.4 or 22.2"
 std::string layout_choices();
 
 // What the inputs of the effect receive. They differ for 22.2 only, whose inputs the effect places
@@ -58,7 +58,7 @@ struct ChannelPlan {
 };
 
 // Settles the layout of `file`, whose channels are labelled `labels` (kUnknown where they are not),
-// and the road of each channel. Throws Failure when the labels and the request do not settle it.
+// and the route of each channel. Throws Failure when the labels and the request do not settle it.
 ChannelPlan channel_plan_make(const std::string& file, const std::vector<Speaker>& labels,
                               const ChannelRequest& request);
 

@@ -23,8 +23,6 @@ constexpr size_t kFadeFrames = kEffectRateHz / 100;
 constexpr float kPeak = 0.5f;
 constexpr double kToneHz = 60.0;
 
-bool is_lfe(Speaker speaker) { return speaker == Speaker::kLfe || speaker == Speaker::kLfe2; }
-
 // Falls by 6 dB per octave above some 1200 Hz: broad enough to be located, not as harsh as white.
 std::vector<float> make_noise() {
   std::vector<float> samples(kBurstFrames);
@@ -107,7 +105,7 @@ void write_bed(const Options& options, const Layout& layout) {
 IdentifyBed::IdentifyBed(const Layout& layout, const std::vector<Speaker>& channels)
     : layout_(layout), noise_(make_slot(make_noise())), tone_(make_slot(make_tone())) {
   for (const Speaker speaker : file_channels(layout)) {
-    turns_.push_back({position_of(channels, speaker), is_lfe(speaker) ? tone_ : noise_});
+    turns_.push_back({position_of(channels, speaker), speaker_is_lfe(speaker) ? tone_ : noise_});
   }
 }
 

@@ -1,10 +1,8 @@
 #include "tools/render/loudspeakers.h"
 
-#include <algorithm>
 #include <cmath>
-#include <iterator>
 
-#include "effect/loudspeakers.h"
+#include "renderer/loudspeaker_layouts.h"
 #include "tools/render/text.h"
 
 namespace render {
@@ -15,18 +13,11 @@ constexpr double kDegreesPerRadian = 57.29577951308232;
 // The table's four digits are a direction to a hundredth of a degree; whole degrees are meant.
 double degrees(double radians) { return std::round(radians * kDegreesPerRadian) + 0.0; }
 
-const orvane_loudspeaker_t& loudspeaker(const Layout& layout, size_t input) {
-  const auto found =
-      std::find_if(std::begin(kOrvaneLayouts), std::end(kOrvaneLayouts),
-                   [&](const orvane_layout_t& entry) { return entry.mask == layout.mask; });
-  return found->loudspeakers[input];
-}
-
 }  // namespace
 
 std::optional<Direction> loudspeaker_direction(const Layout& layout, size_t input) {
-  const orvane_loudspeaker_t& at = loudspeaker(layout, input);
-  if (at.type == ENCODER_SOURCE_LFE) return std::nullopt;
+  const orvane_loudspeaker_t& at = orvane_find_layout(layout.mask)->loudspeakers[input];
+  if (at.is_lfe) return std::nullopt;
   const double x = static_cast<double>(at.x), y = static_cast<double>(at.y);
   return Direction{degrees(std::atan2(y, x)),
                    degrees(std::atan2(static_cast<double>(at.z), std::hypot(x, y)))};

@@ -38,11 +38,15 @@ constexpr Label kLabels[] = {
     {SF_CHANNEL_MAP_TOP_REAR_RIGHT, Speaker::kTopBackRight},
 };
 
-Speaker speaker_of(int sndfile) {
+Speaker labelled_speaker(int sndfile) {
   for (const Label& label : kLabels) {
     if (label.sndfile == sndfile) return label.speaker;
   }
   return Speaker::kUnknown;
+}
+
+const orvane_channel_name_t& names_of(Speaker speaker) {
+  return orvane_channel_names[static_cast<size_t>(speaker) - static_cast<size_t>(speaker_of(0))];
 }
 
 int label_of(Speaker speaker) {
@@ -55,39 +59,15 @@ int label_of(Speaker speaker) {
 }  // namespace
 
 const char* speaker_name(Speaker speaker) {
-  constexpr const char* kNames[] = {"?",   "FL",  "FR",  "FC",  "LFE", "BL",  "BR",  "FLC", "FRC",
-                                    "BC",  "SL",  "SR",  "TC",  "TFL", "TFC", "TFR", "TBL", "TBC",
-                                    "TBR", "TSL", "TSR", "BFL", "BFC", "BFR", "LFE2"};
-  return kNames[static_cast<size_t>(speaker)];
+  return speaker == Speaker::kUnknown ? "?" : names_of(speaker).abbreviation;
 }
 
 const char* speaker_long_name(Speaker speaker) {
-  constexpr const char* kNames[] = {"unknown",
-                                    "front left",
-                                    "front right",
-                                    "front centre",
-                                    "low frequencies",
-                                    "back left",
-                                    "back right",
-                                    "front left of centre",
-                                    "front right of centre",
-                                    "back centre",
-                                    "side left",
-                                    "side right",
-                                    "top centre",
-                                    "top front left",
-                                    "top front centre",
-                                    "top front right",
-                                    "top back left",
-                                    "top back centre",
-                                    "top back right",
-                                    "top side left",
-                                    "top side right",
-                                    "bottom front left",
-                                    "bottom front centre",
-                                    "bottom front right",
-                                    "low frequencies 2"};
-  return kNames[static_cast<size_t>(speaker)];
+  return speaker == Speaker::kUnknown ? "unknown" : names_of(speaker).name;
+}
+
+bool speaker_is_lfe(Speaker speaker) {
+  return speaker == Speaker::kLfe || speaker == Speaker::kLfe2;
 }
 
 bool speakers_have_labels(const std::vector<Speaker>& speakers) {
@@ -97,7 +77,7 @@ bool speakers_have_labels(const std::vector<Speaker>& speakers) {
 
 std::vector<Speaker> speakers_from_sndfile(const std::vector<int>& channel_map) {
   std::vector<Speaker> speakers;
-  for (const int label : channel_map) speakers.push_back(speaker_of(label));
+  for (const int label : channel_map) speakers.push_back(labelled_speaker(label));
   return speakers;
 }
 

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <iterator>
+#include <list>
 #include <stdexcept>
+#include <vector>
 
+#include "tools/render/channel_map.h"
 #include "tools/render/text.h"
 
 namespace validate {
@@ -61,14 +64,36 @@ constexpr Limit kLimits[] = {
 };
 // clang-format on
 
+constexpr double kWidestAverageDb = 5.5;  // for a layout that has no limit of its own above
+
+// The limits above, and one for each layout that they leave out.
+std::vector<Limit> with_every_layout() {
+  static std::list<std::string> ids;
+  std::vector<Limit> all(std::begin(kLimits), std::end(kLimits));
+  for (const render::Layout& layout : render::layouts()) {
+    const std::string id = "loudspeakers.average_" + layout.name;
+    if (std::any_of(all.begin(), all.end(), [&](const Limit& limit) { return id == limit.id; })) {
+      continue;
+    }
+    ids.push_back(id);
+    all.push_back({ids.back().c_str(), "largest distance of the average from the diffuse field",
+                   "dB", kNone, kWidestAverageDb});
+  }
+  return all;
+}
+
 }  // namespace
 
-std::span<const Limit> limits() { return kLimits; }
+std::span<const Limit> limits() {
+  static const std::vector<Limit> all = with_every_layout();
+  return all;
+}
 
 const Limit& limit_find(const std::string& id) {
-  const auto found = std::find_if(std::begin(kLimits), std::end(kLimits),
-                                  [&](const Limit& limit) { return id == limit.id; });
-  if (found == std::end(kLimits)) throw std::logic_error(id + " has no limit");
+  const std::span<const Limit> all = limits();
+  const auto found =
+      std::find_if(all.begin(), all.end(), [&](const Limit& limit) { return id == limit.id; });
+  if (found == all.end()) throw std::logic_error(id + " has no limit");
   return *found;
 }
 

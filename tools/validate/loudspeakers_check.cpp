@@ -114,14 +114,12 @@ double asymmetry_db(Effect* effect) {
   return worst;
 }
 
-bool is_lfe(Speaker speaker) { return speaker == Speaker::kLfe || speaker == Speaker::kLfe2; }
-
 // Draws a layout; the largest distance of its average from the diffuse field.
 double draw_layout(Effect* effect, const render::Layout& layout, const ErbLevels& diffuse_db,
                    double zero_db, Chart* chart) {
   std::vector<Response> responses;
   for (size_t channel = 0; channel < layout.rows.size(); ++channel) {
-    if (is_lfe(layout.rows[channel])) continue;
+    if (render::speaker_is_lfe(layout.rows[channel])) continue;
     responses.push_back(measure_response(effect->respond(channel, kResponseFrames)));
     ErbLevels left_db = responses.back().left;
     for (double& level : left_db) level = power_db(level);
