@@ -47,14 +47,14 @@ void find_gains(const encoder_source_t& source, const rotator_t* rotator, uint32
 }
 
 void fold(ubr_resting_t* r, const rotator_t* rotator, const binauralizer_t& binauralizer) {
-  r->pairs.num_sources = 0;
+  r->hrirs.num_sources = 0;
   for (uint32_t s = 0; s < r->num_sources; ++s) {
     if (!is_audible(r->sources[s])) continue;
-    float* const gains = r->gains + size_t{r->pairs.num_sources++} * AMBISONICS_MAX_CHANNELS;
+    float* const gains = r->gains + size_t{r->hrirs.num_sources++} * AMBISONICS_MAX_CHANNELS;
     find_gains(r->sources[s], rotator, binauralizer.num_sh_channels, gains);
   }
-  r->pairs.size = r->transform_size;
-  binauralizer_fold_responses(binauralizer, r->gains, r->pairs);
+  r->hrirs.size = r->transform_size;
+  binauralizer_fold_hrirs(binauralizer, r->gains, r->hrirs);
   r->is_folded = true;
 }
 
@@ -65,12 +65,12 @@ bool resting_is_offered(uint32_t num_sources, uint32_t num_channels) {
 }
 
 uint32_t resting_init(ubr_resting_t* r, uint32_t num_sources) {
-  r->num_sources = checked_index(num_sources, kMaxPairs + 1);
+  r->num_sources = checked_index(num_sources, kMaxFoldedSources + 1);
   r->sources = alloc_zeroed<encoder_source_t>(num_sources);
   r->gains = alloc_zeroed<float>(num_sources, uint32_t{AMBISONICS_MAX_CHANNELS});
   r->audible = alloc_zeroed<const float*>(num_sources);
-  r->pairs.spectra = alloc_zeroed<float>(count_pair_floats(num_sources));
-  return r->sources && r->gains && r->audible && r->pairs.spectra ? UBR_OK : UBR_NO_MEMORY;
+  r->hrirs.spectra = alloc_aligned<float>(count_folded_floats(num_sources));
+  return r->sources && r->gains && r->audible && r->hrirs.spectra ? UBR_OK : UBR_NO_MEMORY;
 }
 
 void resting_forget(ubr_resting_t* r) {
@@ -101,11 +101,12 @@ void resting_process(ubr_resting_t* r, binauralizer_t* binauralizer, const float
     mix_channels({r->gains, AMBISONICS_MAX_CHANNELS, 1}, {r->audible, count}, {field, 1}, frames,
                  false);
   }
-  binauralizer_process_pairs(binauralizer, r->pairs, r->audible, ears, frames);
+  binauralizer_process_folded(binauralizer, r->hrirs, r->audible, ears, frames);
 }
 
 void resting_cleanup(ubr_resting_t* r) {
   if (!r) return;
-  release(r->sources, r->gains, r->audible, r->pairs.spectra);
+  release(r->sources, r->gains, r->audible);
+  release_aligned(r->hrirs.spectra);
   *r = {};
 }

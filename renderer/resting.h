@@ -6,19 +6,19 @@
 
 #include <stdint.h>
 
+#include "ambisonics/binauralizer_internal.h"
 #include "ambisonics/encoder.h"
-#include "ambisonics/response_pairs.h"
 #include "ambisonics/rotator.h"
 
 struct ubr_resting_t {
   uint32_t num_sources;
   encoder_source_t* sources;  // num_sources: as the last block at rest found them
   uint32_t transform_size;    // of the last block, if that was at rest; else 0
-  bool is_folded;             // whether `pairs` are those of `sources` and `transform_size`
+  bool is_folded;             // whether `hrirs` are those of `sources` and `transform_size`
   float* gains;               // num_sources rows of AMBISONICS_MAX_CHANNELS: weights of the audible
                               // sources in the field that would enter the binauralizer
   const float** audible;      // num_sources: the samples of the audible sources in this block
-  response_pairs_t pairs;     // of the audible sources, with room for all at the longest transform
+  folded_hrirs_t hrirs;       // of the audible sources, with room for all at the longest transform
 };
 
 // Whether it pays to fold: a transform per source must be less work than one per channel.

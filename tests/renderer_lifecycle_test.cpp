@@ -4,7 +4,7 @@
 #include <cmath>
 #include <string>
 
-#include "ambisonics/binauralizer_built.h"
+#include "ambisonics/binauralizer_internal.h"
 #include "renderer/ubr.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/test_renderer.h"
