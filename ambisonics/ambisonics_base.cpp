@@ -3,9 +3,13 @@
 #include <math.h>
 #include <stdlib.h>
 
-#include "ambisonics/beam.h"
+#include "ambisonics/ambisonics_base_internal.h"
+#include "base/checked.h"
 #include "base/memory.h"
 #include "base/result.h"
+
+static_assert(sizeof(ambisonics_config_t) == 16);
+static_assert(is_laid_out(sizeof(ambisonics_base_t), 24));
 
 namespace {
 
@@ -72,7 +76,7 @@ uint32_t ambisonics_base_init(ambisonics_base_t* b, ambisonics_config_t config) 
   if (!b) return UBR_NO_MEMORY;  // Deliberate: inits report a missing record as 3.
   *b = {};
   if (config.order > AMBISONICS_MAX_ORDER) return UBR_INVALID;
-  if (config.num_channels > AMBISONICS_MAX_CHANNELS) return UBR_INVALID;
+  if (config.num_channels > AMBISONICS_MAX_CHANNELS) return UBR_NO_MEMORY;
   b->order = config.order;
   b->num_channels = config.num_channels;
   b->degree_order = alloc_zeroed<int32_t*>(b->num_channels);
@@ -102,14 +106,42 @@ uint32_t ambisonics_base_generate_beam(const ambisonics_base_t* b, float* beam, 
   return UBR_OK;
 }
 
-void ambisonics_write_beam(uint32_t order, float azimuth, float elevation, float* beam) {
+void ambisonics_write_weights(uint32_t order, float azimuth, float elevation, float* weights) {
   float legendre[kNumDegrees][kNumDegrees];
   evaluate_legendre(elevation, legendre);
   const int32_t highest = static_cast<int32_t>(order);
   for (int32_t n = 0; n <= highest; ++n) {
     for (int32_t m = -n; m <= n; ++m) {
-      *beam++ = sn3d(n, m) * legendre[n][abs(m)] * azimuth_factor(m, azimuth);
+      *weights++ = sn3d(n, m) * legendre[n][abs(m)] * azimuth_factor(m, azimuth);
     }
+  }
+}
+
+// With r = cos(elevation), the harmonic of degree n and order m is P(n, |m|) / r^|m|, a polynomial
+// in z = sin(elevation), times r^|m| cos(m a) or r^|m| sin(|m| a), polynomials in x and y: the real
+// and the imaginary part of (x + iy)^|m|.
+void ambisonics_write_cartesian_weights(const ambisonics_base_t& base, const float v[3],
+                                        float* weights) {
+  const float x = v[0], y = v[1], z = v[2], z2 = z * z;
+  const float c2 = x * x - y * y, s2 = 2.0f * x * y;
+  const float c3 = c2 * x - s2 * y, s3 = s2 * x + c2 * y;
+  const float c4 = c2 * c2 - s2 * s2, s4 = 2.0f * c2 * s2;
+  const float p31 = 7.5f * z2 - 1.5f;
+  const float p41 = (17.5f * z2 - 7.5f) * z;
+  const float p42 = 52.5f * z2 - 7.5f;
+  // clang-format off
+  const float harmonics[AMBISONICS_MAX_CHANNELS] = {
+      1.0f,
+      y, z, x,
+      3.0f * s2, 3.0f * z * y, 1.5f * z2 - 0.5f, 3.0f * z * x, 3.0f * c2,
+      15.0f * s3, 15.0f * z * s2, p31 * y, (2.5f * z2 - 1.5f) * z, p31 * x, 15.0f * z * c2,
+      15.0f * c3,
+      105.0f * s4, 105.0f * z * s3, p42 * s2, p41 * y, (4.375f * z2 - 3.75f) * z2 + 0.375f,
+      p41 * x, p42 * c2, 105.0f * z * c3, 105.0f * c4,
+  };
+  // clang-format on
+  for (uint32_t i = 0; i < base.num_channels; ++i) {
+    weights[i] = base.normalisation[i] * harmonics[i];
   }
 }
 

@@ -1,5 +1,5 @@
 // The ambisonic channel set: which spherical harmonics exist, their order, their normalisation, and
-// the beam (the vector of harmonics) of a direction. This is the single definition of the
+// the SH weights (the beam) of a direction. This is the single definition of the
 // conventions for every other module:
 //
 //   - ACN channel order: channel n*n + n + m holds degree n, order m (-n <= m <= n);
@@ -7,7 +7,7 @@
 //   - right-handed axes: +x ahead, +y left, +z up; azimuth 0 ahead and positive to the left,
 //     elevation positive upwards, in radians.
 //
-// A unit beam of first order is (1, cos e sin a, sin e, cos e cos a).
+// The first-order weights of a direction are (1, cos e sin a, sin e, cos e cos a).
 #ifndef ORVANE_AMBISONICS_AMBISONICS_BASE_H_
 #define ORVANE_AMBISONICS_AMBISONICS_BASE_H_
 
@@ -17,7 +17,7 @@
 
 enum {
   AMBISONICS_MAX_ORDER = 4,
-  AMBISONICS_MAX_CHANNELS = 25,  // (AMBISONICS_MAX_ORDER + 1)^2
+  AMBISONICS_MAX_CHANNELS = (AMBISONICS_MAX_ORDER + 1) * (AMBISONICS_MAX_ORDER + 1),
 };
 
 typedef struct ambisonics_config_t {
@@ -35,10 +35,10 @@ typedef struct ambisonics_base_t {
 } ambisonics_base_t;
 
 // Builds the channel table. Any ordering but 0 leaves the pairs at {0, 0}; any normalisation but 0
-// makes every factor, and so every beam, zero.
-// Returns UBR_OK; UBR_NO_MEMORY for a null record or a failed allocation (what was built stays for
-// ambisonics_base_cleanup); UBR_INVALID for an order above AMBISONICS_MAX_ORDER or more channels
-// than AMBISONICS_MAX_CHANNELS.
+// makes every factor, and so every weight, zero.
+// Returns UBR_OK; UBR_NO_MEMORY for a null record, a failed allocation (what was built stays for
+// ambisonics_base_cleanup) or more channels than AMBISONICS_MAX_CHANNELS; UBR_INVALID for an order
+// above AMBISONICS_MAX_ORDER.
 ORVANE_API uint32_t ambisonics_base_init(ambisonics_base_t* base, ambisonics_config_t config);
 
 // Writes the num_channels spherical harmonics of a direction, scaled by `gain`, into `beam`.

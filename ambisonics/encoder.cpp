@@ -1,13 +1,23 @@
 #include "ambisonics/encoder.h"
 
 #include <math.h>
+#include <stddef.h>
 #include <string.h>
 
-#include "ambisonics/encoder_selection.h"
+#include <algorithm>
+
+#include "ambisonics/encoder_internal.h"
 #include "base/checked.h"
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/mix_channels.h"
+#include "numerics/overlap.h"
+
+static_assert(sizeof(encoder_source_t) == 132);
+static_assert(is_laid_out(sizeof(encoder_t), 80));
+static_assert(is_laid_out(offsetof(encoder_t, sources), 24));
+static_assert(is_laid_out(offsetof(encoder_t, output_matrix), 56));
+static_assert(is_laid_out(offsetof(encoder_t, padded_frame), 72));
 
 namespace {
 
@@ -24,27 +34,55 @@ void update_geometry(const encoder_t* e, encoder_source_t* source) {
   source->distance_gain = fades ? 1.0f / source->distance : 1.0f;
 }
 
-// Collects samples and beams of the selected sources and returns how many there are.
-uint32_t gather_sources(encoder_t* e, const float* const* inputs,
-                        bool (*is_selected)(uint32_t type)) {
-  uint32_t row = 0;
+// The scratch for addresses, one for each source.
+const float** selected_rows(const encoder_t& e) {
+  return reinterpret_cast<const float**>(e.input_matrix);
+}
+
+// Collects the samples and SH weights of the selected sources.
+channels_t<const float> gather_sources(encoder_t* e, const float* const* inputs,
+                                       bool (*is_selected)(uint32_t type)) {
+  const float** const rows = selected_rows(*e);
+  uint32_t count = 0;
   for (uint32_t s = 0; s < e->num_sources; ++s) {
     const encoder_source_t& source = e->sources[s];
     if (!is_selected(source.type)) continue;
-    e->selected_inputs[row] = inputs[s];
-    memcpy(e->gain_matrix + size_t{row} * e->padded_channels, source.beam,
+    rows[count] = inputs[s];
+    memcpy(e->gain_matrix + size_t{count} * e->padded_channels, source.beam,
            e->ambisonics->num_channels * sizeof(float));
-    ++row;
+    ++count;
   }
-  return row;
+  return {rows, count};
+}
+
+// For outputs that overlap the inputs: a tile is complete before any of it is written.
+void encode_in_place(const encoder_t& e, const mix_weights_t& weights, uint32_t num_sources,
+                     const channels_t<float>& out, uint32_t frames, bool accumulate) {
+  const float** const in = selected_rows(e);
+  float* tile[AMBISONICS_MAX_CHANNELS];
+  for (uint32_t c = 0; c < out.count; ++c) tile[c] = e.output_matrix + size_t{c} * kTileFrames;
+  for (uint32_t first = 0; first < frames; first += kTileFrames) {
+    const uint32_t count = std::min(frames - first, kTileFrames);
+    mix_channels(weights, {in, num_sources}, {tile, out.count}, count, false);
+    for (uint32_t s = 0; s < num_sources; ++s) in[s] += count;
+    for (uint32_t c = 0; c < out.count; ++c) {
+      float* const output = out.rows[c] + first;
+      for (uint32_t t = 0; t < count; ++t) output[t] = (accumulate ? output[t] : 0.0f) + tile[c][t];
+    }
+  }
 }
 
 void encode(encoder_t* e, const float* const* inputs, float* const* outputs, uint32_t frames,
-            uint32_t accumulate, bool (*is_selected)(uint32_t type)) {
-  const uint32_t rows = gather_sources(e, inputs, is_selected);
-  if (rows == 0 && accumulate) return;
-  mix_channels({e->gain_matrix, e->padded_channels, 1}, {e->selected_inputs, rows},
-               {outputs, e->ambisonics->num_channels}, frames, accumulate != 0);
+            bool accumulate, bool (*is_selected)(uint32_t type)) {
+  const channels_t<const float> in = gather_sources(e, inputs, is_selected);
+  if (in.count == 0 && accumulate) return;
+  const channels_t<float> out = {outputs, e->ambisonics->num_channels};
+  const mix_weights_t weights = {e->gain_matrix, e->padded_channels, 1};
+  if (channels_overlap(in, out, frames)) {
+    encode_in_place(*e, weights, in.count, out, frames, accumulate);
+  } else {
+    mix_channels(weights, in, out, frames, accumulate);
+  }
 }
 
 void add_lfe(const encoder_t* e, const float* const* inputs, float* omni, uint32_t frames) {
@@ -67,12 +105,10 @@ uint32_t encoder_init(encoder_t* e, const ambisonics_base_t* ambisonics, uint32_
   e->padded_channels = round_up_to_4(ambisonics->num_channels);
   e->padded_frame = round_up_to_4(max_frame_size);
   e->sources = alloc_zeroed<encoder_source_t>(num_sources);
-  e->input_matrix = alloc_zeroed<float>(1u);
+  e->input_matrix = reinterpret_cast<float*>(alloc_zeroed<const float*>(num_sources));
   e->gain_matrix = alloc_zeroed<float>(e->padded_sources, e->padded_channels);
-  e->output_matrix = alloc_zeroed<float>(1u);
-  e->selected_inputs = alloc_zeroed<const float*>(num_sources);
-  if (!e->sources || !e->input_matrix || !e->gain_matrix || !e->output_matrix ||
-      !e->selected_inputs) {
+  e->output_matrix = alloc_zeroed<float>(e->padded_channels, kTileFrames);
+  if (!e->sources || !e->input_matrix || !e->gain_matrix || !e->output_matrix) {
     return UBR_NO_MEMORY;
   }
   for (uint32_t s = 0; s < num_sources; ++s) encoder_set_source_position(e, s, 1.0f, 0.0f, 0.0f);
@@ -151,14 +187,14 @@ uint32_t encoder_process(encoder_t* e, const float* const* inputs, float* const*
 uint32_t encoder_process_dynamic(encoder_t* e, const float* const* inputs, float* const* outputs,
                                  uint32_t frames, uint32_t accumulate) {
   if (!e) return UBR_MISSING;
-  encode(e, inputs, outputs, frames, accumulate, is_dynamic);
+  encode(e, inputs, outputs, frames, accumulate != 0, is_dynamic);
   return UBR_OK;
 }
 
 uint32_t encoder_process_static(encoder_t* e, const float* const* inputs, float* const* outputs,
                                 uint32_t frames, uint32_t accumulate) {
   if (!e) return UBR_MISSING;
-  encode(e, inputs, outputs, frames, accumulate, is_static);
+  encode(e, inputs, outputs, frames, accumulate != 0, is_static);
   add_lfe(e, inputs, outputs[0], frames);
   return UBR_OK;
 }
@@ -169,13 +205,13 @@ uint32_t encoder_count_dynamic(const encoder_t& e) {
   return count;
 }
 
-uint32_t encoder_gather_dynamic(encoder_t* e, const float* const* inputs) {
+channels_t<const float> encoder_gather_dynamic(encoder_t* e, const float* const* inputs) {
   return gather_sources(e, inputs, is_dynamic);
 }
 
 uint32_t encoder_cleanup(encoder_t* e) {
   if (!e) return UBR_OK;
-  release(e->sources, e->input_matrix, e->gain_matrix, e->output_matrix, e->selected_inputs);
+  release(e->sources, e->input_matrix, e->gain_matrix, e->output_matrix);
   *e = {};
   return UBR_OK;
 }

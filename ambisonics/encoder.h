@@ -1,7 +1,7 @@
-// Encodes mono sources into ambisonics. Each source carries a cached beam; one pass is one matrix
-// product of the beams with the block of samples, from the inputs straight to the outputs. No state
-// crosses a block: a new beam applies from the first sample of the next block, nothing is
-// interpolated.
+// Encodes mono sources into ambisonics. Each source carries its SH weights, the beam; one pass is
+// one matrix product of the weights with the block of samples, from the inputs straight to the
+// outputs. No state crosses a block: new weights apply from the first sample of the next block,
+// nothing is interpolated.
 #ifndef ORVANE_AMBISONICS_ENCODER_H_
 #define ORVANE_AMBISONICS_ENCODER_H_
 
@@ -19,7 +19,7 @@ enum encoder_source_type {
 };
 
 typedef struct encoder_source_t {
-  float beam[AMBISONICS_MAX_CHANNELS];  // encoding coefficients, distance gain included
+  float beam[AMBISONICS_MAX_CHANNELS];  // SH weights, distance gain included
   float position[3];                    // x, y, z in metres, as last set
   float distance;                       // metres
   float azimuth;                        // radians
@@ -34,13 +34,12 @@ typedef struct encoder_t {
   float user_position[3];  // listener x, y, z in metres
   encoder_source_t* sources;
   const ambisonics_base_t* ambisonics;  // shared, not owned
-  float* input_matrix;                  // unused, one float: samples are read where they lie
+  float* input_matrix;                  // scratch: addresses of the encoded sources' samples
   float* gain_matrix;                   // padded_sources x padded_channels, the encoded beams
-  float* output_matrix;                 // unused, one float: the sums go straight to the outputs
-  uint32_t padded_sources;              // sizes rounded up to multiples of four
+  float* output_matrix;     // scratch: a tile of the outputs, for inputs that overlap them
+  uint32_t padded_sources;  // sizes rounded up to multiples of four
   uint32_t padded_channels;
   uint32_t padded_frame;
-  const float** selected_inputs;  // private: num_sources, the samples of the encoded sources
 } encoder_t;
 
 // Builds an encoder whose sources all are of type 0, straight ahead at 1 m.

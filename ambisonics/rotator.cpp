@@ -1,27 +1,36 @@
 #include "ambisonics/rotator.h"
 
+#include <stddef.h>
 #include <string.h>
 
-#include "ambisonics/rotator_fade.h"
+#include <algorithm>
+
+#include "ambisonics/rotator_internal.h"
 #include "ambisonics/sphere_directions.h"
 #include "base/checked.h"
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/mix_channels.h"
+#include "numerics/overlap.h"
+
+static_assert(offsetof(rotator_t, pinv_workspace) == 11 * sizeof(float));
+static_assert(is_laid_out(offsetof(rotator_t, ambisonics) - offsetof(rotator_t, beam_matrix), 96));
+static_assert(offsetof(rotator_t, ambisonics) + sizeof(void*) == sizeof(rotator_t));
 
 namespace {
 
+constexpr uint32_t kMaxPadded = round_up_to_4(AMBISONICS_MAX_CHANNELS);
+
 uint32_t allocate(rotator_t* r) {
   const uint32_t num_channels = r->ambisonics->num_channels;
-  r->input_buffer = alloc_zeroed<float>(1u);
   r->previous_matrix = alloc_zeroed<float>(r->padded_channels, r->padded_channels);
   r->current_matrix = alloc_zeroed<float>(r->padded_channels, r->padded_channels);
   r->delta_matrix = alloc_zeroed<float>(r->padded_channels, r->padded_channels);
-  r->output_buffer = alloc_zeroed<float>(1u);
+  r->output_buffer = alloc_zeroed<float>(r->padded_channels, kTileFrames);
   r->beam_matrix = alloc_zeroed<float>(num_channels, num_channels);
   r->beam_matrix_pinv = alloc_zeroed<float>(num_channels, num_channels);
-  if (!r->input_buffer || !r->previous_matrix || !r->current_matrix || !r->delta_matrix ||
-      !r->output_buffer || !r->beam_matrix || !r->beam_matrix_pinv) {
+  if (!r->previous_matrix || !r->current_matrix || !r->delta_matrix || !r->output_buffer ||
+      !r->beam_matrix || !r->beam_matrix_pinv) {
     return UBR_NO_MEMORY;
   }
   if (const uint32_t code = ubr_init_float_matrix(&r->rotated_beams, num_channels, num_channels)) {
@@ -70,18 +79,58 @@ uint32_t block_width(const rotator_t& r, uint32_t first) {
   return 2 * degree + 1;
 }
 
-// The channels from `first` on that a rotation mixes with each other. In a fade the last four
+// One product of a block or tile with the matrix `start`, which moves by D per sample if `ramps`.
+struct rotation_t {
+  const rotator_t& rotator;
+  const float* start;
+  bool ramps;
+};
+
+// The channels from `first` on that a rotation mixes with each other. In a ramp the last four
 // samples stop one step short of the current matrix; the next block starts on it.
-void mix_block(const rotator_t& r, uint32_t first, uint32_t width, const float* const* inputs,
-               float* const* outputs, uint32_t frames, bool fades) {
+void mix_block(const rotation_t& rotation, uint32_t first, uint32_t width,
+               const float* const* inputs, float* const* outputs, uint32_t frames) {
+  const rotator_t& r = rotation.rotator;
   const size_t corner = size_t{first} * r.padded_channels + first;
-  const mix_weights_t weights = {r.previous_matrix + corner, r.padded_channels, 1};
+  const mix_weights_t weights = {rotation.start + corner, r.padded_channels, 1};
   const channels_t<const float> in = {inputs + first, width};
   const channels_t<float> out = {outputs + first, width};
-  if (fades) {
+  if (rotation.ramps) {
     mix_channels_fading(weights, r.delta_matrix + corner, in, out, frames);
   } else {
     mix_channels(weights, in, out, frames, false);
+  }
+}
+
+void rotate(const rotation_t& rotation, const float* const* inputs, float* const* outputs,
+            uint32_t frames) {
+  const rotator_t& r = rotation.rotator;
+  for (uint32_t first = 0; first < r.ambisonics->num_channels;) {
+    const uint32_t width = block_width(r, first);
+    mix_block(rotation, first, width, inputs, outputs, frames);
+    first += width;
+  }
+}
+
+// For outputs that overlap the inputs: a tile is complete before any of it is written. Each begins
+// with the matrix that the ramp has reached there.
+void rotate_in_place(const rotator_t& r, bool ramps, const float* const* inputs,
+                     float* const* outputs, uint32_t frames) {
+  const uint32_t num_channels = r.ambisonics->num_channels;
+  const uint32_t matrix_size = r.padded_channels * r.padded_channels;
+  float start[kMaxPadded * kMaxPadded];
+  const float* in[AMBISONICS_MAX_CHANNELS];
+  float* tile[AMBISONICS_MAX_CHANNELS];
+  for (uint32_t c = 0; c < num_channels; ++c) tile[c] = r.output_buffer + size_t{c} * kTileFrames;
+  for (uint32_t first = 0; first < frames; first += kTileFrames) {
+    const uint32_t count = std::min(frames - first, kTileFrames);
+    const float reached = static_cast<float>(first);
+    for (uint32_t i = 0; i < matrix_size; ++i) {
+      start[i] = r.previous_matrix[i] + r.delta_matrix[i] * reached;
+    }
+    for (uint32_t c = 0; c < num_channels; ++c) in[c] = inputs[c] + first;
+    rotate({r, start, ramps}, in, tile, count);
+    for (uint32_t c = 0; c < num_channels; ++c) std::copy_n(tile[c], count, outputs[c] + first);
   }
 }
 
@@ -102,7 +151,7 @@ uint32_t rotator_init(rotator_t* r, const ambisonics_base_t* ambisonics, uint32_
   if (const uint32_t code = rotator_set_orientation(r, straight_ahead, ROTATOR_EULER_A)) {
     return code;
   }
-  rotator_end_fade(r);  // the first block does not fade
+  rotator_end_ramp(r);  // the first block has no ramp
   return UBR_OK;
 }
 
@@ -122,15 +171,43 @@ uint32_t rotator_reset_max_frame_size(rotator_t* r, uint32_t max_frame_size) {
 uint32_t rotator_process(rotator_t* r, const float* const* inputs, float* const* outputs,
                          uint32_t frames) {
   if (frames > r->max_frame_size) return UBR_MISSING;
-  const bool fades = !rotator_is_at_rest(*r);
-  rotator_start_fade(r, frames);
-  for (uint32_t first = 0; first < r->ambisonics->num_channels;) {
-    const uint32_t width = block_width(*r, first);
-    mix_block(*r, first, width, inputs, outputs, frames, fades);
-    first += width;
+  const uint32_t num_channels = r->ambisonics->num_channels;
+  const bool ramps = !rotator_is_static(*r);
+  ramps ? rotator_start_ramp(r, frames) : rotator_clear_ramp(r);
+  if (channels_overlap({inputs, num_channels}, {outputs, num_channels}, frames)) {
+    rotate_in_place(*r, ramps, inputs, outputs, frames);
+  } else {
+    rotate({*r, r->previous_matrix, ramps}, inputs, outputs, frames);
   }
-  if (fades) rotator_end_fade(r);
+  if (ramps) rotator_end_ramp(r);
   return UBR_OK;
+}
+
+size_t rotator_matrix_bytes(const rotator_t& r) {
+  return size_t{r.padded_channels} * r.padded_channels * sizeof(float);
+}
+
+bool rotator_is_static(const rotator_t& r) {
+  return memcmp(r.previous_matrix, r.current_matrix, rotator_matrix_bytes(r)) == 0;
+}
+
+void rotator_start_ramp(rotator_t* r, uint32_t frames) {
+  const float scale = 1.0f / static_cast<float>(frames);
+  const uint32_t size = r->padded_channels * r->padded_channels;
+  for (uint32_t i = 0; i < size; ++i) {
+    r->delta_matrix[i] = (r->current_matrix[i] - r->previous_matrix[i]) * scale;
+  }
+}
+
+void rotator_end_ramp(rotator_t* r) {
+  memcpy(r->previous_matrix, r->current_matrix, rotator_matrix_bytes(*r));
+}
+
+void rotator_clear_ramp(rotator_t* r) {
+  const float* const d = r->delta_matrix;
+  const size_t bytes = rotator_matrix_bytes(*r);
+  const bool is_clear = d[0] == 0.0f && memcmp(d, d + 1, bytes - sizeof(float)) == 0;
+  if (!is_clear) memset(r->delta_matrix, 0, bytes);
 }
 
 uint32_t rotator_cleanup(rotator_t* r) {
@@ -139,8 +216,8 @@ uint32_t rotator_cleanup(rotator_t* r) {
   ubr_free_float_matrix(r->directions_xyz, num_channels);
   ubr_free_float_matrix(r->directions_sph, num_channels);
   ubr_free_float_matrix(r->rotated_beams, num_channels);
-  release(r->beam_matrix, r->beam_matrix_pinv, r->input_buffer, r->previous_matrix,
-          r->current_matrix, r->delta_matrix, r->output_buffer);
+  release(r->beam_matrix, r->beam_matrix_pinv, r->previous_matrix, r->current_matrix,
+          r->delta_matrix, r->output_buffer);
   *r = {};
   return UBR_OK;
 }

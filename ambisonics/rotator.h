@@ -1,9 +1,9 @@
 // Turns an ambisonic field against the listener's head, so that the scene stays put in the world.
 //
 // The rotation matrix is found by sampling: with as many directions as channels,
-// R = inverse(Y) * B, where row d of Y is the beam of direction d and row d of B the beam of the
-// turned direction d.
-// A new orientation is faded in over one block, linearly in steps of four samples.
+// R = inverse(Y) * B, where row d of Y holds the SH weights of direction d and row d of B those of
+// the turned direction d. A new orientation is reached over one block, by a linear ramp in steps of
+// four samples.
 #ifndef ORVANE_AMBISONICS_ROTATOR_H_
 #define ORVANE_AMBISONICS_ROTATOR_H_
 
@@ -25,17 +25,17 @@ typedef struct rotator_t {
   int32_t beam_rows;            // both num_channels
   int32_t beam_cols;
   float pinv_workspace[PINV_WORKSPACE_FLOATS];
-  float* beam_matrix;                 // Y: num_channels x num_channels, row d = beam of direction d
-  float* beam_matrix_pinv;            // inverse of Y, row-major
+  float* beam_matrix;       // Y: num_channels x num_channels, row d = weights of direction d
+  float* beam_matrix_pinv;  // inverse of Y, row-major
   ubr_float_matrix_t directions_xyz;  // num_channels x 3, unit vectors
   ubr_float_matrix_t directions_sph;  // num_channels x 2, azimuth and elevation in radians
   float** rotated_beams;              // B: num_channels rows of num_channels
-  float* input_buffer;                // unused, one float: samples are read where they lie
+  float* input_buffer;                // null: samples are read where they lie
   float* previous_matrix;             // P: matrix at the end of the last block
   float* current_matrix;              // R: matrix of the newest orientation
   float* delta_matrix;                // D: increment per sample of the current block
-  float* output_buffer;               // unused, one float: the sums go straight to the outputs
-  uint32_t padded_channels;           // row stride of P, R and D
+  float* output_buffer;      // scratch: a tile of the outputs, for inputs that overlap them
+  uint32_t padded_channels;  // row stride of P, R and D
   uint32_t max_frame_size;
   uint32_t padded_frame;
   const ambisonics_base_t* ambisonics;  // shared, not owned
@@ -57,7 +57,7 @@ ORVANE_API uint32_t rotator_init(rotator_t* rotator, const ambisonics_base_t* am
 ORVANE_API uint32_t rotator_set_orientation(rotator_t* rotator, const float orientation[3],
                                             uint32_t format);
 
-// Orientation back to straight ahead; the next block fades there.
+// Orientation back to straight ahead; the next block turns there.
 // Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t rotator_reset(rotator_t* rotator);
 
@@ -66,7 +66,7 @@ ORVANE_API uint32_t rotator_reset(rotator_t* rotator);
 ORVANE_API uint32_t rotator_reset_max_frame_size(rotator_t* rotator, uint32_t max_frame_size);
 
 // Rotates one block of num_channels channels from `inputs` to `outputs`, which are overwritten and
-// must not overlap the inputs.
+// may be the inputs.
 // Returns UBR_OK, or UBR_MISSING, nothing touched, for more than max_frame_size frames.
 // Allocates nothing.
 ORVANE_API uint32_t rotator_process(rotator_t* rotator, const float* const* inputs,

@@ -12,8 +12,8 @@
 #include <math.h>
 #include <string.h>
 
+#include "ambisonics/ambisonics_base_internal.h"
 #include "ambisonics/rotator.h"
-#include "ambisonics/unit_beam.h"
 #include "base/result.h"
 #include "numerics/mix_channels.h"
 
@@ -60,14 +60,14 @@ void rotation_vector_matrix(const float vector[3], float angle, float m[9]) {
   }
 }
 
-// Row d of B: the beam of direction d after the turn.
-void turn_beams(rotator_t* r, const float m[9]) {
+// Row d of B: the SH weights of direction d after the turn.
+void weigh_turned_directions(rotator_t* r, const float m[9]) {
   for (uint32_t d = 0; d < r->ambisonics->num_channels; ++d) {
     const float* v = r->directions_xyz[d];
     const float turned[3] = {m[0] * v[0] + m[3] * v[1] + m[6] * v[2],
                              m[1] * v[0] + m[4] * v[1] + m[7] * v[2],
                              m[2] * v[0] + m[5] * v[1] + m[8] * v[2]};
-    generate_unit_beam(*r->ambisonics, r->rotated_beams[d], turned);
+    ambisonics_write_cartesian_weights(*r->ambisonics, turned, r->rotated_beams[d]);
   }
 }
 
@@ -92,11 +92,11 @@ uint32_t rotator_set_orientation(rotator_t* r, const float orientation[3], uint3
     if (!isfinite(angle)) return UBR_INVALID;
     float matrix[9];
     rotation_vector_matrix(o, angle, matrix);
-    turn_beams(r, matrix);
+    weigh_turned_directions(r, matrix);
   } else {
     if (!isfinite(o[0]) || !isfinite(o[1]) || !isfinite(o[2])) return UBR_INVALID;
     euler_matrix(o, format, r->orientation_matrix);
-    turn_beams(r, r->orientation_matrix);
+    weigh_turned_directions(r, r->orientation_matrix);
   }
   update_current_matrix(r);
   return UBR_OK;

@@ -3,6 +3,7 @@
 #ifndef ORVANE_BASE_CHECKED_H_
 #define ORVANE_BASE_CHECKED_H_
 
+#include <stddef.h>
 #include <stdint.h>
 #include <stdlib.h>
 
@@ -31,6 +32,12 @@ constexpr T checked_mul(T a, T b) {
 constexpr uint32_t checked_index(uint32_t index, uint32_t size) {
   if (index >= size) abort();
   return index;
+}
+
+// Whether a record of 64-bit processes, where callers keep storage for it, has the size or offset
+// that they count on. Elsewhere pointers are narrower and records are as the compiler makes them.
+constexpr bool is_laid_out(size_t actual, size_t expected) {
+  return sizeof(void*) != 8 || actual == expected;
 }
 
 // `n` rounded up to a multiple of four: rows and columns of the matrices that the kernels read.

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "bench/measure.h"
+#include "renderer/routes/route.h"
 #include "renderer/ubr.h"
 #include "tests/support/signals.h"
 
@@ -90,6 +91,27 @@ void reverberate(Run& run, float decay_s, float spacing, uint32_t frames) {
   if (!ok) run.state.SkipWithError("the reverb refused a block");
 }
 
+// A dry block of twelve sources by one route, which is asked first, as the renderer asks it; the head
+// turns before the block where the route does not fit a static one.
+void take_route(Run& run, uint32_t index, uint32_t frames) {
+  Renderer renderer(12);
+  ubr_t& r = renderer.r;
+  bool ok = ubr_set_reverb_param(&r, UBR_REVERB_ENABLE, 0.0f) == 0;
+  const Planar input = planar_noise(12, frames, 6);
+  Planar ears(2, frames);
+  const block_t block = {input.data(), ears.data(), frames};
+  const route_t& route = *kRoutes[index];
+  void* const memory = routes_memory(r, index);
+  route.fits(r, block, memory);  // the first block of a static scene fits none but the plain route
+  const bool turning = !route.fits(r, block, memory) || &route == &kPlainRoute;
+  size_t turn = 0;
+  measure(run, frames, [&] {
+    if (turning) rotator_set_orientation(r.rotator, kPoses[turn ^= 1], ROTATOR_ROTATION_VECTOR);
+    ok &= route.fits(r, block, memory) && route.render(r, block, memory) == 0;
+  });
+  if (!ok) run.state.SkipWithError("the route refused a block");
+}
+
 // Adds `body(run, frames)` for every block length.
 template <typename Body>
 void add_stage(const std::string& name, Body body) {
@@ -102,6 +124,12 @@ void add_stage(const std::string& name, Body body) {
 }  // namespace
 
 void add_stage_benchmarks() {
+  for (uint32_t i = 0; i < kNumRoutes; ++i) {
+    for (const uint32_t frames : {1024u, 480u, 256u}) {
+      add_benchmark(std::string("route/") + kRoutes[i]->name + "/" + std::to_string(frames),
+                    [=](Run& run) { take_route(run, i, frames); });
+    }
+  }
   add_stage("encode/12", [](Run& run, uint32_t frames) { encode(run, 12, frames); });
   add_stage("encode/24", [](Run& run, uint32_t frames) { encode(run, 24, frames); });
   add_stage("rotate/turning", [](Run& run, uint32_t frames) { rotate(run, true, frames); });

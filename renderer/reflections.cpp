@@ -12,7 +12,7 @@
 #include "numerics/float_matrix.h"
 #include "numerics/mix_channels.h"
 #include "renderer/reflection_layouts.h"
-#include "renderer/room_modules.h"
+#include "renderer/reflections_internal.h"
 
 static_assert(REFLECTIONS_MAX_LOUDSPEAKERS == reflection_layout_size(REFLECTIONS_MAX_MODE));
 static_assert(int{REFLECTIONS_MAX_LOUDSPEAKERS} <= int{SHOEBOX_MAX_SOURCES});
@@ -61,33 +61,39 @@ uint32_t make_delay_lines(ubr_reflections_t* r, uint32_t longest, uint32_t max_f
   r->delay_line_length = length;
   r->num_delay_lines = count;
   r->write_index = length - max_frame_size;
+  r->max_frame_size = max_frame_size;
   return r->delay_lines ? UBR_OK : UBR_NO_MEMORY;
 }
 
-// Lines that a mode left behind when it was switched off: a reset counts on each to hold a block.
-void drop_short_delay_lines(ubr_reflections_t* r, uint32_t max_frame_size) {
-  if (r->delay_line_length >= max_frame_size) return;
-  release(r->delay_lines);
-  r->delay_line_length = r->num_delay_lines = r->write_index = 0;
+// Lines that a mode left behind when it was switched off stay, but for too short ones: a reset
+// counts on each to hold the longest block.
+uint32_t keep_delay_lines(ubr_reflections_t* r, uint32_t max_frame_size) {
+  if (!r->delay_lines || r->delay_line_length >= max_frame_size) return UBR_OK;
+  if (const uint32_t code = replace_zeroed(
+          r->delay_lines, checked_mul(size_t{r->num_delay_lines}, size_t{max_frame_size}))) {
+    return code;
+  }
+  r->delay_line_length = max_frame_size;
+  r->write_index = 0;
+  return UBR_OK;
 }
 
 void release_block_buffers(ubr_reflections_t* r) {
   ubr_free_float_matrix(r->reflection_buffers, r->reflection_count);
   r->reflection_buffers = nullptr;
-  release(r->staging_input, r->tap_weights);
+  release(r->tap_weights);
 }
 
 uint32_t make_block_buffers(ubr_reflections_t* r, uint32_t num_channels, uint32_t max_frame_size) {
   release_block_buffers(r);
   r->reflection_count = num_loudspeakers(*r) * SHOEBOX_WALLS;
   r->stride = round_up_to_4(max_frame_size);
-  r->staging_input = alloc_zeroed<float>(1u);
   r->tap_weights = alloc_zeroed<float>(r->reflection_count, round_up_to_4(num_channels));
-  if (!r->staging_input || !r->tap_weights) return UBR_NO_MEMORY;
+  if (!r->tap_weights) return UBR_NO_MEMORY;
   return ubr_init_float_matrix(&r->reflection_buffers, r->reflection_count, kPiece);
 }
 
-// Every tap is a source of its own, at unit gain: its gain joins the beam in every block.
+// Every tap is a source of its own, at unit gain: its gain joins the weights in every block.
 uint32_t make_encoder(ubr_reflections_t* r, const ambisonics_base_t* ambisonics,
                       uint32_t max_frame_size) {
   encoder_cleanup(r->reflections_encoder);
@@ -105,7 +111,12 @@ uint32_t make_encoder(ubr_reflections_t* r, const ambisonics_base_t* ambisonics,
 }
 
 bool is_ready(const ubr_reflections_t& r, uint32_t frames) {
-  return r.ready && r.delay_lines && r.decoding_matrix && r.reflection_buffers &&
+  return r.ready && r.delay_lines && r.decoding_matrix && r.reflection_buffers && r.tap_weights &&
+         frames <= r.max_frame_size;
+}
+
+bool can_encode(const ubr_reflections_t& r, uint32_t frames) {
+  return r.reflections_encoder && r.reflections_encoder->sources &&
          frames <= r.reflections_encoder->max_frame_size;
 }
 
@@ -129,7 +140,7 @@ void write_delay_lines(ubr_reflections_t* r, const float* const* input, uint32_t
   decode(r, input, before_wrap, frames - before_wrap, 0);
 }
 
-// Folded anew in every block: a moved listener changes the gains between two computes.
+// Multiplied anew in every block: a moved listener changes the gains between two computes.
 void weigh_taps(ubr_reflections_t* r) {
   const uint32_t channels = r->reflections_encoder->ambisonics->num_channels;
   const uint32_t padded = r->reflections_encoder->padded_channels;
@@ -180,8 +191,7 @@ uint32_t reflections_compute(ubr_reflections_t* r, const ambisonics_base_t* ambi
                              uint32_t max_frame_size) {
   r->ready = 0;
   if (r->reflections_mode == 0) {
-    drop_short_delay_lines(r, max_frame_size);
-    return UBR_OK;
+    return keep_delay_lines(r, max_frame_size);
   }
   if (!r->reflections_encoder || !ambisonics) return UBR_MISSING;
   if (r->reflections_mode > REFLECTIONS_MAX_MODE) return UBR_INVALID;
@@ -230,9 +240,11 @@ uint32_t ubr_process_reflections(ubr_reflections_t* r, const float* const* input
   if (r->reflections_mode == 0) return UBR_OK;
   if (!is_ready(*r, frames)) return UBR_MISSING;
   write_delay_lines(r, input, frames);
-  weigh_taps(r);
-  for (uint32_t start = 0; start < frames; start += kPiece) {
-    add_taps(*r, output, start, std::min(kPiece, frames - start));
+  if (can_encode(*r, frames)) {
+    weigh_taps(r);
+    for (uint32_t start = 0; start < frames; start += kPiece) {
+      add_taps(*r, output, start, std::min(kPiece, frames - start));
+    }
   }
   r->write_index = (r->write_index + frames) % r->delay_line_length;
   return UBR_OK;

@@ -44,15 +44,17 @@ typedef struct ubr_reflections_t {
   float* delay_lines;            // V lines of L samples, end to end
   float** reflection_buffers;    // reflection_count rows, for pieces of taps that wrap around
   const float* decoding_matrix;  // P x P, row v: weights of the channels in loudspeaker v; or null
-  float* staging_input;          // unused, one float: channels are read where they lie
+  float* staging_input;          // null: channels are read where they lie
   uint32_t stride;               // the longest block rounded up to a multiple of four
   encoder_t* reflections_encoder;  // one source per tap
   shoebox_scene_t scene;           // its delays are in whole samples once computed
   shoebox_config_t room;
 
   uint32_t num_delay_lines;  // that delay_lines has room for
+  uint32_t max_frame_size;   // the longest block that they and the buffers hold
   float* tap_weights;        // reflection_count x padded channels: gain times beam of every tap
   float decoding_storage[REFLECTIONS_MAX_PADDED * REFLECTIONS_MAX_PADDED];
+  void** route_memory;  // what the routes of the renderer keep between blocks; or null
 } ubr_reflections_t;
 
 // Selects a mode (0 off, 1 to 4) with its loudspeakers and decoding matrix; nothing renders until
@@ -67,8 +69,9 @@ ORVANE_API uint32_t ubr_set_reflections_mode(ubr_reflections_t* reflections, uin
 //   output  as many channels as the field that the reflections were computed for has
 //   frames  at most the longest block they were computed for
 //
-// Returns UBR_OK, nothing done, in mode 0; UBR_MISSING for null, a longer block, or when there is
-// no successful compute since the mode was set. Allocates nothing.
+// Without reflections_encoder, or with one for shorter blocks, time goes on and nothing is added.
+// Returns UBR_OK, nothing done, in mode 0; UBR_MISSING, nothing done, for null, a longer block, or
+// when there is no successful compute since the mode was set. Allocates nothing.
 ORVANE_API uint32_t ubr_process_reflections(ubr_reflections_t* reflections,
                                             const float* const* input, float* const* output,
                                             uint32_t frames);

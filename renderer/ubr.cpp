@@ -2,14 +2,24 @@
 #include "renderer/ubr.h"
 
 #include <math.h>
+#include <stddef.h>
 
 #include <algorithm>
 
+#include "base/checked.h"
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/float_matrix.h"
-#include "renderer/resting.h"
+#include "renderer/reflections_internal.h"
 #include "renderer/room_modules.h"
+#include "renderer/routes/route.h"
+
+static_assert(is_laid_out(sizeof(ubr_t), 168));
+static_assert(offsetof(ubr_t, ambi_config) == 16 && offsetof(ubr_t, max_frame_size) == 36);
+static_assert(is_laid_out(offsetof(ubr_t, hoa_buffer_a), 40));
+static_assert(is_laid_out(offsetof(ubr_t, downmix_left), 56));
+static_assert(is_laid_out(offsetof(ubr_t, binauralizer), 120));
+static_assert(is_laid_out(offsetof(ubr_t, reflections), 160));
 
 namespace {
 
@@ -33,44 +43,46 @@ uint32_t order_of_channels(uint32_t num_channels) {
   return order > 0.0 && order == floor(order) ? static_cast<uint32_t>(order) : 0;
 }
 
-bool input_is_offered(const ubr_t& r) {
-  if (takes_ambisonics(r)) {
-    return r.render_mode != UBR_MODE_AMBISONIC && r.render_mode != UBR_MODE_DOWNMIX;
-  }
-  return r.num_inputs >= 1 && r.num_inputs <= UBR_MAX_INPUTS;
-}
-
 bool frame_size_is_offered(uint32_t frames) {
   return frames >= UBR_MIN_FRAME_SIZE && frames <= UBR_MAX_FRAME_SIZE;
 }
 
-void set_ambisonics_config(ubr_t* r, uint32_t order) {
-  r->ambi_config = {};
-  r->ambi_config.order = order;
-  r->ambi_config.num_channels = (order + 1) * (order + 1);
+// Order of the input, or 0, which no renderer takes, for an input that is not offered.
+uint32_t find_input_order(const ubr_t& r, uint32_t requested_order) {
+  if (takes_ambisonics(r)) return order_of_channels(r.num_inputs);
+  return r.num_inputs >= 1 && r.num_inputs <= UBR_MAX_INPUTS ? requested_order : 0;
 }
 
-uint32_t configure(ubr_t* r, uint32_t max_frame_size, uint32_t requested_order) {
-  const uint32_t input_order =
-      takes_ambisonics(*r) ? order_of_channels(r->num_inputs) : requested_order;
-  if (!input_is_offered(*r) || input_order < 1 || input_order > AMBISONICS_MAX_ORDER ||
-      !frame_size_is_offered(max_frame_size)) {
-    return UBR_INVALID;
-  }
-  r->frame_size = r->max_frame_size = max_frame_size;
-  if (r->render_mode == UBR_MODE_DOWNMIX) {
-    r->num_outputs = kNumEars;
-    return ubr_set_downmix_coefficients(r);
-  }
-  set_ambisonics_config(r, std::min(input_order, requested_order));
-  r->num_outputs = is_binaural(*r) ? kNumEars : r->ambi_config.num_channels;
+uint32_t configure_downmix(ubr_t* r, uint32_t max_frame_size) {
+  r->max_frame_size = max_frame_size;
+  r->num_outputs = kNumEars;
+  ubr_set_downmix_coefficients(r);
+  if (!frame_size_is_offered(max_frame_size)) return UBR_INVALID;
+  r->frame_size = max_frame_size;
   return UBR_OK;
 }
 
-uint32_t init_resting(ubr_t* r) {
-  if (!resting_is_offered(r->num_inputs, r->ambi_config.num_channels)) return UBR_OK;
-  r->resting = alloc_zeroed<ubr_resting_t>(1u);
-  return r->resting ? resting_init(r->resting, r->num_inputs) : uint32_t{UBR_NO_MEMORY};
+uint32_t configure_field(ubr_t* r, uint32_t max_frame_size, uint32_t order) {
+  r->ambi_config.order = order;
+  r->ambi_config.num_channels = (order + 1) * (order + 1);
+  r->num_outputs = is_binaural(*r) ? kNumEars : r->ambi_config.num_channels;
+  if (!frame_size_is_offered(max_frame_size)) return UBR_INVALID;
+  r->frame_size = r->max_frame_size = max_frame_size;
+  return UBR_OK;
+}
+
+// Stores as it goes: what a refusal leaves in the fields is what was accepted before it.
+uint32_t configure(ubr_t* r, uint32_t num_inputs, uint32_t max_frame_size,
+                   uint32_t requested_order) {
+  const bool is_downmix = r->render_mode == UBR_MODE_DOWNMIX;
+  if (takes_ambisonics(*r) && (is_downmix || r->render_mode == UBR_MODE_AMBISONIC)) {
+    return UBR_INVALID;
+  }
+  r->num_inputs = num_inputs;
+  const uint32_t input_order = find_input_order(*r, requested_order);
+  if (input_order < 1 || input_order > AMBISONICS_MAX_ORDER) return UBR_INVALID;
+  return is_downmix ? configure_downmix(r, max_frame_size)
+                    : configure_field(r, max_frame_size, std::min(input_order, requested_order));
 }
 
 uint32_t build_modules(ubr_t* r) {
@@ -86,9 +98,8 @@ uint32_t build_modules(ubr_t* r) {
     if (const uint32_t code = ubr_init_binauralizer(r)) return code;
     if (const uint32_t code = ubr_init_reflections(r)) return code;
     if (const uint32_t code = ubr_init_reverb(r)) return code;
-    if (!takes_ambisonics(*r)) return init_resting(r);
   }
-  return UBR_OK;
+  return routes_init(r);
 }
 
 uint32_t init_hoa_buffer(const ubr_t& r, float*** buffer) {
@@ -103,8 +114,7 @@ uint32_t ubr_init(ubr_t* renderer, uint32_t input_type, uint32_t num_inputs, uin
   *renderer = {};
   renderer->input_type = input_type;
   renderer->render_mode = render_mode;
-  renderer->num_inputs = num_inputs;
-  if (const uint32_t code = configure(renderer, max_frame_size, order)) return code;
+  if (const uint32_t code = configure(renderer, num_inputs, max_frame_size, order)) return code;
   return build_modules(renderer);
 }
 
@@ -134,7 +144,7 @@ uint32_t ubr_init_rotator(ubr_t* renderer) {
 }
 
 uint32_t ubr_init_binauralizer(ubr_t* renderer) {
-  if (!renderer || !renderer->ambisonics) return UBR_MISSING;
+  if (!renderer) return UBR_MISSING;
   renderer->binauralizer = alloc_zeroed<binauralizer_t>(1u);
   if (const uint32_t code = binauralizer_init(renderer->binauralizer, renderer->ambi_config.order,
                                               static_cast<int32_t>(renderer->max_frame_size))) {
@@ -147,13 +157,13 @@ uint32_t ubr_init_binauralizer(ubr_t* renderer) {
 }
 
 uint32_t ubr_init_reflections(ubr_t* renderer) {
-  if (!renderer || !renderer->ambisonics) return UBR_MISSING;
+  if (!renderer) return UBR_MISSING;
   renderer->reflections = alloc_zeroed<ubr_reflections_t>(1u);
   return renderer->reflections ? reflections_init(renderer->reflections) : uint32_t{UBR_NO_MEMORY};
 }
 
 uint32_t ubr_init_reverb(ubr_t* renderer) {
-  if (!renderer || !renderer->ambisonics) return UBR_MISSING;
+  if (!renderer) return UBR_MISSING;
   renderer->reverb = alloc_zeroed<ubr_reverb_t>(1u);
   return renderer->reverb ? reverb_init(renderer->reverb, renderer->max_frame_size)
                           : uint32_t{UBR_NO_MEMORY};
@@ -197,16 +207,19 @@ uint32_t ubr_reset(ubr_t* renderer) {
 uint32_t ubr_cleanup(ubr_t* renderer) {
   if (!renderer) return UBR_MISSING;
   ubr_t& r = *renderer;
+  routes_cleanup(renderer);
   binauralizer_cleanup(r.binauralizer);
   rotator_cleanup(r.rotator);
   encoder_cleanup(r.encoder);
   ambisonics_base_cleanup(r.ambisonics);
   reflections_cleanup(r.reflections);
   reverb_cleanup(r.reverb);
-  resting_cleanup(r.resting);
-  release(r.binauralizer, r.rotator, r.encoder, r.ambisonics, r.reflections, r.reverb, r.resting);
+  release(r.binauralizer, r.rotator, r.encoder, r.ambisonics, r.reflections, r.reverb);
   ubr_free_float_matrix(r.hoa_buffer_a, r.ambi_config.num_channels);
   ubr_free_float_matrix(r.hoa_buffer_b, r.ambi_config.num_channels);
+  const uint32_t input_type = r.input_type, render_mode = r.render_mode;
   r = {};
+  r.input_type = input_type;  // Deliberate: what was asked for outlives what was built.
+  r.render_mode = render_mode;
   return UBR_OK;
 }

@@ -69,8 +69,10 @@ enum ubr_reverb_param {
   UBR_NUM_REVERB_PARAMS = 10,
 };
 
-struct ubr_resting_t;
-
+// The two fields hold the last block that needed them. Blocks of discrete sources often do not:
+// with a static scene neither is written, but for channel 0 of hoa_buffer_b where the reverb is on;
+// while the head turns without reflections, hoa_buffer_b alone. hoa_buffer_a is current after every
+// block with reflections, hoa_buffer_b after every block of an ambisonic input that is rotated.
 typedef struct ubr_t {
   uint32_t input_type;   // ubr_input_type
   uint32_t render_mode;  // ubr_render_mode
@@ -79,7 +81,7 @@ typedef struct ubr_t {
   ambisonics_config_t ambi_config;
   uint32_t frame_size;                     // samples of the current block
   uint32_t max_frame_size;                 // capacity of every buffer
-  float** hoa_buffer_a;                    // head-tracked field before rotation
+  float** hoa_buffer_a;                    // field before rotation, see below
   float** hoa_buffer_b;                    // field that enters the binauralizer
   float downmix_left[UBR_DOWNMIX_INPUTS];  // gain of each input in the stereo downmix
   float downmix_right[UBR_DOWNMIX_INPUTS];
@@ -89,8 +91,6 @@ typedef struct ubr_t {
   ambisonics_base_t* ambisonics;
   ubr_reverb_t* reverb;
   ubr_reflections_t* reflections;
-  struct ubr_resting_t* resting;  // private: spares a scene at rest the field; null where that is
-                                  // no shorter
 } ubr_t;
 
 // Builds the modules of an input type and render mode. `renderer` is zeroed first: clean up an

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "base/result.h"
-#include "tests/support/signals.h"
+#include "tests/support/test_renderer.h"
 
 namespace {
 
@@ -115,6 +115,31 @@ TEST(EncoderLimitTest, RefusesWhatIsOutOfRange) {
   EXPECT_EQ(UBR_INVALID, encoder_set_source_position(&encoder.e, 1, 0.0f, 0.0f, 0.0f));
   EXPECT_EQ(UBR_INVALID, encoder_set_source_type(&encoder.e, 1, 0));
   EXPECT_EQ(UBR_INVALID, encoder_set_source_direction(&encoder.e, 1, 0.0f, 0.0f));
+}
+
+TEST(EncoderInPlaceTest, OutputsMayBeTheInputs) {
+  constexpr uint32_t kFrames = 1000, kSources = 24;
+  ambisonics_base_t base = {};
+  ASSERT_EQ(UBR_OK, ambisonics_base_init(&base, {4, 0, 0, AMBISONICS_MAX_CHANNELS}));
+  encoder_t e = {};
+  ASSERT_EQ(UBR_OK, encoder_init(&e, &base, kSources, kFrames));
+  for (const uint32_t type : {ENCODER_SOURCE_LOUDSPEAKER, ENCODER_SOURCE_HEAD_LOCKED}) {
+    for (uint32_t s = 0; s < kSources; ++s) {
+      encoder_set_source_type(&e, s, type);
+      encoder_set_source_position(&e, s, 1.0f, static_cast<float>(s) - 12.0f, 2.0f);
+    }
+    const auto pass =
+        type == ENCODER_SOURCE_LOUDSPEAKER ? encoder_process_dynamic : encoder_process_static;
+    for (const uint32_t accumulate : {0u, 1u}) {
+      Planar shared = planar_noise(AMBISONICS_MAX_CHANNELS, kFrames, 3), apart = shared;
+      const Planar input = shared;
+      EXPECT_EQ(UBR_OK, pass(&e, input.data(), apart.data(), kFrames, accumulate));
+      EXPECT_EQ(UBR_OK, pass(&e, shared.data(), shared.data(), kFrames, accumulate));
+      expect_same_signal(apart, shared, 1e-7f);
+    }
+  }
+  encoder_cleanup(&e);
+  ambisonics_base_cleanup(&base);
 }
 
 }  // namespace

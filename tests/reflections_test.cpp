@@ -222,4 +222,44 @@ TEST(ReflectionsModeTest, NothingRendersBetweenAModeAndItsCompute) {
   EXPECT_EQ(UBR_MISSING, ubr_reset_reflections(nullptr, 64));
 }
 
+TEST(ReflectionsEncoderTest, WithoutOneTimeGoesOnAndNothingIsAdded) {
+  Reflecting test(1), whole(1);
+  ubr_reflections_t& r = *test.reflections;
+  const Planar input = planar_noise(AMBISONICS_MAX_CHANNELS, 3 * kMaxFrame, 5);
+  const uint32_t start = r.write_index;
+  const auto render = [&](Reflecting& reflecting, uint32_t block) {
+    Planar field(AMBISONICS_MAX_CHANNELS, kMaxFrame);
+    for (size_t c = 0; c < field.size(); ++c) {
+      std::copy_n(&input[c][block * kMaxFrame], kMaxFrame, field[c].begin());
+    }
+    EXPECT_EQ(UBR_OK, ubr_process_reflections(reflecting.reflections, field.data(), field.data(),
+                                              kMaxFrame));
+    return field;
+  };
+  encoder_t* const encoder = r.reflections_encoder;
+  for (const uint32_t block : {0u, 1u}) {
+    if (block == 0) r.reflections_encoder = nullptr;
+    if (block == 1) encoder->max_frame_size = kMaxFrame - 1;
+    EXPECT_EQ(input[0][block * kMaxFrame + 200], render(test, block)[0][200]);
+    r.reflections_encoder = encoder;
+    encoder->max_frame_size = kMaxFrame;
+    render(whole, block);
+  }
+  EXPECT_EQ((start + 2 * kMaxFrame) % r.delay_line_length, r.write_index);
+  expect_same_signal(render(whole, 2), render(test, 2), 0.0f);  // of what the lines took meanwhile
+  Planar longer(AMBISONICS_MAX_CHANNELS, kMaxFrame + 1);
+  EXPECT_EQ(UBR_MISSING, ubr_process_reflections(&r, longer.data(), longer.data(), kMaxFrame + 1));
+}
+
+TEST(ReflectionsLifeTest, SwitchedOffTheyKeepTheirLinesAndAResetStillFits) {
+  Reflecting test(2);
+  const float* const lines = test.reflections->delay_lines;
+  test.reflect(0);
+  EXPECT_EQ(lines, test.reflections->delay_lines);
+  test.set(UBR_REFLECTIONS_ROOM_X, 1.0f);
+  EXPECT_EQ(UBR_OK, ubr_set_max_frame_size(&test.r, 1024));
+  test.set(UBR_REFLECTIONS_MODE, 2.0f);  // not computed
+  EXPECT_EQ(UBR_OK, ubr_reset(&test.r));
+}
+
 }  // namespace

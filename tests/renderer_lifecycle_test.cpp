@@ -2,9 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
 #include <string>
 
-#include "ambisonics/binauralizer_internal.h"
+#include "ambisonics/binauralizer_built.h"
 #include "renderer/ubr.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/test_renderer.h"
@@ -65,9 +66,6 @@ TEST(RendererLifecycleTest, AMissingOrUnconfiguredRendererIsSafeInEveryCall) {
     EXPECT_EQ(UBR_MISSING, ubr_set_user_orientation(r, zero, ROTATOR_ROTATION_VECTOR));
     EXPECT_EQ(UBR_MISSING, ubr_init_encoder(r));
     EXPECT_EQ(UBR_MISSING, ubr_init_rotator(r));
-    EXPECT_EQ(UBR_MISSING, ubr_init_binauralizer(r));
-    EXPECT_EQ(UBR_MISSING, ubr_init_reflections(r));
-    EXPECT_EQ(UBR_MISSING, ubr_init_reverb(r));
     EXPECT_EQ(UBR_MISSING, ubr_set_reflections_param(r, UBR_NUM_REFLECTIONS_PARAMS, 1.0f));
     EXPECT_EQ(UBR_MISSING, ubr_set_reverb_param(r, UBR_NUM_REVERB_PARAMS, 1.0f));
     EXPECT_EQ(UBR_MISSING, ubr_compute_reflections(r));
@@ -85,6 +83,57 @@ TEST(RendererLifecycleTest, AMissingOrUnconfiguredRendererIsSafeInEveryCall) {
       EXPECT_EQ(UBR_MISSING, ubr_process(&without_modules, nullptr, 0, nullptr, 0, 0)) << mode;
     }
   }
+}
+
+TEST(RendererLifecycleTest, TheStepsOfARendererNeedNoMoreThanTheirFields) {
+  ubr_t r = {};
+  r.max_frame_size = 64;
+  r.ambi_config = {1, 0, 0, 4};
+  r.render_mode = UBR_MODE_BINAURAL;
+  EXPECT_EQ(UBR_OK, ubr_init_reflections(&r));
+  EXPECT_EQ(UBR_OK, ubr_init_reverb(&r));
+  EXPECT_EQ(UBR_OK, ubr_init_binauralizer(&r));
+  EXPECT_EQ(UBR_MISSING, ubr_init_encoder(&r));
+  EXPECT_EQ(UBR_MISSING, ubr_init_rotator(&r));
+  EXPECT_EQ(UBR_OK, ubr_cleanup(&r));
+}
+
+TEST(RendererLifecycleTest, ARefusalStoresWhatWasAcceptedBeforeIt) {
+  ubr_t r = {};
+  EXPECT_EQ(UBR_INVALID, ubr_init(&r, UBR_INPUT_AMBISONICS, 16, UBR_MODE_AMBISONIC, 64, 3));
+  EXPECT_EQ(0u, r.num_inputs) << "the mode is refused first";
+  EXPECT_EQ(UBR_INVALID, ubr_init(&r, UBR_INPUT_SOURCES, 129, UBR_MODE_BINAURAL, 64, 3));
+  EXPECT_EQ(129u, r.num_inputs);
+  EXPECT_EQ(0u, r.ambi_config.num_channels);
+  EXPECT_EQ(UBR_INVALID, ubr_init(&r, UBR_INPUT_SOURCES, 8, UBR_MODE_DOWNMIX, 63, 3));
+  EXPECT_EQ(63u, r.max_frame_size);
+  EXPECT_EQ(0u, r.frame_size);
+  EXPECT_EQ(2u, r.num_outputs);
+  EXPECT_EQ(1.0f, r.downmix_left[0]);
+  EXPECT_EQ(UBR_INVALID, ubr_init(&r, UBR_INPUT_SOURCES, 8, UBR_MODE_AMBISONIC, 1025, 3));
+  EXPECT_EQ(16u, r.num_outputs);
+  EXPECT_EQ(3u, r.ambi_config.order);
+  EXPECT_EQ(0u, r.max_frame_size);
+}
+
+TEST(RendererLifecycleTest, AnInitWritesNoMoreThanTheRecord) {
+  struct {
+    ubr_t renderer;
+    uint32_t after;
+  } storage = {{}, 0x5eed5eed};
+  static_assert(sizeof(void*) != 8 || offsetof(decltype(storage), after) == 168);
+  EXPECT_EQ(UBR_OK, ubr_init(&storage.renderer, 0, 12, UBR_MODE_BINAURAL_TRACKED, 64, 4));
+  EXPECT_EQ(0x5eed5eedu, storage.after);
+  EXPECT_EQ(UBR_OK, ubr_cleanup(&storage.renderer));
+  EXPECT_EQ(0u, storage.renderer.num_inputs);
+  EXPECT_EQ(uint32_t{UBR_MODE_BINAURAL_TRACKED}, storage.renderer.render_mode);
+}
+
+TEST(DownmixTest, KeepsTheSignOfAZero) {
+  TestRenderer renderer(UBR_INPUT_SOURCES, 1, UBR_MODE_DOWNMIX, 64, 1);
+  Planar input(1, 64);
+  input[0].assign(64, -0.0f);
+  EXPECT_TRUE(std::signbit(renderer.render(input, {64})[0][5]));
 }
 
 class RendererGrowthTest : public ::testing::TestWithParam<std::pair<uint32_t, uint32_t>> {};

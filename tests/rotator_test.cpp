@@ -233,4 +233,28 @@ TEST(RotatorLimitTest, RefusalsChangeNothing) {
   EXPECT_EQ(m0, rotator.r.orientation_matrix[0]);
 }
 
+// Turning, then static; through the renderer, too.
+TEST(RotatorInPlaceTest, OutputsMayBeTheInputs) {
+  for (const uint32_t order : {1u, 2u, 3u, 4u}) {
+    TestRotator apart(order, 1024), shared(order, 1024);
+    TestRenderer renderer(UBR_INPUT_AMBISONICS, apart.base.num_channels, UBR_MODE_AMBISONIC_TRACKED,
+                          1024, order);
+    for (const uint32_t frames : {1024u, 259u, 259u, 3u}) {
+      const Vector pose = {0.1, -0.7, frames > 500 ? 2.0 : 0.3};
+      for (TestRotator* test : {&apart, &shared}) test->set(pose, ROTATOR_ROTATION_VECTOR);
+      const float vector[3] = {0.1f, -0.7f, frames > 500 ? 2.0f : 0.3f};
+      ubr_set_user_orientation(&renderer.r, vector, ROTATOR_ROTATION_VECTOR);
+      const Planar input = planar_noise(apart.base.num_channels, frames, order);
+      Planar field = input, rendered = input;
+      const Planar expected = apart.process(input);
+      EXPECT_EQ(UBR_OK, rotator_process(&shared.r, field.data(), field.data(), frames));
+      const auto count = static_cast<uint32_t>(rendered.size());
+      EXPECT_EQ(UBR_OK,
+                ubr_process(&renderer.r, rendered.data(), count, rendered.data(), count, frames));
+      expect_same_signal(expected, field, 1e-6f);
+      expect_same_signal(expected, rendered, 1e-6f);
+    }
+  }
+}
+
 }  // namespace

@@ -1,0 +1,17 @@
+// For the library's own use: which sources of an encoder follow the head, and their SH weights.
+#ifndef ORVANE_AMBISONICS_ENCODER_INTERNAL_H_
+#define ORVANE_AMBISONICS_ENCODER_INTERNAL_H_
+
+#include <stdint.h>
+
+#include "ambisonics/encoder.h"
+#include "numerics/mix_channels.h"
+
+// Sources of the dynamic pass.
+uint32_t encoder_count_dynamic(const encoder_t& encoder);
+
+// Collects the sources of the dynamic pass: their weights in the first rows of gain_matrix, and
+// their samples, which it returns. They stand until the encoder's next call.
+channels_t<const float> encoder_gather_dynamic(encoder_t* encoder, const float* const* inputs);
+
+#endif  // ORVANE_AMBISONICS_ENCODER_INTERNAL_H_
