@@ -91,8 +91,8 @@ void reverberate(Run& run, float decay_s, float spacing, uint32_t frames) {
   if (!ok) run.state.SkipWithError("the reverb refused a block");
 }
 
-// A dry block of twelve sources by one route, which is asked first, as the renderer asks it; the head
-// turns before the block where the route does not fit a static one.
+// A dry block of twelve sources by one route, which is asked first, as the renderer asks it; the
+// head turns before the block where the route does not fit a static one.
 void take_route(Run& run, uint32_t index, uint32_t frames) {
   Renderer renderer(12);
   ubr_t& r = renderer.r;
