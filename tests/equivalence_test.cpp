@@ -123,7 +123,7 @@ void write_reference(const char* path) {
   FILE* file = fopen(path, "w");
   ASSERT_NE(nullptr, file);
   fputs(
-      "// Made by ORVANE_TEST_LOWEST_TARGET=1 ORVANE_WRITE_REFERENCE=tests/equivalence_table.inc\n",
+      "// Made by ORVANE_TEST_TARGET=lowest ORVANE_WRITE_REFERENCE=tests/equivalence_table.inc\n",
       file);
   fputs(
       "// build/release/tests/orvane_tests "
