@@ -1,7 +1,6 @@
 #include "room/velvet_noise.h"
 
 #include <math.h>
-#include <pffft.h>
 #include <stddef.h>
 #include <string.h>
 
@@ -18,7 +17,7 @@ namespace {
 constexpr vn_config_t kDefaultSettings = {1.0f, 80.0f, 0.25f,    0.1f,  30.0f,
                                           1.0f, 1.0f,  10000.0f, -1.0f, 1.0f};
 constexpr int32_t kNumWorkVectors = 4;
-constexpr int32_t kMinFftSize = 32;  // PFFFT's smallest real transform
+constexpr int32_t kMinFftSize = 32;
 
 static_assert(sizeof(vn_config_t) == VN_NUM_SETTINGS * sizeof(float));
 static_assert(offsetof(vn_state_t, response_length) == 20 &&
@@ -31,8 +30,9 @@ static_assert(sizeof(vn_state_t) == 128);
 
 void release_buffers(vn_state_t& s) {
   if (s.fft_setup) {
-    if (s.fft_setup->transform) pffft_destroy_setup(s.fft_setup->transform);
+    lane_transform_cleanup(&s.fft_setup->transform);
     release(s.fft_setup->pulses);
+    release_aligned(s.fft_setup->scratch);
   }
   release_aligned(s.spectra, s.work_area);
   release(s.ring_buffers, s.fft_setup);
@@ -40,10 +40,6 @@ void release_buffers(vn_state_t& s) {
 
 size_t ring_samples(const vn_state_t& s) {
   return checked_mul(size_t{kVnOutputs}, static_cast<size_t>(s.ring_length));
-}
-
-size_t vector_samples(const vn_state_t& s, int32_t vectors) {
-  return checked_mul(static_cast<size_t>(vectors), static_cast<size_t>(s.fft_size));
 }
 
 // Clamped, because a reset may find settings that no preparation has checked yet.
@@ -63,41 +59,24 @@ void set_sizes(vn_state_t& s) {
   s.ring_length = checked_add(s.convolution_length, s.write_index);
 }
 
-// But for what applies the response.
+// Those that do not depend on the response.
 uint32_t make_buffers(vn_state_t& s) {
   s.ring_buffers = alloc_zeroed<float>(ring_samples(s));
-  s.work_area = alloc_aligned<float>(vector_samples(s, s.num_work_vectors));
+  s.work_area = alloc_aligned<float>(static_cast<size_t>(s.num_work_vectors),
+                                     static_cast<size_t>(s.fft_size));
   s.fft_setup = alloc_zeroed<vn_convolver_t>(1u);
   return s.ring_buffers && s.work_area && s.fft_setup ? UBR_OK : UBR_NO_MEMORY;
-}
-
-// Every transform is given a free work vector: PFFFT would put the N floats on the stack otherwise.
-void transform(const vn_state_t& s, const float* in, float* out, int32_t free_vector,
-               pffft_direction_t direction) {
-  pffft_transform(s.fft_setup->transform, in, out, vn_work_vector(s, free_vector), direction);
-}
-
-uint32_t make_spectra(vn_state_t& s) {
-  s.spectra = alloc_aligned<float>(vector_samples(s, kVnOutputs));
-  s.fft_setup->transform = pffft_new_setup(s.fft_size, PFFFT_REAL);
-  if (!s.spectra || !s.fft_setup->transform) return UBR_NO_MEMORY;
-  vn_apply_tone(s);
-  for (int32_t c = 0; c < kVnOutputs; ++c) {
-    float* const spectrum = s.spectra + ptrdiff_t{c} * s.fft_size;
-    transform(s, vn_work_vector(s, c), spectrum, 2, PFFFT_FORWARD);
-  }
-  return UBR_OK;
 }
 
 // Gives the response the form in which blocks meet it.
 uint32_t make_convolver(vn_state_t& s) {
   const uint32_t code = vn_gather_pulses(&s);
-  return code || s.fft_setup->pulses ? code : make_spectra(s);
+  return code || s.fft_setup->pulses ? code : vn_make_partitions(&s);
 }
 
 bool is_off(const vn_state_t& s) { return s.settings.enable == 0.0f || s.settings.decay_s == 0.0f; }
 
-bool is_prepared(const vn_state_t& s) { return s.ring_buffers && s.work_area && s.fft_setup; }
+bool is_prepared(const vn_state_t& s) { return s.ring_buffers && s.fft_setup; }
 
 // The block size that the buffers were made for counts, as well as one lowered since.
 int32_t longest_block(const vn_state_t& s) {
@@ -110,39 +89,6 @@ void write_silence(float* output, int32_t frames) {
 
 void average_channels(float* channels, int32_t frames) {
   for (int32_t t = 0; t < frames; ++t) channels[t] = (channels[t] + channels[frames + t]) * 0.5f;
-}
-
-// The block's spectrum goes to work vector 3, and each channel's convolution to vector 0 or 1.
-void convolve(const vn_state_t& s, const float* input, int32_t frames) {
-  float* const time = vn_work_vector(s, 2);
-  float* const spectrum = vn_work_vector(s, 3);
-  std::copy_n(input, frames, time);
-  std::fill(time + frames, time + s.fft_size, 0.0f);
-  transform(s, time, spectrum, 0, PFFFT_FORWARD);
-  float* const product = time;
-  for (int32_t c = 0; c < kVnOutputs; ++c) {
-    std::fill_n(product, s.fft_size, 0.0f);
-    pffft_zconvolve_accumulate(s.fft_setup->transform, spectrum,
-                               s.spectra + ptrdiff_t{c} * s.fft_size, product,
-                               1.0f / static_cast<float>(s.fft_size));
-    const int32_t free_vector = c == 0 ? 1 : 3;  // after the last product the spectrum is done with
-    transform(s, product, vn_work_vector(s, c), free_vector, PFFFT_BACKWARD);
-  }
-}
-
-void add_to_ring(float* ring, int32_t ring_length, int32_t start, const float* in, int32_t count) {
-  const int32_t before_wrap = std::min(count, ring_length - start);
-  for (int32_t t = 0; t < before_wrap; ++t) ring[start + t] += in[t];
-  for (int32_t t = before_wrap; t < count; ++t) ring[t - before_wrap] += in[t];
-}
-
-// Convolves by transforms as long as the whole tail.
-void add_convolution(const vn_state_t& s, const float* input, int32_t frames) {
-  convolve(s, input, frames);
-  for (int32_t c = 0; c < kVnOutputs; ++c) {
-    add_to_ring(s.ring_buffers + ptrdiff_t{c} * s.ring_length, s.ring_length, s.write_index,
-                vn_work_vector(s, c), s.convolution_length);
-  }
 }
 
 void take_from_ring(float* ring, int32_t ring_length, int32_t start, float* out, int32_t count) {
@@ -216,7 +162,7 @@ uint32_t vn_prepare_to_play(uint32_t* rng, vn_state_t* state) {
     vn_place_pulses(rng, s);
     code = make_convolver(s);
   }
-  if (code != UBR_OK) release_buffers(s);
+  code == UBR_OK ? release_aligned(s.work_area) : release_buffers(s);
   return code;
 }
 
@@ -238,7 +184,7 @@ uint32_t vn_process(const uint32_t* rng, vn_state_t* state, const float* input,
     write_silence(output, frames);
     return UBR_OK;
   }
-  s.fft_setup->pulses ? vn_add_pulses(s, input, frames) : add_convolution(s, input, frames);
+  s.fft_setup->pulses ? vn_add_pulses(s, input, frames) : vn_add_partitions(s, input, frames);
   for (int32_t c = 0; c < kVnOutputs; ++c) {
     float* const ring = s.ring_buffers + ptrdiff_t{c} * s.ring_length;
     take_from_ring(ring, s.ring_length, s.read_index, output + ptrdiff_t{c} * frames, frames);
@@ -253,7 +199,6 @@ uint32_t vn_reset(vn_state_t* state) {
   vn_state_t& s = *state;
   s.read_index = 0;
   s.write_index = pre_delay_samples(s);
-  if (s.work_area) std::fill_n(s.work_area, vector_samples(s, s.num_work_vectors), 0.0f);
   if (!s.ring_buffers) return UBR_OK;
   std::fill_n(s.ring_buffers, ring_samples(s), 0.0f);
   // A longer pre-delay that waits for its preparation has no room in the rings yet.

@@ -42,19 +42,19 @@ typedef struct vn_state_t {
   int32_t max_block_size;
   float max_decay_s;  // decay and pre-delay are clamped to these
   float max_pre_delay_ms;
-  int32_t response_length;     // K samples
-  int32_t block_size;          // B: the longest block of vn_process
-  int32_t ring_length;         // Q: P plus the pre-delay
-  int32_t read_index;          // next output sample in the rings
-  int32_t write_index;         // where the next block's convolution is added
-  int32_t fft_size;            // N: power of two, at least P and at least 32
+  int32_t response_length;  // K samples
+  int32_t block_size;       // B: the longest block of vn_process
+  int32_t ring_length;      // Q: P plus the pre-delay
+  int32_t read_index;       // next output sample in the rings
+  int32_t write_index;      // where the next block's convolution is added
+  int32_t fft_size;  // N: power of two, at least P and at least 32; a block is convolved around it
   int32_t convolution_length;  // P = K + B - 1
   vn_config_t settings;
-  int32_t num_work_vectors;          // 4
-  float* ring_buffers;               // 2 x Q
-  float* work_area;                  // num_work_vectors x N, scratch
-  float* spectra;                    // of the responses; null where there are few pulses
-  struct vn_convolver_t* fft_setup;  // private: transform or pulses of the response
+  int32_t num_work_vectors;  // 4
+  float* ring_buffers;       // 2 x Q
+  float* work_area;          // num_work_vectors x N while a response is prepared, otherwise null
+  float* spectra;            // of the response's partitions; null where it has few pulses
+  struct vn_convolver_t* fft_setup;  // private: what applies the response; null if not prepared
 } vn_state_t;
 
 // Zeroes the record, without freeing, stores limits and default settings, and starts the generator

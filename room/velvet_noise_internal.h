@@ -6,27 +6,33 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "numerics/lane_transform.h"
 #include "room/velvet_noise.h"
 
-struct PFFFT_Setup;
 struct sparse_tap_t;
 
 constexpr int32_t kVnOutputs = 2;
 
 // What vn_state_t's fft_setup points to: the response in the form in which it is applied.
 struct vn_convolver_t {
-  PFFFT_Setup* transform;  // real, fft_size points; null where there are pulses
-  // Of a response that has few pulses, instead of its spectra; or null:
-  sparse_tap_t* pulses;  // tone filter; then, per channel, corrections and pulses
+  float* scratch;  // of a block
+  // A response that has few pulses:
+  sparse_tap_t* pulses;  // tone filter; then, per channel, corrections and pulses. Or null
   int32_t tone_reach;    // samples that the tone filter reaches to either side
   int32_t num_pulses[kVnOutputs];
+  // Any other, whose spectra are num_batches batches, each of four partitions for either channel:
+  lane_transform_t transform;
+  int32_t partition_length;  // samples
+  int32_t num_batches;
+  int32_t first_lag;  // of the first partition: 0 or less
+  int32_t end_lag;    // behind the last sample of the response
 };
 
 // Copies rates, limits and settings, and takes none of the buffers: *to is as before its first
 // preparation, whatever it owned.
 void vn_copy_unprepared(const vn_state_t& from, vn_state_t* to);
 
-// Vector `i` of the work area, fft_size samples.
+// Vector `i` of the work area, fft_size samples. Only while a response is prepared.
 inline float* vn_work_vector(const vn_state_t& state, int32_t i) {
   return state.work_area + ptrdiff_t{i} * state.fft_size;
 }
@@ -56,12 +62,23 @@ double vn_tone_radius(const vn_state_t& state);
 // less time than transforms.
 
 // Collects the pulses that stand in work vectors 0 and 1, without their tone. The convolver's
-// `pulses` stay null where transforms serve better: many pulses, a tone filter that rings for long,
-// vectors too short for the scratch. Returns UBR_OK or UBR_NO_MEMORY.
+// `pulses` stay null where transforms serve better: many pulses, or a tone filter that rings for
+// long. Returns UBR_OK or UBR_NO_MEMORY.
 uint32_t vn_gather_pulses(vn_state_t* state);
 
 // Adds the response to a block of `frames` samples to the rings, one convolution length from the
-// write index on. Needs `pulses`; work vectors 2 and 3 are scratch.
+// write index on. Needs `pulses`.
 void vn_add_pulses(const vn_state_t& state, const float* input, int32_t frames);
+
+// velvet_partitions.cpp: the response in partitions of equal length, by transforms as long as a
+// partition and a block. For any response.
+
+// Takes the responses that stand in work vectors 0 and 1, without their tone; all vectors are
+// scratch. Returns UBR_OK or UBR_NO_MEMORY.
+uint32_t vn_make_partitions(vn_state_t* state);
+
+// Adds the response to a block of `frames` samples to the rings, one convolution length from the
+// write index on.
+void vn_add_partitions(const vn_state_t& state, const float* input, int32_t frames);
 
 #endif  // ORVANE_ROOM_VELVET_NOISE_INTERNAL_H_

@@ -14,7 +14,7 @@ constexpr int32_t kMaxReach = 64;       // samples that the tone filter may reac
 constexpr double kMaxRadius = 0.78;     // of its poles, which are silent after such a reach
 constexpr int32_t kPassLength = 256;    // samples of one pass of it that are looked at
 constexpr double kInaudible = 1e-7;     // of the tone response's sum, that is left out at its ends
-constexpr int32_t kPointsPerPulse = 8;  // of a transform that takes as long as a pulse
+constexpr int32_t kPointsPerPulse = 8;  // of fft_size: with fewer, partitions take less time
 
 // Half of the tone filter's zero-phase response: `taps` up to `reach` samples from its middle.
 struct tone_t {
@@ -59,9 +59,8 @@ int32_t count_pulses(const vn_state_t& state, int32_t channel) {
 bool pulses_serve(const vn_state_t& s, int32_t reach) {
   if (vn_tone_radius(s) > kMaxRadius) return false;
   const int32_t num_pulses = s.fft_setup->num_pulses[0] + s.fft_setup->num_pulses[1];
-  const int32_t scratch = s.block_size + 2 * reach + 2 * SPARSE_FILTER_MARGIN;
   return reach <= kMaxReach && s.convolution_length + reach <= s.fft_size &&
-         scratch <= s.fft_size && num_pulses <= s.fft_size / kPointsPerPulse;
+         num_pulses <= s.fft_size / kPointsPerPulse;
 }
 
 // The whole tone response, sample `reach` being its middle.
@@ -87,10 +86,13 @@ void write_corrections(const float* response, const tone_t& tone, sparse_tap_t* 
   }
 }
 
-// `length` zeros with their margins; returns the first of the zeros.
-float* clear_scratch(float* vector, int32_t length) {
-  std::fill_n(vector, length + 2 * SPARSE_FILTER_MARGIN, 0.0f);
-  return vector + SPARSE_FILTER_MARGIN;
+// A block's samples with zeros on either side, for the kernel to read across their ends.
+size_t padded(int32_t length) { return static_cast<size_t>(length + 2 * SPARSE_FILTER_MARGIN); }
+
+// `length` zeros with their margins, from `scratch` on; returns the first of the zeros.
+float* clear_scratch(float* scratch, int32_t length) {
+  std::fill_n(scratch, padded(length), 0.0f);
+  return scratch + SPARSE_FILTER_MARGIN;
 }
 
 void add_to_ring(const vn_state_t& s, int32_t channel, sparse_response_t response,
@@ -115,7 +117,8 @@ uint32_t vn_gather_pulses(vn_state_t* state) {
   const int32_t num_taps =
       num_tone_taps + v.num_pulses[0] + v.num_pulses[1] + kVnOutputs * tone.reach;
   v.pulses = alloc_zeroed<sparse_tap_t>(static_cast<size_t>(num_taps));
-  if (!v.pulses) return UBR_NO_MEMORY;
+  v.scratch = alloc_aligned<float>(padded(s.block_size) + padded(s.block_size + 2 * tone.reach));
+  if (!v.pulses || !v.scratch) return UBR_NO_MEMORY;
   write_tone(tone, v.pulses);
   sparse_tap_t* taps = v.pulses + num_tone_taps;
   for (int32_t c = 0; c < kVnOutputs; ++c) {
@@ -130,11 +133,11 @@ uint32_t vn_gather_pulses(vn_state_t* state) {
 
 void vn_add_pulses(const vn_state_t& s, const float* input, int32_t frames) {
   const vn_convolver_t& v = *s.fft_setup;
-  float* const white = clear_scratch(vn_work_vector(s, 2), frames);
+  float* const white = clear_scratch(v.scratch, frames);
   std::copy_n(input, frames, white);
   const int32_t reach = v.tone_reach, num_tone_taps = 2 * reach + 1;
   const int32_t coloured_frames = frames + 2 * reach;
-  float* const coloured = clear_scratch(vn_work_vector(s, 3), coloured_frames);
+  float* const coloured = clear_scratch(v.scratch + padded(frames), coloured_frames);
   sparse_filter_add({v.pulses, num_tone_taps}, white, frames, 0, coloured_frames, coloured);
   const sparse_tap_t* taps = v.pulses + num_tone_taps;
   for (int32_t c = 0; c < kVnOutputs; ++c) {

@@ -130,7 +130,15 @@ TEST(VelvetConvolutionTest, BlocksEqualTheirDirectConvolution) {
        128,
        {{&Config::tone_corner_hz, 100.0f}, {&Config::tone_gain, 1.0f + 3 * 0x1p-23f}}},
       {"flat tone", true, 128, {{&Config::tone_corner_hz, 100.0f}, {&Config::tone_gain, 1.0f}}},
-      {"five samples", false, 2, {{&Config::tone_enable, 0.0f}, {&Config::decay_s, 1e-4f}}}};
+      {"two seconds of many pulses",
+       false,
+       1024,
+       {{&Config::pulse_spacing, 3.0f}, {&Config::decay_s, 2.0f}}},
+      {"five samples", true, 2, {{&Config::tone_enable, 0.0f}, {&Config::decay_s, 1e-4f}}},
+      {"a pulse in each of five samples",
+       false,
+       2,
+       {{&Config::pulse_spacing, 1.0f}, {&Config::decay_s, 1e-4f}}}};
   std::vector<float> in = noise(6000, 7);
   for (size_t t = 0; t < in.size(); ++t) in[t] *= t % 37 == 0 ? 1.0f : 0.0f;  // for a quick check
   for (const ConvolutionCase& test : cases) {
