@@ -12,7 +12,7 @@
 #include "effect/orvane.h"
 #include "platform/log.h"
 #include "renderer/loudspeaker_layouts.h"
-#include "renderer/reverb_change.h"
+#include "renderer/reverb_internal.h"
 
 namespace {
 
@@ -129,32 +129,33 @@ float float_value(const void* value) {
   return number;
 }
 
-// The response is drawn between two holds of the lock, so that no block waits for it.
+// The response is drawn between two holds of the mutex, so that no block waits for it; no other
+// command comes in between.
 int32_t set_reverb(orvane_module_s* module, int32_t id, const void* value) {
   const float number = float_value(value);
   const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REVERB);
-  const ubr_t* renderer = module->object.renderer;
+  ubr_reverb_t* reverb = module->object.renderer->reverb;
   reverb_change_t change;
   uint32_t code = UBR_OK;
   {
     const ScopedLock lock(&module->object.mutex);
-    code = reverb_change_begin(renderer, param, number, &change);
+    code = reverb_change_begin(reverb, param, number, &change);
   }
-  if (code == UBR_OK) {
-    reverb_change_prepare(renderer->reverb, &change);
-    {
-      const ScopedLock lock(&module->object.mutex);
-      reverb_change_apply(renderer->reverb, &change);
-    }
-    reverb_change_release(&change);
-    return 0;
+  if (code != UBR_OK) {
+    ORVANE_LOGE("orvane_setParameter error: orvane set reverb param %d and value %f failed", id,
+                static_cast<double>(number));
+    return -EINVAL;
   }
-  ORVANE_LOGE("orvane_setParameter error: orvane set reverb param %d and value %f failed", id,
-              static_cast<double>(number));
-  return -EINVAL;
+  reverb_change_prepare(reverb, &change);
+  {
+    const ScopedLock lock(&module->object.mutex);
+    reverb_change_apply(reverb, &change);
+  }
+  reverb_change_release(&change);
+  return 0;
 }
 
-// One hold of the lock for both steps, so that no block meets reflections half changed.
+// One hold of the mutex for both steps, so that no block meets reflections half changed.
 int32_t set_reflections(orvane_module_s* module, int32_t id, const void* value) {
   const float number = float_value(value);
   const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REFLECTIONS);

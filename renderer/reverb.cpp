@@ -1,13 +1,13 @@
 #include "renderer/reverb.h"
 
+#include <math.h>
 #include <stddef.h>
 
 #include <utility>
 
 #include "base/memory.h"
 #include "base/result.h"
-#include "renderer/reverb_change.h"
-#include "renderer/room_modules.h"
+#include "renderer/reverb_internal.h"
 #include "renderer/ubr.h"
 #include "room/velvet_noise_internal.h"
 
@@ -17,6 +17,33 @@ namespace {
 
 constexpr uint32_t kNumOutputs = 2;
 constexpr float kWetGain = 0.2f;
+
+struct reverb_param_t {
+  float vn_config_t::*slot;
+  float minimum, maximum;
+  bool is_switch;  // the range is that of the value without its fraction
+};
+
+// Deliberate: the ids do not follow the order in which the settings are stored.
+constexpr reverb_param_t kReverbParams[UBR_NUM_REVERB_PARAMS] = {
+    {&vn_config_t::enable, 0.0f, 1.0f, true},
+    {&vn_config_t::stereo, 0.0f, 1.0f, true},
+    {&vn_config_t::pulse_spacing, 3.0f, 6000.0f, false},
+    {&vn_config_t::decay_s, 0.0f, 2.0f, false},
+    {&vn_config_t::level, 0.0f, 1.0f, false},
+    {&vn_config_t::pre_delay_ms, 0.0f, 100.0f, false},
+    {&vn_config_t::tone_enable, 0.0f, 1.0f, true},
+    {&vn_config_t::tone_gain, -1.0f, 1.0f, false},
+    {&vn_config_t::tone_corner_hz, 100.0f, 12000.0f, false},
+    {&vn_config_t::tone_slope, 0.1f, 1.0f, false},
+};
+
+// Refuses NaN, too.
+bool accepts(const reverb_param_t& param, float value) {
+  // Deliberate: the setter stores a switch with its fraction.
+  const float checked = param.is_switch ? truncf(value) : value;
+  return checked >= param.minimum && checked <= param.maximum;
+}
 
 }  // namespace
 
@@ -46,9 +73,14 @@ uint32_t reverb_prepare(ubr_reverb_t* reverb) {
   return vn_prepare_to_play(reverb->generator, &reverb->velvet_noise);
 }
 
-void reverb_change_copy(const ubr_reverb_t& reverb, reverb_change_t* change) {
-  vn_copy_unprepared(reverb.velvet_noise, &change->state);
-  change->state.block_size = static_cast<int32_t>(reverb.scratch_frames);
+uint32_t reverb_change_begin(const ubr_reverb_t* reverb, uint32_t id, float value,
+                             reverb_change_t* change) {
+  if (!reverb) return UBR_MISSING;
+  if (id >= UBR_NUM_REVERB_PARAMS || !accepts(kReverbParams[id], value)) return UBR_INVALID;
+  vn_copy_unprepared(reverb->velvet_noise, &change->state);
+  change->state.block_size = static_cast<int32_t>(reverb->scratch_frames);
+  change->state.settings.*kReverbParams[id].slot = value;
+  return UBR_OK;
 }
 
 void reverb_change_prepare(ubr_reverb_t* reverb, reverb_change_t* change) {
@@ -67,6 +99,16 @@ void reverb_change_apply(ubr_reverb_t* reverb, reverb_change_t* change) {
 }
 
 void reverb_change_release(reverb_change_t* change) { vn_terminate(&change->state); }
+
+uint32_t ubr_set_reverb_param(ubr_t* renderer, uint32_t id, float value) {
+  if (!renderer) return UBR_MISSING;
+  reverb_change_t change;
+  if (const uint32_t code = reverb_change_begin(renderer->reverb, id, value, &change)) return code;
+  reverb_change_prepare(renderer->reverb, &change);
+  reverb_change_apply(renderer->reverb, &change);
+  reverb_change_release(&change);
+  return UBR_OK;
+}
 
 void reverb_cleanup(ubr_reverb_t* reverb) {
   if (!reverb) return;

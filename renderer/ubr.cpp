@@ -11,7 +11,7 @@
 #include "base/result.h"
 #include "numerics/float_matrix.h"
 #include "renderer/reflections_internal.h"
-#include "renderer/room_modules.h"
+#include "renderer/reverb_internal.h"
 #include "renderer/routes/route.h"
 
 static_assert(is_laid_out(sizeof(ubr_t), 168));

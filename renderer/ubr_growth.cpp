@@ -8,7 +8,7 @@
 #include "base/result.h"
 #include "numerics/float_matrix.h"
 #include "renderer/reflections_internal.h"
-#include "renderer/room_modules.h"
+#include "renderer/reverb_internal.h"
 #include "renderer/ubr.h"
 
 namespace {

@@ -1,10 +1,6 @@
-// Room and reverb parameters, one value at a time: a range, and the place of an accepted value.
-#include <math.h>
-
+// Parameters of the room, one value at a time: a range, and the place of an accepted value.
 #include "base/result.h"
 #include "renderer/reflections_internal.h"
-#include "renderer/reverb_change.h"
-#include "renderer/room_modules.h"
 #include "renderer/ubr.h"
 
 namespace {
@@ -57,26 +53,6 @@ reflections_param_t find_reflections_param(ubr_t* renderer, uint32_t id) {
              : reflections_param_t{kMaterial, nullptr};
 }
 
-struct reverb_param_t {
-  float vn_config_t::*slot;
-  range_t range;
-  bool is_switch;  // the range is that of the value without its fraction
-};
-
-// Deliberate: the ids do not follow the order in which the settings are stored.
-constexpr reverb_param_t kReverbParams[UBR_NUM_REVERB_PARAMS] = {
-    {&vn_config_t::enable, {0.0f, 1.0f}, true},
-    {&vn_config_t::stereo, {0.0f, 1.0f}, true},
-    {&vn_config_t::pulse_spacing, {3.0f, 6000.0f}, false},
-    {&vn_config_t::decay_s, {0.0f, 2.0f}, false},
-    {&vn_config_t::level, {0.0f, 1.0f}, false},
-    {&vn_config_t::pre_delay_ms, {0.0f, 100.0f}, false},
-    {&vn_config_t::tone_enable, {0.0f, 1.0f}, true},
-    {&vn_config_t::tone_gain, {-1.0f, 1.0f}, false},
-    {&vn_config_t::tone_corner_hz, {100.0f, 12000.0f}, false},
-    {&vn_config_t::tone_slope, {0.1f, 1.0f}, false},
-};
-
 }  // namespace
 
 uint32_t ubr_set_reflections_param(ubr_t* renderer, uint32_t id, float value) {
@@ -99,25 +75,4 @@ uint32_t ubr_set_reflections_param(ubr_t* renderer, uint32_t id, float value) {
 uint32_t ubr_compute_reflections(ubr_t* renderer) {
   if (!renderer || !renderer->reflections) return UBR_MISSING;
   return reflections_compute(renderer->reflections, renderer->ambisonics, renderer->max_frame_size);
-}
-
-uint32_t reverb_change_begin(const ubr_t* renderer, uint32_t id, float value,
-                             reverb_change_t* change) {
-  if (!renderer || !renderer->reverb) return UBR_MISSING;
-  if (id >= UBR_NUM_REVERB_PARAMS) return UBR_INVALID;
-  const reverb_param_t& param = kReverbParams[id];
-  // Deliberate: a switch is stored with its fraction.
-  if (!accepts(param.range, param.is_switch ? truncf(value) : value)) return UBR_INVALID;
-  reverb_change_copy(*renderer->reverb, change);
-  change->state.settings.*param.slot = value;
-  return UBR_OK;
-}
-
-uint32_t ubr_set_reverb_param(ubr_t* renderer, uint32_t id, float value) {
-  reverb_change_t change;
-  if (const uint32_t code = reverb_change_begin(renderer, id, value, &change)) return code;
-  reverb_change_prepare(renderer->reverb, &change);
-  reverb_change_apply(renderer->reverb, &change);
-  reverb_change_release(&change);
-  return UBR_OK;
 }

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "renderer/reverb_change.h"
+#include "renderer/reverb_internal.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/test_renderer.h"
 
@@ -112,7 +112,7 @@ TEST(ReverbParameterTest, ABlockWhileAChangeIsPreparedHasTheOldResponse) {
     for (const size_t ear : {0u, 1u}) EXPECT_EQ(b[ear], a[ear]);
   };
   reverb_change_t change;
-  EXPECT_EQ(UBR_OK, reverb_change_begin(&changing.r, UBR_REVERB_DECAY, 0.5f, &change));
+  EXPECT_EQ(UBR_OK, reverb_change_begin(changing.r.reverb, UBR_REVERB_DECAY, 0.5f, &change));
   expect_same_tail();
   reverb_change_prepare(changing.r.reverb, &change);
   expect_same_tail();

@@ -9,7 +9,7 @@
 
 #include "effect/layouts.h"
 #include "platform/effect_abi.h"
-#include "renderer/room_modules.h"
+#include "renderer/reverb_internal.h"
 #include "tests/support/effect_host.h"
 #include "tests/support/plain_renderer.h"
 #include "tests/support/test_renderer.h"

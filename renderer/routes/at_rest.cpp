@@ -12,7 +12,7 @@
 #include "base/result.h"
 #include "numerics/mix_channels.h"
 #include "renderer/reflections_internal.h"
-#include "renderer/room_modules.h"
+#include "renderer/reverb_internal.h"
 #include "renderer/routes/route.h"
 
 namespace {

@@ -6,7 +6,7 @@
 
 #include "ambisonics/sh_hrir.h"
 #include "base/result.h"
-#include "renderer/room_modules.h"
+#include "renderer/reverb_internal.h"
 
 namespace {
 
