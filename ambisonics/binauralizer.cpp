@@ -2,24 +2,22 @@
 #include "ambisonics/binauralizer.h"
 
 #include <math.h>
-#include <pffft.h>
-#include <stddef.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include <algorithm>
 
 #include "ambisonics/ambisonics_base.h"
-#include "ambisonics/binauralizer_built.h"
-#include "ambisonics/binauralizer_transforms.h"
+#include "ambisonics/binauralizer_internal.h"
 #include "ambisonics/sh_hrir.h"
 #include "base/checked.h"
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/lane_transform.h"
+#include "numerics/mix_spectra.h"
+#include "numerics/pair_transform.h"
 
 static_assert(int{SH_HRIR_CHANNELS} == int{AMBISONICS_MAX_CHANNELS}, "one response per channel");
-static_assert(alignof(max_align_t) >= 16, "PFFFT reads heap buffers in vectors of 16 bytes");
 
 namespace {
 
@@ -49,9 +47,7 @@ uint32_t stored_overlap(const binauralizer_t& b) {
   return std::min(b.prev_tail_length, b.fft_size - 1);
 }
 
-void clear(float* samples, uint32_t count) {
-  if (samples) memset(samples, 0, sizeof(float) * count);
-}
+void clear(float* samples, uint32_t count) { memset(samples, 0, sizeof(float) * count); }
 
 void copy(const float* from, float* to, uint32_t count) { memcpy(to, from, sizeof(float) * count); }
 
@@ -59,21 +55,34 @@ bool has_rows(const float* const* matrix, uint32_t rows) {
   return matrix && std::all_of(matrix, matrix + rows, [](const float* row) { return row; });
 }
 
-uint32_t make_fft_setups(binauralizer_t* b) {
-  for (uint32_t k = 0; k < b->num_transforms; ++k) {
-    b->fft_setups[k] = pffft_new_setup(static_cast<int>(kTransformSizes[k]), PFFFT_REAL);
-    if (!b->fft_setups[k]) return UBR_MISSING;
-    b->fft_setup = b->fft_setups[k];
+uint32_t longest_transform(const binauralizer_t& b) {
+  return b.fft_setup->lengths[checked_index(b.fft_setup->count - 1, kMaxTransforms)].size;
+}
+
+// As many lengths as blocks of `max_frame_size` need, or all.
+uint32_t make_transforms(binauralizer_t* b, uint32_t max_frame_size) {
+  b->fft_setup = alloc_zeroed<binauralizer_transforms_t>(1u);
+  if (!b->fft_setup) return UBR_MISSING;
+  uint32_t shorter = 0;
+  for (const uint32_t size : kTransformSizes) {
+    binauralizer_transform_t& t = b->fft_setup->lengths[b->fft_setup->count++];
+    t.size = size;
+    t.shorter = shorter;
+    if (lane_transform_init(&t.channels, size) || pair_transform_init(&t.ears, size)) {
+      return UBR_MISSING;
+    }
+    if (size >= max_frame_size + kResponseOverlap) break;
+    shorter += size;
   }
   return UBR_OK;
 }
 
-void destroy_fft_setups(binauralizer_t* b) {
-  for (PFFFT_Setup*& setup : b->fft_setups) {
-    if (setup) pffft_destroy_setup(setup);
-    setup = nullptr;
+void release_transforms(binauralizer_t* b) {
+  for (uint32_t k = 0; b->fft_setup && k < b->fft_setup->count; ++k) {
+    lane_transform_cleanup(&b->fft_setup->lengths[k].channels);
+    pair_transform_cleanup(&b->fft_setup->lengths[k].ears);
   }
-  b->fft_setup = nullptr;
+  release(b->fft_setup);
 }
 
 uint32_t make_degree_table(binauralizer_t* b, int32_t order) {
@@ -86,61 +95,64 @@ uint32_t make_degree_table(binauralizer_t* b, int32_t order) {
   return UBR_OK;
 }
 
-uint32_t make_lane_transforms(binauralizer_t* b) {
-  b->lane_transforms = alloc_zeroed<lane_transform_t>(b->num_transforms);
-  if (!b->lane_transforms) return UBR_NO_MEMORY;
-  for (uint32_t k = 0; k < b->num_transforms; ++k) {
-    const uint32_t size = kTransformSizes[checked_index(k, BINAURALIZER_MAX_TRANSFORMS)];
-    if (const uint32_t code = lane_transform_init(&b->lane_transforms[k], size)) return code;
+// Floats of the spectrum buffer: the channels of the symmetric sum, or the sources of a static
+// scene, of which there are fewer than channels.
+size_t spectrum_buffer_size(const binauralizer_t& b) {
+  const uint32_t most = std::max(b.num_sh_channels - 1, 1u);
+  return batch_size(longest_transform(b)) * count_batches(most);
+}
+
+// The responses of all lengths; the symmetric sum has the larger share of the channels.
+uint32_t make_response_rows(binauralizer_t* b) {
+  const uint32_t batches = count_batches(binauralizer_find_channels(*b, false).count);
+  const binauralizer_transform_t& longest = b->fft_setup->lengths[b->fft_setup->count - 1];
+  b->hrtf_spectra = alloc_zeroed<float*>(kNumEars);
+  if (!b->hrtf_spectra) return UBR_NO_MEMORY;
+  for (uint32_t row = 0; row < kNumEars; ++row) {
+    b->hrtf_spectra[row] =
+        alloc_aligned<float>(batch_size(longest.shorter + longest.size), batches);
+    if (!b->hrtf_spectra[row]) return UBR_NO_MEMORY;
   }
   return UBR_OK;
 }
 
-// Floats of the spectrum buffer: the channels of S, or the sources of a scene at rest, of which
-// there are fewer than channels.
-uint32_t spectrum_buffer_size(const binauralizer_t& b) {
-  const uint32_t most = std::max(b.num_sh_channels - 1, 1u);
-  return static_cast<uint32_t>(batch_size(longest_transform(b))) * count_batches(most) +
-         batch_slack();
-}
-
-// Floats of a row of responses; S has the larger share of the channels.
-uint32_t response_row_size(const binauralizer_t& b) {
-  const binauralizer_transform_t longest = choose_transform(b, longest_transform(b));
-  const uint32_t batches = count_batches(find_channels(b, false).count);
-  return static_cast<uint32_t>(batch_size(longest.shorter + longest.size)) * batches +
-         batch_slack();
-}
-
 uint32_t make_buffers(binauralizer_t* b) {
-  const uint32_t longest = longest_transform(*b);
-  b->time_buffer = alloc_zeroed<float>(longest);
-  b->spectrum_buffer = alloc_zeroed<float>(spectrum_buffer_size(*b));
-  if (!b->time_buffer || !b->spectrum_buffer) return UBR_NO_MEMORY;
-  if (const uint32_t code = ubr_init_float_matrix(&b->ear_spectra, kNumEars, longest)) return code;
+  const uint32_t ear_size = pair_spectrum_size(longest_transform(*b));
+  b->spectrum_buffer = alloc_aligned<float>(spectrum_buffer_size(*b));
+  if (!b->spectrum_buffer) return UBR_NO_MEMORY;
+  if (const uint32_t code = ubr_init_float_matrix(&b->ear_spectra, kNumEars, ear_size)) return code;
   if (const uint32_t code = ubr_init_float_matrix(&b->overlap_tails, kNumEars, b->fft_size - 1)) {
     return code;
   }
-  return ubr_init_float_matrix(&b->hrtf_spectra, kNumEars, response_row_size(*b));
+  return make_response_rows(b);
 }
 
-// The responses at one transform length. Scaled here, products need no scaling for the way back.
+void release_response_rows(binauralizer_t* b) {
+  for (uint32_t row = 0; b->hrtf_spectra && row < kNumEars; ++row) {
+    release_aligned(b->hrtf_spectra[row]);
+  }
+  release(b->hrtf_spectra);
+}
+
+// The responses at one transform length, eight at a time. Scaled here, products need no scaling for
+// the way back. The spectrum buffer holds their taps meanwhile.
 void transform_responses(binauralizer_t* b, const binauralizer_transform_t& transform,
-                         bool mirrored) {
-  const float scale = 0.5f / static_cast<float>(transform.size);  // products come out twofold
-  const lane_channels_t lanes = find_channels(*b, mirrored);
-  float* const responses = find_responses(*b, transform, mirrored, lanes.count);
-  clear(b->time_buffer, transform.size);
-  for (uint32_t lane = 0; lane < lanes.count; ++lane) {
-    for (uint32_t k = 0; k < b->hrir_length; ++k) {
-      b->time_buffer[k] = binauralizer_sh_hrir[k * SH_HRIR_CHANNELS + lanes.channels[lane]] * scale;
+                         bool antisymmetric) {
+  const lane_channels_t lanes = binauralizer_find_channels(*b, antisymmetric);
+  float* batch = binauralizer_find_responses(*b, transform, antisymmetric, lanes.count);
+  for (uint32_t first = 0; first < lanes.count; first += kTransformLanes) {
+    const float* rows[kTransformLanes];
+    for (uint32_t lane = 0; lane < kTransformLanes; ++lane) {
+      float* const taps = b->spectrum_buffer + size_t{lane} * SH_HRIR_TAPS;
+      clear(taps, SH_HRIR_TAPS);
+      rows[lane] = taps;
+      if (first + lane >= lanes.count) continue;
+      const float* const responses = binauralizer_sh_hrir + lanes.channels[first + lane];
+      for (uint32_t k = 0; k < SH_HRIR_TAPS; ++k) taps[k] = responses[k * SH_HRIR_CHANNELS];
     }
-    float* const spectrum = b->spectrum_buffer;
-    pffft_transform_ordered(transform.setup, b->time_buffer, spectrum, nullptr, PFFFT_FORWARD);
-    float* const batch = responses + lane / kTransformLanes * batch_size(transform.size);
-    for (uint32_t i = 0; i < transform.size; ++i) {
-      batch[i * kTransformLanes + lane % kTransformLanes] = spectrum[i];
-    }
+    lane_transform_forward(transform.channels, rows, SH_HRIR_TAPS, batch);
+    unpack_spectra(transform.channels, batch, 0.5f / static_cast<float>(transform.size));
+    batch += batch_size(transform.size);
   }
 }
 
@@ -163,39 +175,52 @@ uint32_t binauralizer_init(binauralizer_t* b, uint32_t order, int32_t max_frame_
   b->fft_size = choose_fft_size(frames);
   b->tail_length = b->fft_size - frames;
   b->prev_tail_length = b->tail_length;
-  b->num_transforms = 1;
-  while (b->num_transforms < BINAURALIZER_MAX_TRANSFORMS &&
-         longest_transform(*b) < frames + kResponseOverlap) {
-    ++b->num_transforms;
-  }
-  if (const uint32_t code = make_fft_setups(b)) return code;
-  // Deliberate: a table that cannot be had reports 1 like the transform, every later buffer 3.
+  if (const uint32_t code = make_transforms(b, frames)) return code;
+  // Deliberate: without memory for the transforms or this table the result is 1, otherwise 3.
   if (const uint32_t code = make_degree_table(b, static_cast<int32_t>(order))) return code;
-  if (const uint32_t code = make_lane_transforms(b)) return code;
   if (const uint32_t code = make_buffers(b)) return code;
-  for (uint32_t k = 0; k < b->num_transforms; ++k) {
-    const uint32_t size = kTransformSizes[checked_index(k, BINAURALIZER_MAX_TRANSFORMS)];
-    const binauralizer_transform_t transform = choose_transform(*b, size - kResponseOverlap);
-    for (const bool mirrored : {false, true}) transform_responses(b, transform, mirrored);
+  for (uint32_t k = 0; k < b->fft_setup->count; ++k) {
+    for (const bool antisymmetric : {false, true}) {
+      transform_responses(b, b->fft_setup->lengths[k], antisymmetric);
+    }
   }
   return UBR_OK;
 }
 
 bool binauralizer_is_built(const binauralizer_t& b) {
-  return b.fft_setup && b.fft_setup == b.fft_setups[b.num_transforms - 1] && b.sh_degree_m &&
-         b.time_buffer && b.spectrum_buffer && has_rows(b.ear_spectra, kNumEars) &&
+  return b.fft_setup && b.sh_degree_m && b.spectrum_buffer && has_rows(b.ear_spectra, kNumEars) &&
          has_rows(b.overlap_tails, kNumEars) && has_rows(b.hrtf_spectra, kNumEars);
 }
 
+const binauralizer_transform_t& binauralizer_choose_transform(const binauralizer_t& b,
+                                                              uint32_t frames) {
+  const uint32_t last = checked_index(b.fft_setup->count - 1, kMaxTransforms);
+  uint32_t k = 0;
+  while (k < last && b.fft_setup->lengths[k].size < frames + kResponseOverlap) ++k;
+  return b.fft_setup->lengths[k];
+}
+
+lane_channels_t binauralizer_find_channels(const binauralizer_t& b, bool antisymmetric) {
+  lane_channels_t found = {};
+  for (uint32_t c = 0; c < b.num_sh_channels; ++c) {
+    if ((b.sh_degree_m[c] < 0) == antisymmetric) found.channels[found.count++] = c;
+  }
+  return found;
+}
+
+float* binauralizer_find_responses(const binauralizer_t& b,
+                                   const binauralizer_transform_t& transform, bool antisymmetric,
+                                   uint32_t num_channels) {
+  return b.hrtf_spectra[antisymmetric] +
+         batch_size(transform.shorter) * count_batches(num_channels);
+}
+
 uint32_t binauralizer_reset(binauralizer_t* b) {
-  if (!b || b->fft_size == 0) return UBR_OK;
-  const uint32_t longest = longest_transform(*b);
-  clear(b->time_buffer, longest);
-  clear(b->spectrum_buffer, spectrum_buffer_size(*b));
+  if (!b || !binauralizer_is_built(*b)) return UBR_OK;
+  memset(b->spectrum_buffer, 0, sizeof(float) * spectrum_buffer_size(*b));
   ubr_reset_float_matrix(b->overlap_tails, kNumEars, b->fft_size - 1);
-  ubr_reset_float_matrix(b->ear_spectra, kNumEars, longest);
-  destroy_fft_setups(b);
-  return make_fft_setups(b);
+  ubr_reset_float_matrix(b->ear_spectra, kNumEars, pair_spectrum_size(longest_transform(*b)));
+  return UBR_OK;
 }
 
 uint32_t binauralizer_reset_max_frame_size(binauralizer_t* b, uint32_t max_frame_size,
@@ -222,14 +247,12 @@ uint32_t binauralizer_reset_max_frame_size(binauralizer_t* b, uint32_t max_frame
 
 uint32_t binauralizer_cleanup(binauralizer_t* b) {
   if (!b) return UBR_OK;
-  destroy_fft_setups(b);
-  for (uint32_t k = 0; b->lane_transforms && k < b->num_transforms; ++k) {
-    lane_transform_cleanup(&b->lane_transforms[k]);
-  }
-  release(b->lane_transforms, b->sh_degree_m, b->time_buffer, b->spectrum_buffer);
+  release_transforms(b);
+  release(b->sh_degree_m);
+  release_aligned(b->spectrum_buffer);
   ubr_free_float_matrix(b->ear_spectra, kNumEars);
   ubr_free_float_matrix(b->overlap_tails, kNumEars);
-  ubr_free_float_matrix(b->hrtf_spectra, kNumEars);
+  release_response_rows(b);
   *b = {};
   return UBR_OK;
 }

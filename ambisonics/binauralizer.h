@@ -1,22 +1,23 @@
 // Ambisonics to two ears: every channel is convolved with the compiled-in response of its spherical
 // harmonic and summed, by overlap-add in the frequency domain, one transform per block and channel.
 // Only left-ear responses are stored. The head is taken as symmetric, so the right ear is the same
-// sum with the channels of negative order m negated: with S the sum over m >= 0 and A that over
-// m < 0, left = S + A and right = S - A. The responses delay the signal by 145 samples.
+// sum with the channels of negative order m negated: the symmetric sum is over m >= 0, the
+// antisymmetric one over m < 0, the left ear is their sum and the right ear their difference. The
+// responses delay the signal by 145 samples.
 //
 // Blocks are transformed at the shortest of a few lengths that holds them and the response, however
 // long the maximum; a block beyond the longest length is rendered in pieces.
 #ifndef ORVANE_AMBISONICS_BINAURALIZER_H_
 #define ORVANE_AMBISONICS_BINAURALIZER_H_
 
+#include <assert.h>
+#include <stddef.h>
 #include <stdint.h>
 
 #include "base/export.h"
 #include "numerics/float_matrix.h"
 
-struct PFFFT_Setup;
-
-enum { BINAURALIZER_MAX_TRANSFORMS = 3 };
+struct binauralizer_transforms_t;
 
 typedef struct binauralizer_t {
   uint32_t num_ears;         // 2: left, right
@@ -27,21 +28,26 @@ typedef struct binauralizer_t {
   uint32_t tail_length;  // N minus the frames of this block: samples kept as overlap
   uint32_t prev_tail_length;
   int32_t* sh_degree_m;             // order m of every channel
-  float* time_buffer;               // a response, padded to the length of a transform
+  float* time_buffer;               // null: nothing uses it
   float** overlap_tails;            // num_ears rows of N - 1; zero beyond hrir_length - 1
   float* spectrum_buffer;           // batches of channels of a block, see numerics/lane_transform.h
-  ubr_float_matrix_t hrtf_spectra;  // num_ears rows, S and A: spectra of the channels' responses at
-                                    // each length in turn, in batches, scaled by 0.5 / length
-  float** ear_spectra;              // num_ears rows: S and A, as spectra and then as samples
-  struct PFFFT_Setup* fft_setup;    // the longest of fft_setups
-  struct PFFFT_Setup* fft_setups[BINAURALIZER_MAX_TRANSFORMS];  // private: shortest first
-  uint32_t num_transforms;                                      // private
-  struct lane_transform_t* lane_transforms;                     // private: num_transforms
+  ubr_float_matrix_t hrtf_spectra;  // the symmetric and the antisymmetric row: spectra of the
+                                    // channels' responses at each length in turn, in batches,
+                                    // scaled by 0.5 / length
+  float** ear_spectra;  // num_ears rows: the symmetric and the antisymmetric spectrum, and then
+                        // the samples of the ears
+  struct binauralizer_transforms_t* fft_setup;  // private: the transforms of all lengths
 } binauralizer_t;
 
+static_assert(sizeof(binauralizer_t) == 80, "callers hold the record");
+static_assert(offsetof(binauralizer_t, sh_degree_m) == 24, "callers hold the record");
+static_assert(offsetof(binauralizer_t, overlap_tails) == 40, "callers hold the record");
+static_assert(offsetof(binauralizer_t, hrtf_spectra) == 56, "callers hold the record");
+static_assert(offsetof(binauralizer_t, fft_setup) == 72, "callers hold the record");
+
 // Builds a binauralizer for orders 0 to 4 and blocks of up to `max_frame_size` samples.
-// Returns UBR_OK; 1 when the transform or the table of orders m cannot be made; UBR_NO_MEMORY for a
-// null record or any other failed allocation. binauralizer_cleanup releases what was built. An
+// Returns UBR_OK; 1 when the transforms or the table of orders m cannot be made; UBR_NO_MEMORY for
+// a null record or any other failed allocation. binauralizer_cleanup releases what was built. An
 // order above 4 or a maximum below 0 or above 2^30 - hrir_length aborts the process.
 ORVANE_API uint32_t binauralizer_init(binauralizer_t* binauralizer, uint32_t order,
                                       int32_t max_frame_size);
@@ -58,8 +64,8 @@ ORVANE_API uint32_t binauralizer_init(binauralizer_t* binauralizer, uint32_t ord
 ORVANE_API uint32_t binauralizer_process(binauralizer_t* binauralizer, const float* const* sh_in,
                                          float* const* ears_out, uint32_t frame_size);
 
-// Silences all state and makes the transform anew. Returns UBR_OK, also for a null or zero-filled
-// record, or 1 when the transform cannot be made; a later reset tries again.
+// Silences all state. The transforms have none, so there is nothing to make anew. Returns UBR_OK,
+// also for a null or zero-filled record.
 ORVANE_API uint32_t binauralizer_reset(binauralizer_t* binauralizer);
 
 // Grows for blocks of up to `max_frame_size` samples and carries the overlap on; never shrinks. A

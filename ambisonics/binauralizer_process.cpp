@@ -1,5 +1,4 @@
 // One block to two ears: a field, or sources whose responses are folded.
-#include <pffft.h>
 #include <stddef.h>
 #include <string.h>
 
@@ -7,18 +6,22 @@
 
 #include "ambisonics/ambisonics_base.h"
 #include "ambisonics/binauralizer.h"
-#include "ambisonics/binauralizer_built.h"
-#include "ambisonics/binauralizer_transforms.h"
-#include "ambisonics/response_pairs.h"
+#include "ambisonics/binauralizer_internal.h"
 #include "base/checked.h"
 #include "base/result.h"
 #include "numerics/lane_transform.h"
 #include "numerics/mix_channels.h"
 #include "numerics/mix_spectra.h"
+#include "numerics/pair_transform.h"
 
 namespace {
 
 void clear(float* samples, uint32_t count) { memset(samples, 0, sizeof(float) * count); }
+
+// Samples that one transform renders.
+uint32_t longest_block(const binauralizer_t& b) {
+  return b.fft_setup->lengths[b.fft_setup->count - 1].size - kResponseOverlap;
+}
 
 // Channels of this block, or sources. Room for every lane of their batches.
 struct lane_rows_t {
@@ -26,70 +29,65 @@ struct lane_rows_t {
   const float* rows[count_batches(AMBISONICS_MAX_CHANNELS) * kTransformLanes];
 };
 
-// Fills the spectrum buffer. Deliberate: lanes without a channel get the first one's samples again,
-// because silence would need memory; their responses are zero.
+// Fills the spectrum buffer. Deliberate: lanes without a channel read the first one's samples, so
+// that no row of zeros has to be kept; their responses are zero.
 void transform_rows(const binauralizer_t& b, const binauralizer_transform_t& transform,
                     lane_rows_t* channels, uint32_t frames) {
-  float* batch = align_batches(b.spectrum_buffer);
+  float* batch = b.spectrum_buffer;
   for (uint32_t lane = 0; lane < channels->count; lane += kTransformLanes) {
     const float** const rows = channels->rows + lane;
     for (uint32_t i = channels->count - lane; i < kTransformLanes; ++i) rows[i] = channels->rows[0];
-    lane_transform_forward(*transform.lanes, rows, frames, batch);
+    lane_transform_forward(transform.channels, rows, frames, batch);
     batch += batch_size(transform.size);
   }
 }
 
-// The spectrum of S, or of A.
+// The symmetric or the antisymmetric spectrum.
 void sum_channels(const binauralizer_t& b, const binauralizer_transform_t& transform,
-                  const float* const* sh_in, uint32_t begin, uint32_t frames, bool mirrored) {
-  const lane_channels_t lanes = find_channels(b, mirrored);
+                  const float* const* sh_in, uint32_t begin, uint32_t frames, bool antisymmetric) {
+  const lane_channels_t lanes = binauralizer_find_channels(b, antisymmetric);
   lane_rows_t channels;
   for (; channels.count < lanes.count; ++channels.count) {
     channels.rows[channels.count] = sh_in[lanes.channels[channels.count]] + begin;
   }
   transform_rows(b, transform, &channels, frames);
-  const spectrum_sum_t sum = {find_responses(b, transform, mirrored, lanes.count),
-                              b.ear_spectra[mirrored]};
-  mix_spectra(*transform.lanes, align_batches(b.spectrum_buffer), count_batches(lanes.count), &sum,
-              1);
+  const spectrum_sum_t sum = {binauralizer_find_responses(b, transform, antisymmetric, lanes.count),
+                              b.ear_spectra[antisymmetric]};
+  mix_spectra(transform.channels, b.spectrum_buffer, count_batches(lanes.count), &sum, 1);
 }
 
-// Responses in S, or in A, of all sources.
-float* find_pair_spectra(const response_pairs_t& pairs, bool mirrored) {
-  const size_t batches = mirrored ? count_batches(pairs.num_sources) : 0;
-  return align_batches(pairs.spectra) + batches * batch_size(pairs.size);
+// The symmetric or the antisymmetric responses of all sources.
+float* find_folded_spectra(const folded_hrirs_t& hrirs, bool antisymmetric) {
+  const size_t batches = antisymmetric ? count_batches(hrirs.num_sources) : 0;
+  return hrirs.spectra + batches * batch_size(hrirs.size);
 }
 
-// `sign` is 1 for the left ear and -1 for the right one. A block may be shorter than the overlap,
-// which then sounds on after it.
-void overlap_add(const binauralizer_t& b, float sign, float* overlap, float* output,
-                 uint32_t frames) {
-  const float *symmetric = b.ear_spectra[0], *mirrored = b.ear_spectra[1];
+// Adds the overlap to an ear's samples, and saves what is beyond `frames`. A block may be shorter
+// than the overlap, which then sounds on after it.
+void overlap_add(const float* samples, float* overlap, float* output, uint32_t frames) {
   const uint32_t met = std::min(frames, kResponseOverlap);
-  for (uint32_t i = 0; i < frames; ++i) output[i] = symmetric[i] + sign * mirrored[i];
-  for (uint32_t i = 0; i < met; ++i) output[i] += overlap[i];
+  for (uint32_t i = 0; i < met; ++i) output[i] = samples[i] + overlap[i];
+  std::copy(samples + met, samples + frames, output + met);
   memmove(overlap, overlap + met, sizeof(float) * (kResponseOverlap - met));
   clear(overlap + kResponseOverlap - met, met);
-  symmetric += frames;
-  mirrored += frames;
-  for (uint32_t i = 0; i < kResponseOverlap; ++i) overlap[i] += symmetric[i] + sign * mirrored[i];
+  for (uint32_t i = 0; i < kResponseOverlap; ++i) overlap[i] += samples[frames + i];
 }
 
+// From the two spectra to the ears. The channels' spectra are done with, and give their room.
 void close_piece(binauralizer_t* b, const binauralizer_transform_t& transform,
                  float* const* ears_out, uint32_t begin, uint32_t frames) {
-  for (float* const sum : {b->ear_spectra[0], b->ear_spectra[1]}) {
-    pffft_transform_ordered(transform.setup, sum, sum, nullptr, PFFFT_BACKWARD);
-  }
-  overlap_add(*b, 1.0f, b->overlap_tails[0], ears_out[0] + begin, frames);
-  overlap_add(*b, -1.0f, b->overlap_tails[1], ears_out[1] + begin, frames);
+  float *const left = b->ear_spectra[0], *const right = b->ear_spectra[1];
+  pair_transform_inverse(transform.ears, left, right, b->spectrum_buffer, left, right);
+  overlap_add(left, b->overlap_tails[0], ears_out[0] + begin, frames);
+  overlap_add(right, b->overlap_tails[1], ears_out[1] + begin, frames);
 }
 
 // Renders `frames` samples from `begin` on; the longest transform holds them and the response.
 void render_piece(binauralizer_t* b, const float* const* sh_in, float* const* ears_out,
                   uint32_t begin, uint32_t frames) {
-  const binauralizer_transform_t transform = choose_transform(*b, frames);
-  for (const bool mirrored : {false, true}) {
-    sum_channels(*b, transform, sh_in, begin, frames, mirrored);
+  const binauralizer_transform_t& transform = binauralizer_choose_transform(*b, frames);
+  for (const bool antisymmetric : {false, true}) {
+    sum_channels(*b, transform, sh_in, begin, frames, antisymmetric);
   }
   close_piece(b, transform, ears_out, begin, frames);
 }
@@ -114,14 +112,15 @@ void fold_batch(const float* responses, channels_t<const float> weights, float* 
   }
 }
 
-// Responses in S, or in A, of every source, from those of the channels that belong to it.
+// The symmetric or the antisymmetric response of every source, from those of the channels.
 void fold_responses(const binauralizer_t& b, const binauralizer_transform_t& transform,
-                    const float* gains, const response_pairs_t& pairs, bool mirrored) {
-  const lane_channels_t lanes = find_channels(b, mirrored);
-  const float* const responses = find_responses(b, transform, mirrored, lanes.count);
-  float* folded = find_pair_spectra(pairs, mirrored);
-  for (uint32_t source = 0; source < pairs.num_sources; source += kTransformLanes) {
-    const uint32_t sources = std::min(pairs.num_sources - source, kTransformLanes);
+                    const float* gains, const folded_hrirs_t& hrirs, bool antisymmetric) {
+  const lane_channels_t lanes = binauralizer_find_channels(b, antisymmetric);
+  const float* const responses =
+      binauralizer_find_responses(b, transform, antisymmetric, lanes.count);
+  float* folded = find_folded_spectra(hrirs, antisymmetric);
+  for (uint32_t source = 0; source < hrirs.num_sources; source += kTransformLanes) {
+    const uint32_t sources = std::min(hrirs.num_sources - source, kTransformLanes);
     float weights[AMBISONICS_MAX_CHANNELS][kTransformLanes] = {};
     const float* rows[AMBISONICS_MAX_CHANNELS];
     for (uint32_t lane = 0; lane < lanes.count; ++lane) {
@@ -133,10 +132,10 @@ void fold_responses(const binauralizer_t& b, const binauralizer_transform_t& tra
     }
     for (uint32_t lane = 0; lane < lanes.count; lane += kTransformLanes) {
       const uint32_t count = std::min(lanes.count - lane, kTransformLanes);
-      fold_batch(responses + batch_size(pairs.size) * (lane / kTransformLanes),
-                 {rows + lane, count}, folded, pairs.size, lane > 0);
+      fold_batch(responses + batch_size(hrirs.size) * (lane / kTransformLanes),
+                 {rows + lane, count}, folded, hrirs.size, lane > 0);
     }
-    folded += batch_size(pairs.size);
+    folded += batch_size(hrirs.size);
   }
 }
 
@@ -149,7 +148,7 @@ uint32_t binauralizer_process(binauralizer_t* b, const float* const* sh_in, floa
     return UBR_OK;
   }
   b->tail_length = checked_sub(b->fft_size, frame_size);
-  const uint32_t longest = longest_transform(*b) - kResponseOverlap;
+  const uint32_t longest = longest_block(*b);
   for (uint32_t begin = 0; begin < frame_size; begin += longest) {
     render_piece(b, sh_in, ears_out, begin, std::min(frame_size - begin, longest));
   }
@@ -158,30 +157,31 @@ uint32_t binauralizer_process(binauralizer_t* b, const float* const* sh_in, floa
 }
 
 uint32_t binauralizer_transform_size(const binauralizer_t& b, uint32_t frames) {
-  if (!binauralizer_is_built(b) || frames > longest_transform(b) - kResponseOverlap) return 0;
-  return choose_transform(b, frames).size;
+  if (!binauralizer_is_built(b) || frames > longest_block(b)) return 0;
+  return binauralizer_choose_transform(b, frames).size;
 }
 
-void binauralizer_fold_responses(const binauralizer_t& b, const float* gains,
-                                 const response_pairs_t& pairs) {
-  const binauralizer_transform_t transform = choose_transform(b, pairs.size - kResponseOverlap);
-  for (const bool mirrored : {false, true}) fold_responses(b, transform, gains, pairs, mirrored);
+void binauralizer_fold_hrirs(const binauralizer_t& b, const float* gains,
+                             const folded_hrirs_t& hrirs) {
+  const binauralizer_transform_t& transform =
+      binauralizer_choose_transform(b, hrirs.size - kResponseOverlap);
+  for (const bool antisymmetric : {false, true})
+    fold_responses(b, transform, gains, hrirs, antisymmetric);
 }
 
-void binauralizer_process_pairs(binauralizer_t* b, const response_pairs_t& pairs,
-                                const float* const* sources, float* const* ears_out,
-                                uint32_t frames) {
-  const binauralizer_transform_t transform = choose_transform(*b, frames);
+void binauralizer_process_folded(binauralizer_t* b, const folded_hrirs_t& hrirs,
+                                 const float* const* sources, float* const* ears_out,
+                                 uint32_t frames) {
+  const binauralizer_transform_t& transform = binauralizer_choose_transform(*b, frames);
   b->tail_length = checked_sub(b->fft_size, frames);
   lane_rows_t channels;
-  for (; channels.count < pairs.num_sources; ++channels.count) {
+  for (; channels.count < hrirs.num_sources; ++channels.count) {
     channels.rows[channels.count] = sources[channels.count];
   }
   transform_rows(*b, transform, &channels, frames);
-  const spectrum_sum_t sums[] = {{find_pair_spectra(pairs, false), b->ear_spectra[0]},
-                                 {find_pair_spectra(pairs, true), b->ear_spectra[1]}};
-  mix_spectra(*transform.lanes, align_batches(b->spectrum_buffer), count_batches(pairs.num_sources),
-              sums, 2);
+  const spectrum_sum_t sums[] = {{find_folded_spectra(hrirs, false), b->ear_spectra[0]},
+                                 {find_folded_spectra(hrirs, true), b->ear_spectra[1]}};
+  mix_spectra(transform.channels, b->spectrum_buffer, count_batches(hrirs.num_sources), sums, 2);
   close_piece(b, transform, ears_out, 0, frames);
   b->prev_tail_length = b->tail_length;
 }

@@ -11,10 +11,10 @@
 #include <stdint.h>
 
 constexpr uint32_t kTransformLanes = 8;
-constexpr uint32_t kBatchAlignment = 32;  // bytes; only speed depends on it
 
-// What transforms of one length need. A batch of channels is batch_size() floats as
-// [size / 2 bins][real, imaginary][kTransformLanes], and comes in two kinds:
+// What transforms of one length need. A batch of channels is batch_size() floats,
+// best from alloc_aligned, as [size / 2 bins][real, imaginary][kTransformLanes], and comes in two
+// kinds:
 //   packed    transform of the complex signal even + i * odd sample, of half the length
 //   spectrum  transform of the real signal; the imaginary part of bin 0 is the Nyquist frequency
 struct lane_transform_t {
@@ -40,13 +40,6 @@ constexpr uint32_t count_batches(uint32_t channels) {
 }
 
 constexpr size_t batch_size(uint32_t size) { return size_t{size} * kTransformLanes; }
-
-// The first aligned place in a buffer that has batch_slack() floats more than its batches.
-constexpr uint32_t batch_slack() { return kBatchAlignment / sizeof(float); }
-inline float* align_batches(float* buffer) {
-  const uintptr_t past = reinterpret_cast<uintptr_t>(buffer) % kBatchAlignment;
-  return past == 0 ? buffer : buffer + (kBatchAlignment - past) / sizeof(float);
-}
 
 // Writes the packed batch of `rows`, kTransformLanes channels of `frames` samples that are followed
 // by silence; `frames` is at most the transform's size. Rows may be given twice, and need not be

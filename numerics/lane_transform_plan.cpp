@@ -1,9 +1,8 @@
 // The tables of a transform, made in double precision.
-#include <math.h>
-
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/lane_transform.h"
+#include "numerics/roots.h"
 
 namespace {
 
@@ -21,19 +20,12 @@ bool choose_radices(lane_transform_t* t) {
   return true;
 }
 
-double fraction(uint32_t part, uint32_t whole) { return static_cast<double>(part) / whole; }
-
-float* write_root(float* at, double turns) {
-  constexpr double kTwoPi = 6.28318530717958647693;
-  *at++ = static_cast<float>(cos(kTwoPi * turns));
-  *at++ = static_cast<float>(-sin(kTwoPi * turns));
-  return at;
-}
-
 // For a pass that joins `radix` transforms of `length` bins.
 float* write_pass(float* at, uint32_t radix, uint32_t length) {
   for (uint32_t k = 0; k < length; ++k) {
-    for (uint32_t j = 1; j < radix; ++j) at = write_root(at, fraction(j * k, length * radix));
+    for (uint32_t j = 1; j < radix; ++j, at += 2) {
+      write_root(-static_cast<ptrdiff_t>(j) * k, size_t{length} * radix, at, at + 1);
+    }
   }
   return at;
 }
@@ -44,7 +36,9 @@ void write_twiddles(lane_transform_t* t) {
   for (uint32_t length = t->first_radix; length < part; length *= 4) at = write_pass(at, 4, length);
   write_pass(at, t->odd_radix, part);
   at = t->spectrum_twiddles;  // -i times the root of the bin
-  for (uint32_t k = 0; k <= t->size / 4; ++k) at = write_root(at, 0.25 + fraction(k, t->size));
+  for (uint32_t k = 0; k <= t->size / 4; ++k, at += 2) {
+    write_root(-static_cast<ptrdiff_t>(t->size / 4 + k), t->size, at, at + 1);
+  }
 }
 
 // Decimation in time: the last pass joins every odd_radix-th sample, the one before every fourth of

@@ -12,35 +12,42 @@ HWY_BEFORE_NAMESPACE();
 namespace orvane {
 namespace HWY_NAMESPACE {
 
-// Sums over all lanes: of `a` to the two floats at `to_a`, of `b` to those at `to_b`.
-HWY_INLINE void StoreSums(const Complex& a, const Complex& b, float* to_a, float* to_b) {
+// Where a bin's parts go.
+struct BinPlace {
+  float *re, *im;
+};
+
+// The sums over all lanes of two bins.
+HWY_INLINE void StoreSums(const Complex& a, const Complex& b, BinPlace to_a, BinPlace to_b) {
 #if HWY_TARGET == HWY_SCALAR
-  to_a[0] = hn::GetLane(a.re);
-  to_a[1] = hn::GetLane(a.im);
-  to_b[0] = hn::GetLane(b.re);
-  to_b[1] = hn::GetLane(b.im);
+  *to_a.re = hn::GetLane(a.re);
+  *to_a.im = hn::GetLane(a.im);
+  *to_b.re = hn::GetLane(b.re);
+  *to_b.im = hn::GetLane(b.im);
 #else
   const D d;
-  const hn::CappedTag<float, 4> four;
-  const hn::Half<decltype(four)> two;
   const V sums_a = hn::Add(hn::InterleaveLower(d, a.re, a.im), hn::InterleaveUpper(d, a.re, a.im));
   const V sums_b = hn::Add(hn::InterleaveLower(d, b.re, b.im), hn::InterleaveUpper(d, b.re, b.im));
   const V sums = hn::Add(FirstPairs(sums_a, sums_b), LastPairs(sums_a, sums_b));
 #if HWY_MAX_BYTES >= 32
+  const hn::CappedTag<float, 4> four;
   const auto all = hn::Add(hn::LowerHalf(four, sums), hn::UpperHalf(four, sums));
 #else
   const auto all = sums;
 #endif
-  hn::StoreU(hn::LowerHalf(two, all), two, to_a);
-  hn::StoreU(hn::UpperHalf(two, all), two, to_b);
+  *to_a.re = hn::ExtractLane(all, 0);
+  *to_a.im = hn::ExtractLane(all, 1);
+  *to_b.re = hn::ExtractLane(all, 2);
+  *to_b.im = hn::ExtractLane(all, 3);
 #endif  // HWY_TARGET
 }
 
 HWY_INLINE Complex Zero() { return {hn::Zero(D()), hn::Zero(D())}; }
 
 // DC and Nyquist, the two ends of a spectrum, are real.
-HWY_INLINE void MixEnds(const float* packed, size_t batch, uint32_t count,
+HWY_INLINE void MixEnds(const float* packed, size_t bins, uint32_t count,
                         const spectrum_sum_t& to) {
+  const size_t batch = bins * kBin;
   Complex ends = Zero();
   for (size_t at = 0; at < count * batch; at += batch) {
     for (size_t lane = 0; lane < kLanes; lane += hn::Lanes(D())) {
@@ -49,8 +56,8 @@ HWY_INLINE void MixEnds(const float* packed, size_t batch, uint32_t count,
       ends.im = hn::MulAdd(hn::Sub(z.re, z.im), h.im, ends.im);
     }
   }
-  float nothing[2];
-  StoreSums(Add(ends, ends), Zero(), to.sum, nothing);
+  float* const im = to.sum + bins + 1;
+  StoreSums(Add(ends, ends), Zero(), {to.sum, to.sum + bins}, {im, im + bins});
 }
 
 // Bins k and size / 2 - k, which are made of the same two packed bins.
@@ -83,7 +90,7 @@ HWY_INLINE void Mix(const lane_transform_t& transform, const float* packed, uint
                     const spectrum_sum_t* to) {
   const D d;
   const size_t bins = transform.size / 2, batch = batch_size(transform.size);
-  for (size_t s = 0; s < kSums; ++s) MixEnds(packed, batch, count, to[s]);
+  for (size_t s = 0; s < kSums; ++s) MixEnds(packed, bins, count, to[s]);
   for (size_t k = 1; k <= bins / 2; ++k) {
     const V re = hn::Set(d, transform.spectrum_twiddles[2 * k]);
     const V im = hn::Set(d, transform.spectrum_twiddles[2 * k + 1]);
@@ -99,7 +106,9 @@ HWY_INLINE void Mix(const lane_transform_t& transform, const float* packed, uint
       }
     }
     for (size_t s = 0; s < kSums; ++s) {
-      StoreSums(sums[s].low, sums[s].high, to[s].sum + 2 * k, to[s].sum + 2 * (bins - k));
+      float *const real = to[s].sum, *const imaginary = to[s].sum + bins + 1;
+      StoreSums(sums[s].low, sums[s].high, {real + k, imaginary + k},
+                {real + bins - k, imaginary + bins - k});
     }
   }
 }

@@ -9,8 +9,7 @@
 // What channels are multiplied with, and where the sum of the products goes.
 struct spectrum_sum_t {
   const float* responses;  // spectra, one batch after the other
-  float* sum;  // transform.size floats: DC, Nyquist, and then real and imaginary part of
-               // the bins between, which is how PFFFT orders a real transform
+  float* sum;  // transform.size + 2 floats: real parts of bins 0 to size / 2, then imaginary parts
 };
 
 // Writes twice the sum, over all lanes of `count` packed batches, of channel times response.

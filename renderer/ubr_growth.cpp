@@ -3,7 +3,7 @@
 // Each module keeps its old capacity, or already has the new one, when memory runs out half-way:
 // either way it still serves blocks of the old maximum, which is why that is replaced last. Only
 // the module that was being rebuilt, reverb, reflections or binauralizer, is silent until a retry.
-#include "ambisonics/binauralizer_built.h"
+#include "ambisonics/binauralizer_internal.h"
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/float_matrix.h"

@@ -9,6 +9,7 @@
 
 #include "base/result.h"
 #include "numerics/mix_spectra.h"
+#include "numerics/pair_transform.h"
 #include "tests/support/signals.h"
 
 namespace {
@@ -78,7 +79,7 @@ struct Lanes {
   // By a sum of its own, and as the second of two.
   Spectrum mix(const std::vector<float>& packed, const std::vector<float>& responses) const {
     const uint32_t count = static_cast<uint32_t>(packed.size() / batch_size(size));
-    std::vector<float> sum(size, NAN), other(size, NAN), second(size, NAN);
+    std::vector<float> sum(size + 2, NAN), other(size + 2, NAN), second(size + 2, NAN);
     const spectrum_sum_t alone = {responses.data(), sum.data()};
     const spectrum_sum_t both[] = {{packed.data(), other.data()},
                                    {responses.data(), second.data()}};
@@ -86,10 +87,7 @@ struct Lanes {
     mix_spectra(t, packed.data(), count, both, 2);
     EXPECT_EQ(sum, second);
     Spectrum spectrum(size / 2 + 1);
-    const std::vector<double> parts(sum.begin(), sum.end());
-    for (uint32_t k = 1; k < size / 2; ++k) spectrum[k] = {parts[2 * k], parts[2 * k + 1]};
-    spectrum[0] = parts[0];
-    spectrum[size / 2] = parts[1];
+    for (size_t k = 0; k < spectrum.size(); ++k) spectrum[k] = {sum[k], sum[spectrum.size() + k]};
     return spectrum;
   }
 };
@@ -190,6 +188,38 @@ TEST(LaneTransformTest, MultipliedSpectraComeBackAsConvolutions) {
       expected[kept] = 7.0f;  // beyond the frames nothing is written
       EXPECT_LT(max_difference(expected, product[lane]), 5e-6f) << size << ", lane " << lane;
     }
+  }
+}
+
+// Lengths of every first and last pass, against the inverse transform of each spectrum.
+TEST(PairTransformTest, WritesSumAndDifferenceOfTheSignals) {
+  for (const uint32_t size : {128u, 256u, 384u, 512u, 640u, 768u, 1280u, 65536u}) {
+    pair_transform_t t;
+    ASSERT_EQ(UBR_OK, pair_transform_init(&t, size));
+    const uint32_t bins = size / 2, stored = pair_spectrum_size(size);
+    Planar spectra = planar_noise(2, stored, 1), samples(2, size);
+    Spectrum expected[2];
+    for (size_t x : {0u, 1u}) {
+      float *const re = spectra[x].data(), *const im = re + bins + 1;
+      im[0] = im[bins] = 0.0f;
+      Spectrum whole(size);
+      for (uint32_t k = 0; k <= bins; ++k) whole[k] = {re[k], im[k]};
+      for (uint32_t k = 1; k < bins; ++k) whole[size - k] = conj(whole[k]);
+      expected[x] = transform(whole, 1.0);
+    }
+    std::vector<float> work(pair_work_size(size), NAN);
+    pair_transform_inverse(t, spectra.data()[0], spectra.data()[1], work.data(), samples.data()[0],
+                           samples.data()[1]);
+    Spectrum sum(size), difference(size);
+    for (uint32_t n = 0; n < size; ++n) {
+      sum[n] = expected[0][n] + expected[1][n];
+      difference[n] = expected[0][n] - expected[1][n];
+    }
+    const auto doubled = [](const std::vector<float>& x) { return Spectrum(x.begin(), x.end()); };
+    const double documented = size <= 40960 ? 2e-7 : 2.5e-7;
+    EXPECT_LT(distance(sum, doubled(samples[0])), documented) << size;
+    EXPECT_LT(distance(difference, doubled(samples[1])), documented) << size;
+    pair_transform_cleanup(&t);
   }
 }
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-#include "ambisonics/binauralizer_built.h"
+#include "ambisonics/binauralizer_internal.h"
 #include "renderer/ubr.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/test_renderer.h"

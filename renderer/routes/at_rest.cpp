@@ -4,8 +4,8 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "ambisonics/binauralizer_internal.h"
 #include "ambisonics/encoder.h"
-#include "ambisonics/response_pairs.h"
 #include "ambisonics/rotator_internal.h"
 #include "base/checked.h"
 #include "base/memory.h"
@@ -26,8 +26,8 @@ struct memory_t {
   bool is_computed;  // whether the rest is that scene's
   float* gains;      // num_sources rows of AMBISONICS_MAX_CHANNELS: weights of the audible sources
                      // in the field that would enter the binauralizer
-  const float** audible;   // num_sources: the samples of the audible sources in this block
-  response_pairs_t hrirs;  // of the audible sources, with room for all at the longest transform
+  const float** audible;  // num_sources: the samples of the audible sources in this block
+  folded_hrirs_t hrirs;   // of the audible sources, with room for all at the longest transform
 };
 
 size_t source_bytes(const memory_t& m) { return m.num_sources * sizeof(encoder_source_t); }
@@ -106,7 +106,7 @@ void compute(memory_t* m, const ubr_t& r) {
     find_gains(m->sources[s], r, gains);
   }
   m->hrirs.size = m->transform_size;
-  binauralizer_fold_responses(*r.binauralizer, m->gains, m->hrirs);
+  binauralizer_fold_hrirs(*r.binauralizer, m->gains, m->hrirs);
   m->is_computed = true;
 }
 
@@ -125,7 +125,7 @@ uint32_t render(const ubr_t& r, const block_t& block, void* memory) {
     if (is_audible(m->sources[s])) m->audible[num_audible++] = block.inputs[s];
   }
   if (r.reverb && reverb_is_on(*r.reverb)) encode_omni(*m, num_audible, block, r.hoa_buffer_b[0]);
-  binauralizer_process_pairs(r.binauralizer, m->hrirs, m->audible, block.outputs, block.frames);
+  binauralizer_process_folded(r.binauralizer, m->hrirs, m->audible, block.outputs, block.frames);
   return add_reverberation(r, block, r.hoa_buffer_b);
 }
 
@@ -135,11 +135,11 @@ uint32_t init(const ubr_t& r, void** memory) {
   auto* const m = alloc_zeroed<memory_t>(1u);
   *memory = m;
   if (!m) return UBR_NO_MEMORY;
-  m->num_sources = checked_index(r.num_inputs, kMaxPairs + 1);
+  m->num_sources = checked_index(r.num_inputs, kMaxFoldedSources + 1);
   m->sources = alloc_zeroed<encoder_source_t>(m->num_sources);
   m->gains = alloc_zeroed<float>(m->num_sources, uint32_t{AMBISONICS_MAX_CHANNELS});
   m->audible = alloc_zeroed<const float*>(m->num_sources);
-  m->hrirs.spectra = alloc_zeroed<float>(count_pair_floats(m->num_sources));
+  m->hrirs.spectra = alloc_aligned<float>(count_folded_floats(m->num_sources));
   if (!m->sources || !m->gains || !m->audible || !m->hrirs.spectra) return UBR_NO_MEMORY;
   if (!r.rotator) return UBR_OK;
   m->rotation = alloc_zeroed<float>(r.rotator->padded_channels, r.rotator->padded_channels);
@@ -149,7 +149,8 @@ uint32_t init(const ubr_t& r, void** memory) {
 void cleanup(void* memory) {
   auto* m = static_cast<memory_t*>(memory);
   if (!m) return;
-  release(m->sources, m->rotation, m->gains, m->audible, m->hrirs.spectra);
+  release(m->sources, m->rotation, m->gains, m->audible);
+  release_aligned(m->hrirs.spectra);
   release(m);
 }
 

@@ -1,0 +1,93 @@
+// For the library's own use: the transforms of a binauralizer, and the shortcut of sources straight
+// to two ears, without a field between. While neither SH weights nor rotation move, a source's path
+// through the field is one symmetric and one antisymmetric response, its folded HRIRs (see
+// binauralizer.h). A block then takes one transform per source in the place of one per channel.
+#ifndef ORVANE_AMBISONICS_BINAURALIZER_INTERNAL_H_
+#define ORVANE_AMBISONICS_BINAURALIZER_INTERNAL_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "ambisonics/ambisonics_base.h"
+#include "ambisonics/binauralizer.h"
+#include "ambisonics/sh_hrir.h"
+#include "numerics/lane_transform.h"
+#include "numerics/pair_transform.h"
+
+constexpr uint32_t kResponseOverlap = SH_HRIR_TAPS - 1;  // samples that a block sounds on for
+
+// Transform lengths, for blocks of up to 257, 513 and 1025 samples.
+constexpr uint32_t kTransformSizes[] = {512, 768, 1280};
+constexpr uint32_t kMaxTransforms = sizeof(kTransformSizes) / sizeof(kTransformSizes[0]);
+
+struct binauralizer_transform_t {
+  uint32_t size;
+  uint32_t shorter;           // sum of the sizes of the shorter ones, whose responses come first
+  lane_transform_t channels;  // forward, eight channels at a time
+  pair_transform_t ears;      // back, both ears at once
+};
+
+struct binauralizer_transforms_t {
+  uint32_t count;
+  binauralizer_transform_t lengths[kMaxTransforms];  // the shortest first
+};
+
+// Whether every buffer of a successful binauralizer_init exists. Growing a binauralizer reports no
+// failure, so its owner looks.
+bool binauralizer_is_built(const binauralizer_t& binauralizer);
+
+// Of a binauralizer that is built, the shortest transform for a block of `frames`; the longest if
+// none holds it.
+const binauralizer_transform_t& binauralizer_choose_transform(const binauralizer_t& binauralizer,
+                                                              uint32_t frames);
+
+// The channels of the symmetric sum (m >= 0) or of the antisymmetric one, in the order of their
+// lanes.
+struct lane_channels_t {
+  uint32_t count;
+  uint32_t channels[AMBISONICS_MAX_CHANNELS];
+};
+lane_channels_t binauralizer_find_channels(const binauralizer_t& binauralizer, bool antisymmetric);
+
+// Spectra of the responses of one of these sums, which has so many channels, batch after batch.
+float* binauralizer_find_responses(const binauralizer_t& binauralizer,
+                                   const binauralizer_transform_t& transform, bool antisymmetric,
+                                   uint32_t num_channels);
+
+constexpr uint32_t kMaxFoldedSources =
+    AMBISONICS_MAX_CHANNELS - 1;  // from there on the field is cheaper
+
+struct folded_hrirs_t {
+  uint32_t num_sources;  // at most kMaxFoldedSources
+  uint32_t size;         // length of the transform that the spectra are for
+  float* spectra;        // symmetric ones of all sources, then antisymmetric ones, in batches of
+                         // sources as hrtf_spectra are of channels; count_folded_floats() of them,
+                         // from alloc_aligned, not owned
+};
+
+// Floats that the spectra of `num_sources` take at most.
+constexpr size_t count_folded_floats(uint32_t num_sources) {
+  return batch_size(kTransformSizes[kMaxTransforms - 1]) * count_batches(num_sources) * 2;
+}
+
+// Length of the transform that renders a block of `frames`; 0 when it takes several, or when the
+// record is not built.
+uint32_t binauralizer_transform_size(const binauralizer_t& binauralizer, uint32_t frames);
+
+// Writes the spectra of `hrirs`, whose size is a binauralizer_transform_size.
+//
+//   gains  num_sources rows of AMBISONICS_MAX_CHANNELS: weight of a source in each channel of the
+//          field that would enter the binauralizer
+//
+// Allocates nothing.
+void binauralizer_fold_hrirs(const binauralizer_t& binauralizer, const float* gains,
+                             const folded_hrirs_t& hrirs);
+
+// binauralizer_process for the field that the folded gains make of `sources`, num_sources channels
+// of `frames` samples: the same samples but for rounding, the same overlap and lengths. `hrirs` are
+// folded for the transform of `frames`. Allocates nothing.
+void binauralizer_process_folded(binauralizer_t* binauralizer, const folded_hrirs_t& hrirs,
+                                 const float* const* sources, float* const* ears_out,
+                                 uint32_t frames);
+
+#endif  // ORVANE_AMBISONICS_BINAURALIZER_INTERNAL_H_
