@@ -6,6 +6,7 @@
 #include "base/export.h"
 #include "base/memory.h"
 #include "effect/orvane.h"
+#include "effect/uuid.h"
 #include "platform/log.h"
 
 #define ORVANE_NAME "KRN Spatial Audio Renderer (orvane)"
@@ -21,7 +22,7 @@ const effect_interface_s gOrvaneInterface = {
 const effect_descriptor_t gOrvaneDescriptor = {
     // The platform's type of spatializers, FX_IID_SPATIALIZER.
     .type = {0xccd4cf09, 0xa79d, 0x46c2, 0x9aae, {0x06, 0xa1, 0x69, 0x8d, 0x6c, 0x8f}},
-    .uuid = {0x5b7e1c42, 0x93d0, 0x4e6a, 0xb1f8, {0x2c, 0x4d, 0x9a, 0x07, 0xe3, 0xb6}},
+    .uuid = orvane_uuid,
     .apiVersion = EFFECT_CONTROL_API_VERSION,
     .flags = EFFECT_FLAG_TYPE_INSERT | EFFECT_FLAG_INSERT_FIRST,
     .cpuLoad = 0,

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "effect/uuid.h"
 #include "tools/render/failure.h"
 #include "tools/render/host_log.h"
 #include "tools/render/program_path.h"
@@ -19,10 +20,6 @@ namespace {
 constexpr char kLibraryName[] = "liborvane.so";
 constexpr uint32_t kLibraryApiMajor = 3;
 constexpr size_t kMaxValueBytes = 6 * sizeof(float);  // of a parameter, the head pose
-
-// The implementation, as an installation's effect list names it.
-constexpr effect_uuid_t kImplementation = {
-    0x5b7e1c42, 0x93d0, 0x4e6a, 0xb1f8, {0x2c, 0x4d, 0x9a, 0x07, 0xe3, 0xb6}};
 
 Failure loader_failure(const std::string& path) {
   const char* text = dlerror();
@@ -50,7 +47,7 @@ const audio_effect_library_t& find_record(const std::string& path, void* library
 
 effect_handle_t create(const std::string& path, const audio_effect_library_t& record) {
   effect_handle_t handle = nullptr;
-  if (record.create_effect(&kImplementation, 0, 0, &handle) != 0) {
+  if (record.create_effect(&orvane_uuid, 0, 0, &handle) != 0) {
     throw effect_failure(path, "cannot create the Spatializer");
   }
   return handle;
