@@ -86,7 +86,7 @@ def wrap_live(scratch):
 
 def run(command, scratch):
     environment = dict(os.environ, PATH=f"{scratch}/bin:{scratch}/build/release:{os.environ['PATH']}",
-                       JACK_DEFAULT_SERVER=kServer)
+                       JACK_DEFAULT_SERVER=kServer, CCACHE_BASEDIR=str(scratch))
     if "cmake --install" in command:
         environment["DESTDIR"] = str(scratch / "installed")  # stays in the copy, whatever the prefix
     result = subprocess.run(["bash", "-euo", "pipefail", "-c", command], cwd=scratch, env=environment, text=True,
