@@ -1,4 +1,4 @@
-// The command slot: checks the buffers of each command and calls what carries it out.
+// The command slot: checks the buffers of each command, then carries it out.
 #include <errno.h>
 
 #include "effect/orvane.h"
@@ -46,7 +46,7 @@ int32_t disable(orvane_module_s* module, const command_buffers_t& command) {
   return 0;
 }
 
-// Commands that carry an int32 which is of no interest here.
+// For commands with an int32 that the effect does not use.
 int32_t ignore_int32(const command_buffers_t& command) {
   return command.data && command.size == sizeof(int32_t) ? 0 : -EINVAL;
 }

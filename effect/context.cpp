@@ -1,4 +1,4 @@
-// The defaults of a context, the channel count of a mask, the planar buffers' end.
+// The defaults of a context, the channel count of a mask, and the release of the planar buffers.
 #include <errno.h>
 
 #include "base/memory.h"
@@ -9,7 +9,7 @@ namespace {
 
 constexpr uint32_t kSamplingRateHz = 48000;
 
-// A channel mask: two bits say what the others stand for.
+// The two highest bits of a channel mask say what the others stand for.
 constexpr uint32_t kRepresentationShift = 30;
 constexpr uint32_t kPositions = 0;
 constexpr uint32_t kIndices = 2;

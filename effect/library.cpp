@@ -49,12 +49,16 @@ void destroy_mutexes(orvane_object_t* object) {
   pthread_mutex_destroy(&object->mutex);
 }
 
-// Frees a context and whatever it owns, which may be but its mutexes.
+// Frees a context and everything it owns. Its mutexes must exist, all else may be missing.
 void destroy_module(orvane_module_s* module) {
   orvane_object_t* object = &module->object;
-  orvane_deallocateBuffers(object, object->buffer_channels);
-  if (object->renderer) ubr_cleanup(object->renderer);
-  release(object->renderer);
+  {
+    const ScopedLock lock(&object->mutex);
+    orvane_set_state(module, ORVANE_STATE_UNINITIALIZED);
+    orvane_deallocateBuffers(object, object->buffer_channels);
+    if (object->renderer) ubr_cleanup(object->renderer);
+    release(object->renderer);
+  }
   destroy_mutexes(object);
   release(module);
 }
@@ -84,18 +88,17 @@ int32_t orvaneLib_Create(const effect_uuid_t* uuid, int32_t /*sessionId*/, int32
 int32_t orvaneLib_Release(effect_handle_t handle) {
   ORVANE_LOGI("orvaneLib_Release() %p", static_cast<void*>(handle));
   if (!handle) return -EINVAL;
-  orvane_set_state(orvane_module(handle), ORVANE_STATE_UNINITIALIZED);
   destroy_module(orvane_module(handle));
   return 0;
 }
 
 int32_t orvaneLib_GetDescriptor(const effect_uuid_t* uuid, effect_descriptor_t* pDescriptor) {
   if (!uuid || !pDescriptor) {
-    // Deliberate: the text names Create; log readers look for it.
+    // Deliberate: the text names Create, because readers of the log look for it.
     ORVANE_LOGE("orvaneLib_Create() called with NULL pointer");
     return -EINVAL;
   }
-  // Deliberate: an unknown UUID is -EINVAL here and -ENOENT at creation.
+  // Deliberate: an unknown UUID is -EINVAL here but -ENOENT at creation, as callers expect.
   if (!is_our_uuid(uuid)) return -EINVAL;
   *pDescriptor = gOrvaneDescriptor;
   return 0;

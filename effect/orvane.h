@@ -55,6 +55,7 @@ struct orvane_module_s {
   effect_config_t config;          // as last accepted, defaults before; see orvane_Configure
   orvane_object_t object;
 };
+static_assert(offsetof(orvane_module_s, itfe) == 0, "a handle points to the interface pointer");
 
 extern const effect_interface_s gOrvaneInterface;
 extern const effect_descriptor_t gOrvaneDescriptor;
@@ -84,10 +85,10 @@ inline void orvane_set_state(orvane_module_s* module, uint32_t state) {
   __atomic_store_n(&module->object.state, state, __ATOMIC_RELEASE);
 }
 
-// Puts a context, zero-filled but for its mutexes or used, into its defaults and state 1. A
-// renderer is made if there is none, and kept as it is otherwise; the planar buffers are freed.
-// Takes the mutex: a block under way ends before, in the old configuration, and one that waits is
-// refused. Returns 0, -1 when there is no memory for the renderer, or -EINVAL.
+// Puts a context, new or used, into its defaults and state 1. Makes a renderer if there is none,
+// and keeps it as it is otherwise; frees the planar buffers. Takes the mutex, so a block under way
+// ends first, in the old configuration, and a block that waits is refused. Returns 0, -1 when there
+// is no memory for the renderer, or -EINVAL.
 int32_t orvane_Init(orvane_module_s* module);
 
 // Number of channels of an AUDIO_CHANNEL_* mask; 0 for a representation other than positions or
@@ -98,7 +99,7 @@ int32_t orvane_channel_count(uint32_t mask);
 void orvane_deallocateBuffers(orvane_object_t* object, int32_t channels);
 
 // Whether the effect can run in a configuration: equal sampling rates, stereo output, float
-// samples; the input channels are not looked at. Returns 0, or -EINVAL after logging.
+// samples. Does not look at the input channels. Returns 0, or -EINVAL after logging.
 int32_t orvane_check_config(const effect_config_t* config);
 
 // Takes over an effect_config_t (at any alignment), builds the renderer for its input channels and

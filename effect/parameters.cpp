@@ -64,7 +64,7 @@ int32_t get_value(int32_t id, value_t* value) {
       ORVANE_LOGI("orvane_getParameter %d SPATIALIZER_PARAM_SUPPORTED_LEVELS is %d %d",
                   value->bytes[0], value->bytes[1], value->bytes[2]);
       return 0;
-    case SPATIALIZER_PARAM_LEVEL:  // Deliberate: whatever level was set.
+    case SPATIALIZER_PARAM_LEVEL:  // Deliberate: the same whatever was set, see set_level.
       *value = byte_value(SPATIALIZATION_LEVEL_MULTICHANNEL);
       ORVANE_LOGI("orvane_getParameter SPATIALIZER_PARAM_LEVEL is %d", value->bytes[0]);
       return 0;
@@ -82,21 +82,21 @@ int32_t get_value(int32_t id, value_t* value) {
           "orvane_getParameter %d SPATIALIZER_PARAM_SUPPORTED_SPATIALIZATION_MODES are %d %d",
           value->bytes[0], value->bytes[1], value->bytes[2]);
       return 0;
-    default:  // Deliberate: the head-tracking mode, too, can only be set.
+    default:  // Deliberate: the head-tracking mode can be set but not read.
       ORVANE_LOGE("orvane_getParameter unknown parameter %d", id);
       return -EINVAL;
   }
 }
 
 int32_t set_level(orvane_module_s* /*module*/, int32_t /*id*/, const void* value) {
-  // Deliberate: accepted without effect, there is but one level.
+  // Deliberate: accepted without effect, because there is only one level.
   ORVANE_LOGI("orvane_setParameter SPATIALIZER_PARAM_LEVEL is %d",
               *static_cast<const int8_t*>(value));
   return 0;
 }
 
 int32_t set_headtracking_mode(orvane_module_s* /*module*/, int32_t /*id*/, const void* value) {
-  // Deliberate: accepted without effect, the head pose always applies.
+  // Deliberate: accepted without effect, because the head pose always applies.
   ORVANE_LOGI("orvane_setParameter SPATIALIZER_PARAM_HEADTRACKING_MODE is %d",
               *static_cast<const int8_t*>(value));
   return 0;
@@ -129,8 +129,8 @@ float float_value(const void* value) {
   return number;
 }
 
-// The response is drawn between two holds of the mutex, so that no block waits for it; no other
-// command comes in between.
+// Draws the response between two holds of the mutex, so that no block waits for it. No other
+// command comes between the two.
 int32_t set_reverb(orvane_module_s* module, int32_t id, const void* value) {
   const float number = float_value(value);
   const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REVERB);
@@ -155,7 +155,7 @@ int32_t set_reverb(orvane_module_s* module, int32_t id, const void* value) {
   return 0;
 }
 
-// One hold of the mutex for both steps, so that no block meets reflections half changed.
+// Holds the mutex through both steps, so that no block meets reflections that are half changed.
 int32_t set_reflections(orvane_module_s* module, int32_t id, const void* value) {
   const float number = float_value(value);
   const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REFLECTIONS);
@@ -178,8 +178,8 @@ int32_t set_reflections(orvane_module_s* module, int32_t id, const void* value) 
 
 int32_t ignore(orvane_module_s* /*module*/, int32_t /*id*/, const void* /*value*/) { return 0; }
 
-// A range of ids with what sets them: it finds value_size bytes at `value`, at any alignment, and
-// returns the status to reply.
+// A range of ids and the function that sets them. The function gets value_size bytes at `value`, at
+// any alignment, and returns the status to reply.
 struct setter_t {
   int32_t first_id, last_id;
   uint32_t value_size;
@@ -193,7 +193,8 @@ constexpr setter_t kSetters[] = {
      false, set_headtracking_mode},
     {SPATIALIZER_PARAM_HEAD_TO_STAGE, SPATIALIZER_PARAM_HEAD_TO_STAGE, 6 * sizeof(float), true,
      set_head_to_stage},
-    {7, 8, 0, false, ignore},  // further poses and angles of devices; of no use here
+    {7, 8, 0, false,
+     ignore},  // orientation of the display and angle of a hinge: accepted and ignored
     {ORVANE_PARAM_REVERB, ORVANE_PARAM_REVERB + int32_t{UBR_NUM_REVERB_PARAMS} - 1, sizeof(float),
      false, set_reverb},
     {ORVANE_PARAM_REFLECTIONS, ORVANE_PARAM_REFLECTIONS + int32_t{UBR_NUM_REFLECTIONS_PARAMS} - 1,
@@ -236,8 +237,7 @@ int32_t orvane_getParameter(const command_buffers_t& command) {
   header.status = get_value(header.id, &value);
   if (header.status == 0) header.vsize = value.size;
 
-  // As snprintf does: the value is cut to the room there is, the sizes tell what it would have
-  // taken.
+  // As with snprintf, a value that is too long is cut, and the sizes are those of the whole value.
   memcpy(command.reply, &header, sizeof(header));
   const uint32_t room = *command.reply_size - uint32_t{sizeof(header)};
   memcpy(static_cast<uint8_t*>(command.reply) + sizeof(header), value.bytes,

@@ -1,4 +1,4 @@
-// The two parameter commands, and the buffers with which any command comes.
+// The two parameter commands, and the buffers of any command.
 #ifndef ORVANE_EFFECT_PARAMETERS_H_
 #define ORVANE_EFFECT_PARAMETERS_H_
 
@@ -8,7 +8,7 @@
 #include "effect/orvane.h"
 
 // As the platform passes them: any pointer may be null, and data and reply need not be aligned.
-// `reply_size` holds the room for the reply, and takes its length.
+// `reply_size` states the room for the reply, and takes the length of the reply.
 struct command_buffers_t {
   uint32_t size;
   const void* data;
@@ -25,8 +25,8 @@ inline void reply_status(const command_buffers_t& command, int32_t status) {
   memcpy(command.reply, &status, sizeof(status));
 }
 
-// EFFECT_CMD_GET_PARAM and EFFECT_CMD_SET_PARAM. Both return 0 once the buffers are well-formed,
-// and put the outcome into the reply; otherwise -EINVAL and no reply.
+// EFFECT_CMD_GET_PARAM and EFFECT_CMD_SET_PARAM. Both return 0 where the buffers are well-formed,
+// and put the outcome into the reply; otherwise they return -EINVAL and leave the reply as it was.
 int32_t orvane_getParameter(const command_buffers_t& command);
 int32_t orvane_setParameter(orvane_module_s* module, const command_buffers_t& command);
 

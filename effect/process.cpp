@@ -1,4 +1,4 @@
-// The process slot: interleaved input to planar buffers, through the renderer, to interleaved
+// The process slot: deinterleaves the input into planar buffers, renders them and interleaves the
 // output.
 #include <errno.h>
 
@@ -24,7 +24,7 @@ int32_t check_state(const orvane_module_s* module) {
   }
 }
 
-// Makes `channels` buffers of `frames` samples; a failure leaves the later ones null.
+// Makes `channels` buffers of `frames` samples. After a failure the missing ones are null.
 bool allocate_planar(const char* side, float*** buffers, int32_t channels, size_t frames) {
   *buffers = alloc_zeroed<float*>(static_cast<size_t>(channels));
   if (!*buffers) {
@@ -41,7 +41,7 @@ bool allocate_planar(const char* side, float*** buffers, int32_t channels, size_
   return true;
 }
 
-// Replaces the planar buffers; the renderer counts frames in 32 bits.
+// Replaces the planar buffers. More frames than the renderer can count, in 32 bits, are a failure.
 bool orvane_allocateBuffers(orvane_object_t* object, int32_t channels, size_t frames) {
   orvane_deallocateBuffers(object, object->buffer_channels);
   if (frames > UINT32_MAX) return false;
@@ -67,8 +67,9 @@ int32_t render(orvane_module_s* module, const float* in, float* out, size_t fram
     ORVANE_LOGE("orvane_Process error: orvane buffer allocation error");
     return -EINVAL;
   }
-  // After a refused channel mask a caller may go on with blocks of the earlier channels. The
-  // renderer refuses the new count, so nothing is read that the caller may not have.
+  // After a refused channel mask a caller may still send blocks of the earlier channels. The
+  // renderer refuses the new count, so the input, which may be shorter than that count says, is not
+  // read.
   if (static_cast<uint32_t>(channels) == object->renderer->num_inputs) {
     split_channels(in, static_cast<size_t>(channels), frames, object->in_buffers);
   }
@@ -92,10 +93,10 @@ int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer, audio_buf
   }
   if (const int32_t code = check_state(module)) return code;
   const size_t frames = inBuffer->frameCount;
-  if (frames == 0) return 0;  // To the renderer 0 frames would mean a full block.
+  if (frames == 0) return 0;  // The renderer takes 0 frames for a full block.
 
   const ScopedLock lock(&module->object.mutex);
-  // It may have been disabled or initialised since.
+  // A command may have disabled or initialised the effect since.
   if (orvane_state(module) != ORVANE_STATE_ACTIVE) return -EINVAL;
   return render(module, inBuffer->f32, outBuffer->f32, frames);
 }

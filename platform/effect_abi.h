@@ -25,8 +25,11 @@
 static_assert(sizeof(void*) == 8, "the layouts below are those of 64-bit platforms");
 static_assert(sizeof(effect_uuid_t) == 16, "effect_uuid_t");
 static_assert(sizeof(effect_descriptor_t) == 172, "effect_descriptor_t");
+static_assert(offsetof(effect_descriptor_t, apiVersion) == 32, "effect_descriptor_t");
 static_assert(offsetof(effect_descriptor_t, name) == 44, "effect_descriptor_t");
+static_assert(offsetof(effect_descriptor_t, implementor) == 108, "effect_descriptor_t");
 static_assert(sizeof(audio_buffer_t) == 16, "audio_buffer_t");
+static_assert(offsetof(audio_buffer_t, raw) == 8, "audio_buffer_t");
 static_assert(sizeof(buffer_config_t) == 56, "buffer_config_t");
 static_assert(offsetof(buffer_config_t, samplingRate) == 16, "buffer_config_t");
 static_assert(offsetof(buffer_config_t, channels) == 20, "buffer_config_t");
@@ -36,7 +39,11 @@ static_assert(offsetof(buffer_config_t, mask) == 50, "buffer_config_t");
 static_assert(sizeof(effect_config_t) == 112, "effect_config_t");
 static_assert(offsetof(effect_config_t, outputCfg) == 56, "effect_config_t");
 static_assert(sizeof(effect_param_t) == 12, "effect_param_t");
+static_assert(offsetof(effect_param_t, psize) == 4, "effect_param_t");
+static_assert(offsetof(effect_param_t, vsize) == 8, "effect_param_t");
 static_assert(sizeof(struct effect_interface_s) == 32, "effect_interface_s");
+static_assert(offsetof(struct effect_interface_s, command) == 8, "effect_interface_s");
+static_assert(offsetof(struct effect_interface_s, get_descriptor) == 16, "effect_interface_s");
 static_assert(offsetof(audio_effect_library_t, create_effect) == 24, "audio_effect_library_t");
 static_assert(offsetof(audio_effect_library_t, get_descriptor) == 40, "audio_effect_library_t");
 

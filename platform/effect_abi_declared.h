@@ -1,5 +1,6 @@
-// The part of the platform's audio effect interface that we meet, declared from its binary layout
-// for hosts without the platform's headers. Include platform/effect_abi.h, which makes the choice.
+// The part of the platform's audio effect interface that the library uses, declared from its binary
+// layout for hosts without the platform's headers. Include platform/effect_abi.h, which makes the
+// choice.
 #ifndef ORVANE_PLATFORM_EFFECT_ABI_DECLARED_H_
 #define ORVANE_PLATFORM_EFFECT_ABI_DECLARED_H_
 

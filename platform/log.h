@@ -7,8 +7,8 @@
 #if __has_include(<log/log.h>)
 #include <log/log.h>
 #else
-// The NDK has neither the header of the security event log nor, to link with, its function: a
-// library built with it takes the function from the device, as far as that has it.
+// The NDK has no header for the security event log and no function to link with. A library built
+// with the NDK uses the function of the device, where there is one.
 #include <stdint.h>
 extern "C" __attribute__((weak)) int __android_log_error_write(int tag, const char* sub_tag,
                                                                int32_t uid, const char* data,

@@ -38,7 +38,7 @@ constexpr reverb_param_t kReverbParams[UBR_NUM_REVERB_PARAMS] = {
     {&vn_config_t::tone_slope, 0.1f, 1.0f, false},
 };
 
-// Refuses NaN, too.
+// Refuses NaN as well.
 bool accepts(const reverb_param_t& param, float value) {
   // Deliberate: the setter stores a switch with its fraction.
   const float checked = param.is_switch ? truncf(value) : value;
@@ -68,7 +68,8 @@ uint32_t reverb_set_max_frame_size(ubr_reverb_t* reverb, uint32_t max_frame_size
 }
 
 uint32_t reverb_prepare(ubr_reverb_t* reverb) {
-  // Not the length of the last block: a response made for short ones loses the tail of longer ones.
+  // Not the length of the last block: a response made for short blocks loses the tail of longer
+  // ones.
   reverb->velvet_noise.block_size = static_cast<int32_t>(reverb->scratch_frames);
   return vn_prepare_to_play(reverb->generator, &reverb->velvet_noise);
 }
@@ -88,7 +89,7 @@ void reverb_change_prepare(ubr_reverb_t* reverb, reverb_change_t* change) {
 }
 
 void reverb_change_apply(ubr_reverb_t* reverb, reverb_change_t* change) {
-  // Settings without a meaning are kept, and the response that there was.
+  // Settings without a meaning are stored, and the earlier response goes on.
   if (change->code == UBR_INVALID) {
     reverb->velvet_noise.settings = change->state.settings;
     reverb->velvet_noise.block_size = change->state.block_size;
@@ -128,7 +129,7 @@ uint32_t ubr_process_reverb(ubr_reverb_t* reverb, const float* omni, float* cons
                                   static_cast<int32_t>(reverb->num_outputs)};
   if (const uint32_t code = vn_process(reverb->generator, &reverb->velvet_noise, omni, input_size,
                                        reverb->scratch, output_size)) {
-    return code;  // the scratch holds an earlier block
+    return code;  // Silence is mixed in; the scratch holds an earlier block.
   }
   for (uint32_t c = 0; c < reverb->num_outputs; ++c) {
     const float* tail = reverb->scratch + size_t{c} * frames;

@@ -24,7 +24,7 @@ typedef struct ubr_reverb_t {
 //   outputs  num_outputs channels of `frames` samples
 //
 // Returns vn_process's code, or UBR_MISSING for null and for a block longer than the renderer's
-// maximum; after a failure the outputs are as they were. Allocates nothing.
+// maximum. A reverberator that fails adds silence. Allocates nothing.
 ORVANE_API uint32_t ubr_process_reverb(ubr_reverb_t* reverb, const float* omni,
                                        float* const* outputs, uint32_t frames);
 

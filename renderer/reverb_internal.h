@@ -17,7 +17,7 @@ uint32_t reverb_set_max_frame_size(ubr_reverb_t* reverb, uint32_t max_frame_size
 // Draws a new response for the settings; drops the tail. Returns vn_prepare_to_play's code.
 uint32_t reverb_prepare(ubr_reverb_t* reverb);
 
-// Whether a block is heard in the tail at all.
+// Whether there is a tail at all.
 inline bool reverb_is_on(const ubr_reverb_t& reverb) {
   return reverb.velvet_noise.settings.enable != 0.0f;
 }
@@ -26,8 +26,8 @@ inline bool reverb_is_on(const ubr_reverb_t& reverb) {
 void reverb_cleanup(ubr_reverb_t* reverb);
 
 // ubr_set_reverb_param in four steps, so that a caller with a lock need not hold it while the new
-// response is drawn. A block may be rendered between any two steps, and during the second and the
-// last; the steps of one change must not overlap with those of another.
+// response is drawn. Blocks may be rendered between any two steps, and during prepare and release.
+// One change must end before the next begins.
 struct reverb_change_t {
   vn_state_t state;  // the new reverberator; once applied, the old one
   uint32_t code;     // of its preparation

@@ -112,7 +112,8 @@ TEST(EffectPoseTest, IsHeardInTheNextBlockAndAloneFromTheOneAfter) {
   auto whole = turned.render(in, 8, {kBlock});
   auto after = turning.render(in, 8, {kBlock});
   for (auto* ears : {&whole, &after}) ears->erase(ears->begin(), ears->begin() + 2 * kFilterMemory);
-  // A field that rests and one that rested differ in rounding: 4e-7 of the peak measured.
+  // A pose that has just been reached and one reached earlier are rendered with different rounding:
+  // 4e-7 of the peak measured.
   EXPECT_LT(max_difference(whole, after), 2e-6f * peak(whole));
 }
 

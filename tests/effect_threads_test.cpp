@@ -22,7 +22,8 @@ uint32_t test_seconds() {
   return text ? static_cast<uint32_t>(strtoul(text, nullptr, 10)) : 1;
 }
 
-// Ends the program by a signal when it lives for longer: what hangs on a lock cannot be joined.
+// Ends the program by a signal when it lives for longer: a thread that hangs on a lock cannot be
+// joined.
 class TimeLimit {
  public:
   explicit TimeLimit(uint32_t seconds) { alarm(seconds); }
@@ -198,6 +199,22 @@ TEST(EffectThreadsTest, ABlockThatWaitsWhileItsInstanceIsDisabledIsRefused) {
     result = process_while_disabling(host, wait);
   }
   EXPECT_EQ(-EINVAL, result);
+}
+
+TEST(EffectThreadsTest, ReleaseWaitsForTheBlockUnderWay) {
+  effect_handle_t handle = nullptr;
+  ASSERT_EQ(0, AELI.create_effect(&kOrvaneUuid, 0, 0, &handle));
+  std::atomic<bool> released = false;
+  pthread_mutex_t* mutex = &orvane_module(handle)->object.mutex;
+  pthread_mutex_lock(mutex);  // as a block does
+  std::thread control([&] {
+    EXPECT_EQ(0, AELI.release_effect(handle));
+    released = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(released);
+  pthread_mutex_unlock(mutex);
+  control.join();
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ uint32_t num_blocks() {
   return wanted ? static_cast<uint32_t>(strtoul(wanted, nullptr, 10)) : 2000;
 }
 
-// From here on a system call ends the process with SIGSYS, but for the one that ends it anyway.
+// From here on any system call but exit_group ends the process with SIGSYS.
 bool forbid_system_calls() {
   sock_filter steps[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_exit_group, 0, 1),
@@ -68,7 +68,8 @@ Tally* shared_tally() {
   return memory == MAP_FAILED ? nullptr : static_cast<Tally*>(memory);
 }
 
-// Every other eight blocks the head turns before each. Only blocks are counted, not poses.
+// The head turns before each of eight blocks, then stays for eight. Only blocks are counted, not
+// poses.
 bool render_blocks(SteadyStream& stream, uint32_t blocks, Tally* tally) {
   const pthread_mutex_t* mutex = &orvane_module(stream.host().handle())->object.mutex;
   for (uint32_t block = 0; block < blocks; ++block) {
@@ -155,7 +156,7 @@ double cost_ratio(SteadyStream& quiet, SteadyStream& loud, bool turning) {
 
 class RealtimeCostTest : public ::testing::TestWithParam<std::tuple<int, bool, bool, float>> {};
 
-// Right after the noise has gone, with what lasts of it, and once that has gone too.
+// Right after the noise has ended, during its tail, and after the tail.
 TEST_P(RealtimeCostTest, AQuietBlockTakesAsLongAsNoise) {
   const auto& [mode, dense_tail, turning, peak] = GetParam();
   const stream_scene_t scene = {layout_named("7.1.4"), mode, dense_tail, 256};
@@ -165,7 +166,7 @@ TEST_P(RealtimeCostTest, AQuietBlockTakesAsLongAsNoise) {
   for (const char* when : {"at first", "then", "later"}) {
     const double ratio = cost_ratio(quiet, loud, turning);
     printf("reflections %d, %s tail, head %s, peak %g, %s: %.2f times the cost\n", mode,
-           dense_tail ? "dense" : "sparse", turning ? "turning" : "at rest",
+           dense_tail ? "dense" : "sparse", turning ? "turning" : "static",
            static_cast<double>(peak), when, ratio);
     EXPECT_LE(ratio, 1.2);
   }

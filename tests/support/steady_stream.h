@@ -26,7 +26,7 @@ class SteadyStream {
   // The blocks from now on are noise of that peak; 1 at first.
   void set_level(float peak);
 
-  // A new pose; render_block without it is one of a head at rest.
+  // A new pose; render_block without it is one of a static head.
   bool turn_head();
   bool render_block();
 
