@@ -71,7 +71,7 @@ int32_t render(orvane_module_s* module, const float* in, float* out, size_t fram
   // renderer refuses the new count, so the input, which may be shorter than that count says, is not
   // read.
   if (static_cast<uint32_t>(channels) == object->renderer->num_inputs) {
-    split_channels(in, static_cast<size_t>(channels), frames, object->in_buffers);
+    deinterleave(in, static_cast<size_t>(channels), frames, object->in_buffers);
   }
   if (const uint32_t code =
           ubr_process(object->renderer, object->in_buffers, static_cast<uint32_t>(channels),
@@ -79,7 +79,7 @@ int32_t render(orvane_module_s* module, const float* in, float* out, size_t fram
     ORVANE_LOGE("orvane_Process: Error in orvane process %d", static_cast<int>(code));
     return -1;
   }
-  merge_stereo(object->out_buffers[0], object->out_buffers[1], frames, accumulates, out);
+  interleave_stereo(object->out_buffers[0], object->out_buffers[1], frames, accumulates, out);
   return 0;
 }
 

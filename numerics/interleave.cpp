@@ -32,7 +32,8 @@ HWY_INLINE hn::Vec<D> LoadFrames(D d, const float* in, size_t num_channels) {
 
 // Four channels by as many frames as a vector has lanes, transposed block by block.
 template <class D>
-HWY_INLINE void SplitTile(D d, const float* in, size_t num_channels, float* const* rows, size_t f) {
+HWY_INLINE void DeinterleaveTile(D d, const float* in, size_t num_channels, float* const* rows,
+                                 size_t f) {
   hn::Vec<D> v[kTile];
   for (size_t i = 0; i < kTile; ++i) v[i] = LoadFrames(d, in + i * num_channels, num_channels);
   const auto even_low = hn::InterleaveLower(d, v[0], v[2]);
@@ -45,11 +46,11 @@ HWY_INLINE void SplitTile(D d, const float* in, size_t num_channels, float* cons
   hn::StoreU(hn::InterleaveUpper(d, even_high, odd_high), d, rows[3] + f);
 }
 
-// Splits whole vectors of frames and returns the first frame that is left. The last tile across
-// the channels overlaps the one before it where their number asks for that. A stretch of frames
-// stays in the first-level cache while its channels are read one group after the other.
-HWY_INLINE size_t SplitTiles(const float* in, size_t num_channels, size_t frames,
-                             float* const* rows) {
+// Deinterleaves whole vectors of frames and returns the first frame that is left. The last tile
+// across the channels overlaps the one before it where their number asks for that. A stretch of
+// frames stays in the first-level cache while its channels are read one group after the other.
+HWY_INLINE size_t DeinterleaveTiles(const float* in, size_t num_channels, size_t frames,
+                                    float* const* rows) {
   const hn::CappedTag<float, 8> d;
   if (num_channels < kTile) return 0;
   const size_t whole = frames - frames % hn::Lanes(d);
@@ -58,23 +59,24 @@ HWY_INLINE size_t SplitTiles(const float* in, size_t num_channels, size_t frames
     for (size_t c = 0; c < num_channels; c += kTile) {
       const size_t first = std::min(c, num_channels - kTile);
       for (size_t f = begin; f < end; f += hn::Lanes(d)) {
-        SplitTile(d, in + f * num_channels + first, num_channels, rows + first, f);
+        DeinterleaveTile(d, in + f * num_channels + first, num_channels, rows + first, f);
       }
     }
   }
   return whole;
 }
 #else
-HWY_INLINE size_t SplitTiles(const float*, size_t, size_t, float* const*) { return 0; }
+HWY_INLINE size_t DeinterleaveTiles(const float*, size_t, size_t, float* const*) { return 0; }
 #endif
 
-void Split(const float* in, size_t num_channels, size_t frames, float* const* rows) {
-  for (size_t f = SplitTiles(in, num_channels, frames, rows); f < frames; ++f) {
+void Deinterleave(const float* in, size_t num_channels, size_t frames, float* const* rows) {
+  for (size_t f = DeinterleaveTiles(in, num_channels, frames, rows); f < frames; ++f) {
     for (size_t c = 0; c < num_channels; ++c) rows[c][f] = in[f * num_channels + c];
   }
 }
 
-void Merge(const float* left, const float* right, size_t frames, bool accumulate, float* out) {
+void InterleaveStereo(const float* left, const float* right, size_t frames, bool accumulate,
+                      float* out) {
   const hn::CappedTag<float, 8> d;
   size_t f = 0;
   for (; frames - f >= hn::Lanes(d); f += hn::Lanes(d)) {
@@ -99,19 +101,19 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace orvane {
-HWY_EXPORT(Split);
-HWY_EXPORT(Merge);
+HWY_EXPORT(Deinterleave);
+HWY_EXPORT(InterleaveStereo);
 }  // namespace orvane
 
-void split_channels(const float* samples, size_t num_channels, size_t frames,
-                    float* const* channels) {
+void deinterleave(const float* samples, size_t num_channels, size_t frames,
+                  float* const* channels) {
   using namespace orvane;
-  HWY_DYNAMIC_DISPATCH(Split)(samples, num_channels, frames, channels);
+  HWY_DYNAMIC_DISPATCH(Deinterleave)(samples, num_channels, frames, channels);
 }
 
-void merge_stereo(const float* left, const float* right, size_t frames, bool accumulate,
-                  float* stereo) {
+void interleave_stereo(const float* left, const float* right, size_t frames, bool accumulate,
+                       float* stereo) {
   using namespace orvane;
-  HWY_DYNAMIC_DISPATCH(Merge)(left, right, frames, accumulate, stereo);
+  HWY_DYNAMIC_DISPATCH(InterleaveStereo)(left, right, frames, accumulate, stereo);
 }
 #endif  // HWY_ONCE
