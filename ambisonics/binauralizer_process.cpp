@@ -1,4 +1,4 @@
-// One block to two ears: a field, or sources whose responses are folded.
+// One block to two ears: of a field, or of sources with folded HRIRs.
 #include <stddef.h>
 #include <string.h>
 
@@ -73,7 +73,8 @@ void overlap_add(const float* samples, float* overlap, float* output, uint32_t f
   for (uint32_t i = 0; i < kResponseOverlap; ++i) overlap[i] += samples[frames + i];
 }
 
-// From the two spectra to the ears. The channels' spectra are done with, and give their room.
+// From the two spectra to the ears. The channels' spectra are no longer needed, so that their
+// buffer is the work area.
 void close_piece(binauralizer_t* b, const binauralizer_transform_t& transform,
                  float* const* ears_out, uint32_t begin, uint32_t frames) {
   float *const left = b->ear_spectra[0], *const right = b->ear_spectra[1];

@@ -45,13 +45,13 @@ HWY_INLINE void Butterfly(Complex (&x)[5]) {
   const Complex difference1 = Sub(x[1], x[4]), difference2 = Sub(x[2], x[3]);
   const Complex real1 = AddScaled(AddScaled(x[0], cosine1, sum1), cosine2, sum2);
   const Complex real2 = AddScaled(AddScaled(x[0], cosine2, sum1), cosine1, sum2);
-  const Complex turned1 = AddScaled(difference1, ratio, difference2);
-  const Complex turned2 = SubScaled(difference2, ratio, difference1);  // negated
+  const Complex sines1 = AddScaled(difference1, ratio, difference2);
+  const Complex sines2 = SubScaled(difference2, ratio, difference1);  // negated
   x[0] = Add(x[0], Add(sum1, sum2));
-  x[1] = SubScaledTimesI(real1, sine1, turned1);
-  x[2] = AddScaledTimesI(real2, sine1, turned2);
-  x[3] = SubScaledTimesI(real2, sine1, turned2);
-  x[4] = AddScaledTimesI(real1, sine1, turned1);
+  x[1] = SubScaledTimesI(real1, sine1, sines1);
+  x[2] = AddScaledTimesI(real2, sine1, sines2);
+  x[3] = SubScaledTimesI(real2, sine1, sines2);
+  x[4] = AddScaledTimesI(real1, sine1, sines1);
 }
 
 HWY_INLINE void Butterfly(Complex (&x)[8]) {

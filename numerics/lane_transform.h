@@ -47,10 +47,10 @@ constexpr size_t batch_size(uint32_t size) { return size_t{size} * kTransformLan
 void lane_transform_forward(const lane_transform_t& transform, const float* const* rows,
                             uint32_t frames, float* packed);
 
-// The way back from a packed batch to kTransformLanes channels, of which the first `frames` samples
-// are written, at most the transform's size. Neither direction divides: a channel that went forward
-// comes back size / 2 times as large. `packed` is used up; rows need not be aligned. Allocates
-// nothing.
+// The inverse: writes the first `frames` samples, at most the transform's size, of the
+// kTransformLanes channels of a packed batch. Neither direction divides by the size, so a channel
+// that went forward comes back size / 2 times as large. `packed` is overwritten; rows need not be
+// aligned. Allocates nothing.
 void lane_transform_inverse(const lane_transform_t& transform, float* packed, float* const* rows,
                             uint32_t frames);
 

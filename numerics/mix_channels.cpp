@@ -13,7 +13,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 struct Mix {
   mix_weights_t weights;
-  const float* slopes;  // null when the weights rest
+  const float* slopes;  // null for static weights
   channels_t<const float> in;
   channels_t<float> out;
   bool accumulate;
@@ -101,8 +101,8 @@ HWY_INLINE void MixFrames(const Mix& mix, uint32_t frames) {
   MixTiles<1, kFades>(hn::CappedTag<float, 1>(), mix, t, frames);
 }
 
-void MixResting(const mix_weights_t& weights, const channels_t<const float>& in,
-                const channels_t<float>& out, uint32_t frames, bool accumulate) {
+void MixStatic(const mix_weights_t& weights, const channels_t<const float>& in,
+               const channels_t<float>& out, uint32_t frames, bool accumulate) {
   MixFrames<false>({weights, nullptr, in, out, accumulate}, frames);
 }
 
@@ -119,7 +119,7 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace orvane {
-HWY_EXPORT(MixResting);
+HWY_EXPORT(MixStatic);
 HWY_EXPORT(MixFading);
 HWY_EXPORT(Target);
 }  // namespace orvane
@@ -127,7 +127,7 @@ HWY_EXPORT(Target);
 void mix_channels(mix_weights_t weights, channels_t<const float> in, channels_t<float> out,
                   uint32_t frames, bool accumulate) {
   using namespace orvane;
-  HWY_DYNAMIC_DISPATCH(MixResting)(weights, in, out, frames, accumulate);
+  HWY_DYNAMIC_DISPATCH(MixStatic)(weights, in, out, frames, accumulate);
 }
 
 void mix_channels_fading(mix_weights_t weights, const float* slopes, channels_t<const float> in,

@@ -68,8 +68,8 @@ struct BinPair {
 };
 
 // Twice these bins. With e the sum of the first packed bin and the conjugate of the second, and o
-// their difference, turned by the twiddle, they are e + o and the conjugate of e - o; `high` is
-// left unconjugated.
+// their difference times the twiddle, they are e + o and the conjugate of e - o; `high` is left
+// unconjugated.
 HWY_INLINE BinPair Unpack(const float* low, const float* high, V re, V im) {
   const Complex z = Load(low), y = Load(high);
   const Complex e = {hn::Add(z.re, y.re), hn::Sub(z.im, y.im)};

@@ -23,7 +23,7 @@ struct Spectra {
 
 #if HWY_TARGET == HWY_SCALAR
 
-// A lane is one bin of one signal, so the four of a group are gone through by the caller.
+// A vector has one lane, which is one bin of one signal; the caller goes through all eight.
 HWY_INLINE V LoadGroups(const Spectra& x, size_t at, size_t lane) {
   const float a = x.antisymmetric[at + lane % kQuarters];
   return hn::Set(D(), x.symmetric[at + lane % kQuarters] + (lane < kQuarters ? a : -a));
@@ -59,8 +59,8 @@ HWY_INLINE V LoadGroupsReversed(const Spectra& x, size_t at, size_t lane) {
 #endif  // HWY_TARGET
 
 // Packs both spectra, twofold, into the lanes of `packed`: with e the sum of a bin k and the
-// conjugate of bin size / 2 - k, and o their difference, turned by i times the root of k, bin k is
-// e + o.
+// conjugate of bin size / 2 - k, and o their difference times i times the root of k, packed bin k
+// is e + o.
 HWY_INLINE void PackQuarters(const pair_transform_t& transform, const Spectra& x, float* packed) {
   const size_t bins = transform.size / 2, imaginary = bins + 1;
   const float* twiddles = transform.spectrum_twiddles;

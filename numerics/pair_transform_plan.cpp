@@ -13,8 +13,8 @@ void write_spectrum_twiddles(const pair_transform_t& t) {
   float* at = t.spectrum_twiddles;
   for (size_t k = 0; k < t.size / 2; k += kGroup, at += 2 * kGroup) {
     for (size_t i = 0; i < kGroup; ++i) {
-      const size_t turned = t.size / 4 + k + i;
-      write_root(static_cast<ptrdiff_t>(turned), t.size, at + i, at + kGroup + i);
+      const size_t part = t.size / 4 + k + i;
+      write_root(static_cast<ptrdiff_t>(part), t.size, at + i, at + kGroup + i);
     }
   }
 }
@@ -25,8 +25,8 @@ void write_join_twiddles(const pair_transform_t& t) {
   for (size_t m = 0; m < t.size / 8; m += kGroup) {
     for (size_t quarter = 1; quarter < 4; ++quarter, at += 2 * kGroup) {
       for (size_t i = 0; i < kGroup; ++i) {
-        const size_t turned = quarter * (m + i);
-        write_root(-static_cast<ptrdiff_t>(turned), t.size / 2, at + i, at + kGroup + i);
+        const size_t part = quarter * (m + i);
+        write_root(-static_cast<ptrdiff_t>(part), t.size / 2, at + i, at + kGroup + i);
       }
     }
   }

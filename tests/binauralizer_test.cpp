@@ -13,8 +13,8 @@
 
 namespace {
 
-// ACN channels of negative order m: the ones that the right ear hears mirrored.
-bool is_mirrored(uint32_t channel) {
+// ACN channels of negative order m: the right ear hears them negated.
+bool is_antisymmetric(uint32_t channel) {
   const uint32_t n = static_cast<uint32_t>(sqrt(channel));
   return channel < n * n + n;
 }
@@ -31,7 +31,7 @@ Planar convolve(const Planar& input) {
         sum += static_cast<double>(tap) * static_cast<double>(input[c][t - k]);
       }
       left += sum;
-      right += is_mirrored(c) ? -sum : sum;
+      right += is_antisymmetric(c) ? -sum : sum;
     }
     ears[0][t] = static_cast<float>(left);
     ears[1][t] = static_cast<float>(right);
@@ -97,13 +97,13 @@ INSTANTIATE_TEST_SUITE_P(
                       BlockCase{"LongerThanEveryTransform", 1, 4000, {2000, 500}}),
     [](const auto& test) { return std::string(test.param.name); });
 
-TEST(BinauralizerTest, RightEarHearsNegativeOrdersMirrored) {
+TEST(BinauralizerTest, RightEarHearsNegativeOrdersNegated) {
   for (uint32_t c = 0; c < SH_HRIR_CHANNELS; ++c) {
     Planar input(SH_HRIR_CHANNELS, 300);
     input[c][0] = 1.0f;
     Planar ears = TestBinauralizer(4, 128).render(input, {128});
     EXPECT_GT(peak(ears[0]), 0.0f);
-    for (float& s : ears[0]) s = is_mirrored(c) ? -s : s;
+    for (float& s : ears[0]) s = is_antisymmetric(c) ? -s : s;
     EXPECT_EQ(ears[0], ears[1]) << "channel " << c;
   }
 }
