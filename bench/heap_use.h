@@ -1,5 +1,5 @@
-// What the library and PFFFT take from the heap. The program is linked with their allocation
-// functions wrapped (bench/CMakeLists.txt); its own containers are not counted.
+// What the library takes from the heap. The program is linked with the allocation functions
+// wrapped (bench/CMakeLists.txt); its own containers are not counted.
 #ifndef ORVANE_BENCH_HEAP_USE_H_
 #define ORVANE_BENCH_HEAP_USE_H_
 

@@ -7,20 +7,17 @@ cd "$(dirname "$0")/.."
 stand_in=$PWD/build/ndk_stand_in
 sysroot=$stand_in/sysroot
 
-# What an NDK has of the log, and what its user brings: PFFFT and Highway.
+# What an NDK has of the log, and what its user brings: Highway.
 rm -rf "$stand_in" build/android-arm64
-mkdir -p "$sysroot/usr/include" "$sysroot/usr/lib" "$stand_in/highway" "$stand_in/pffft"
+mkdir -p "$sysroot/usr/include" "$sysroot/usr/lib" "$stand_in/highway"
 ln -s /usr/include/android/android "$sysroot/usr/include/android"
 ln -s /usr/include/hwy "$stand_in/highway/hwy"
-cp third_party/pffft/include/pffft.h third_party/pffft/lib/aarch64-linux-gnu/libpffft.a \
-  "$stand_in/pffft"
 echo 'int __android_log_print(int prio, const char* tag, const char* fmt, ...) { return 0; }' |
   clang --target=aarch64-linux-gnu -fuse-ld=lld -shared -fPIC -nostdlib -Wl,-soname,liblog.so \
     -o "$sysroot/usr/lib/liblog.so" -x c -
 
 export ANDROID_NDK_HOME=$PWD/tests/ndk_stand_in NDK_STAND_IN_SYSROOT=$sysroot
-cmake --preset android-arm64 -DPFFFT_ROOT="$stand_in/pffft" -DHWY_ROOT="$stand_in/highway" \
-  -DORVANE_WARNINGS_AS_ERRORS=ON
+cmake --preset android-arm64 -DHWY_ROOT="$stand_in/highway" -DORVANE_WARNINGS_AS_ERRORS=ON
 cmake --build --preset android-arm64
 # libc here is Debian's, of which one symbol lies in its loader.
 tests/check_exports.sh build/android-arm64/liborvane.so . aarch64-linux-gnu-nm \

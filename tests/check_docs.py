@@ -61,8 +61,6 @@ def copy_project(scratch):
     for name in filter(None, names.split("\0")):
         (scratch / name).parent.mkdir(parents=True, exist_ok=True)
         shutil.copy(kRoot / name, scratch / name)
-    if (kRoot / "third_party").exists():  # what scripts/setup would fetch again
-        shutil.copytree(kRoot / "third_party", scratch / "third_party")
 
 
 @contextlib.contextmanager

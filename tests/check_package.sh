@@ -29,7 +29,7 @@ for program in "$root"/usr/bin/orvane-*; do
   test -f "$root/usr/share/man/man1/$name.1.gz"
 done
 chroot "$root" /usr/bin/orvane-render identify --layout 5.1 /tmp/who.wav
-grep -q 'Redistribution and use' "$root/usr/share/doc/liborvane/copyright"
+grep -q 'MIT Media Laboratory' "$root/usr/share/doc/liborvane/copyright"
 
 package_config=$(dirname "$(find "$root" -name orvane.pc)")
 # The flags are a list of words.

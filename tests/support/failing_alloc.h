@@ -1,8 +1,8 @@
 // Makes chosen heap allocations of the library fail.
 //
 // The library takes memory through calloc alone, so the test program is linked with
-// -Wl,--wrap=calloc and failing_alloc.cpp answers in its place. Allocations of other threads, of
-// the C++ library and of PFFFT are not counted.
+// -Wl,--wrap=calloc and failing_alloc.cpp answers in its place. Allocations of other threads and of
+// the C++ library are not counted.
 #ifndef ORVANE_TESTS_SUPPORT_FAILING_ALLOC_H_
 #define ORVANE_TESTS_SUPPORT_FAILING_ALLOC_H_
 
