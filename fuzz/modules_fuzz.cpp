@@ -29,10 +29,11 @@ void run_ambisonics(Input* input) {
                                       input->below(30)};
   ambisonics_base_t base = {};
   const uint32_t code = ambisonics_base_init(&base, config);
-  const bool exists =
-      config.order <= AMBISONICS_MAX_ORDER && config.num_channels <= AMBISONICS_MAX_CHANNELS;
-  require(code == (exists ? UBR_OK : UBR_INVALID), "a channel set is made or refused");
-  for (int i = 0; exists && i < kMaxSteps && !input->ended(); ++i) {
+  const uint32_t expected = config.order > AMBISONICS_MAX_ORDER             ? UBR_INVALID
+                            : config.num_channels > AMBISONICS_MAX_CHANNELS ? UBR_NO_MEMORY
+                                                                            : UBR_OK;
+  require(code == expected, "a channel set is made or refused");
+  for (int i = 0; code == UBR_OK && i < kMaxSteps && !input->ended(); ++i) {
     const float v[3] = {input->number(), input->number(), input->number()};
     std::vector<float> beam(config.num_channels, kUnwritten);
     ambisonics_base_generate_beam(&base, beam.data(), v[0], v[1], v[2]);
