@@ -20,7 +20,7 @@ render::Options options_of(Input* input) {
   const uint8_t flags = input->take<uint8_t>();
   if (layout < 0x80)
     options.channels.layout = render::layouts()[layout % render::layouts().size()].name;
-  options.channels.file_order = static_cast<render::FileOrder>(flags & 1);
+  if (flags & 1) options.channels.channels = "bs2051";
   options.channels.input_order = static_cast<render::InputOrder>(flags >> 1 & 1);
   options.normalize = (flags & 0x0C) == 0x0C;
   options.fail_on_clip = (flags & 0x30) == 0x30;
@@ -44,7 +44,8 @@ struct Survey {
 Survey survey(const std::string& path) {
   render::AudioReader reader(path);
   require(reader.channels() > 0 && reader.sample_rate_hz() > 0, "an open file holds audio");
-  require(reader.speakers().size() == reader.channels(), "every channel has a label or none");
+  require(reader.labels().speakers.size() == reader.channels(),
+          "every channel has a label or none");
   const double ratio = static_cast<double>(render::kEffectRateHz) / reader.sample_rate_hz();
   const double frames = static_cast<double>(reader.frames()) * ratio;
   Survey survey = {.frames_at_effect_rate = 0,
@@ -86,8 +87,12 @@ void render_if_short(const render::Options& options) {
 void read_bed(const render::Options& options) {
   render::AudioReader reader(options.input);
   const render::ChannelPlan plan =
-      render::channel_plan_make(options.input, reader.speakers(), options.channels);
-  require(plan.file_channels.size() == reader.channels(), "every channel has its road");
+      render::channel_plan_make(options.input, reader.labels(), options.channels);
+  require(plan.labels.size() == reader.channels(), "every channel has its place");
+  for (size_t channel = 0; channel < reader.channels(); ++channel) {
+    require(std::count(plan.file_channels.begin(), plan.file_channels.end(), channel) == 1,
+            "every channel is heard once");
+  }
   render::BedSource source(reader, plan);
   std::vector<float> bed(reader.channels() * kBlock);
   for (size_t done = 0, read = 1; read > 0 && done < kMostFrames; done += read) {

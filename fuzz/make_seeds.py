@@ -124,7 +124,7 @@ def settings_seeds():
     seeds["preset-hall"] = b"\1" + hall
     seeds["preset-numbers"] = b"\1100=1\n 203 = 3.5\n212=27\nmaterial.front=4\nabsorption.front=1"
     lines = {
-        "channels": "a.wav b.flac --layout 22.2 --file-order bs2051 --order device --format 24",
+        "channels": "a.wav b.flac --layout 22.2 --channels bs2051 --order device --format 24",
         "levels": "a b --gain=-3.5 --normalize --lfe-gain 10 --fail-on-clip --block 480",
         "room": "a b --preset hall --room 5x4x2.5 --listener 1,-1,1.2 --material left=3,floor=5",
         "params": "a b --absorption back=.5 --reflections 4 --reverb decay=1,level=0.2 --param 205=1",

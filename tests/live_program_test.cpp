@@ -175,7 +175,7 @@ TEST_F(LiveProgramTest, PlaysAFileBitForBitAsTheOfflineRenderer) {
 TEST_F(LiveProgramTest, RendersItsPortsBitForBitAsTheOfflineRenderer) {
   ASSERT_NO_FATAL_FAILURE(start_server(kPeriod));
   const std::vector<float> bed = write_bed("22.2", 101 * kPeriod + 1);
-  const std::string arguments = "--layout 22.2 --file-order bs2051 --dry --pose 20,0,0";
+  const std::string arguments = "--layout 22.2 --channels bs2051 --dry --pose 20,0,0";
   const std::vector<float> expected = render(arguments);
   JackProbe ears(0), player(24);
   play(arguments);

@@ -46,6 +46,8 @@ TEST_P(ChannelMapTest, IsSettledByLabelsOrRequest) {
   }
 }
 
+std::vector<Speaker> named(const char* names) { return labels_read(names, ',').speakers; }
+
 INSTANTIATE_TEST_SUITE_P(
     Files, ChannelMapTest,
     ::testing::Values(
@@ -54,16 +56,99 @@ INSTANTIATE_TEST_SUITE_P(
                 bed_and({kBackLeft, kBackRight, kTopFrontLeft, kTopFrontRight}), "", "5.1.2", 1},
         MapCase{"BothSubstitutes", bed_and({kSideLeft, kSideRight, kTopFrontLeft, kTopFrontRight}),
                 "", "5.1.2", 2},
+        MapCase{"SideFor5Point1Point4", named("L,R,C,LFE,Ls,Rs,Ltf,Rtf,Ltr,Rtr"), "", "5.1.4", 1},
+        MapCase{"Mono", named("FC"), "", "5.1", 0},
+        MapCase{"Quad", named("FL,FR,BL,BR"), "", "5.1", 0},
+        MapCase{"Wide7Point1", named("FL,FR,FC,LFE,BL,BR,FLC,FRC"), "", "22.2", 0},
+        MapCase{"Back6Point1", named("FL,FR,FC,LFE,BL,BR,BC"), "", "22.2", 0},
+        MapCase{"7Point0", named("FL,FR,FC,BL,BR,SL,SR"), "", "7.1", 0},
+        MapCase{"7Point1Point2", named("FL,FR,FC,LFE,BL,BR,SL,SR,TFL,TFR"), "", "7.1.4", 0},
+        MapCase{"9Point1Point6", named("L,R,C,LFE,Lc,Rc,Lss,Rss,Lrs,Rrs,Ltf,Rtf,Ltm,Rtm,Ltr,Rtr"),
+                "", "22.2", 0},
+        MapCase{"StereoWhereTold", named("FL,FR"), "7.1.4", "7.1.4", 0},
         MapCase{"UnknownHeights", bed_and({kBackLeft, kBackRight, kUnknown, kUnknown}), "",
-                "ambiguous (8 channels): say what it is with --layout 5.1, 5.1.2", 0},
+                "channel 7 of 8 has no label: say what they are with --layout", 0},
         MapCase{"UnknownHeightsButTold", bed_and({kBackLeft, kBackRight, kUnknown, kUnknown}),
                 "5.1.2", "5.1.2", 0},
-        MapCase{"NoMap", std::vector<Speaker>(24), "", "has no channel map", 0},
-        MapCase{"Stereo", {kFrontLeft, kFrontRight}, "", "2 channels fit no layout: 5.1, 5.1.2", 0},
+        MapCase{"NoMap", std::vector<Speaker>(24), "", "22.2", 1},
+        MapCase{"NoMapOfTen", std::vector<Speaker>(10), "", "has no channel map (10 channels)", 0},
         MapCase{"WrongCount", std::vector<Speaker>(8), "5.1.4", "8 channels, but", 0},
-        MapCase{"RequestOverridesMap", bed_and({kBackLeft, kBackRight, kSideLeft, kSideRight}),
-                "5.1.2", "5.1.2", 1}),
+        MapCase{"Twice", named("FL,FR,FC,FL"), "", "FL is there twice", 0},
+        MapCase{"RequestAgainstMap", bed_and({kBackLeft, kBackRight, kSideLeft, kSideRight}),
+                "5.1.2", "5.1.2 does not hold: leave --layout out", 0}),
     [](const auto& test) { return std::string(test.param.name); });
+
+// What the effect's inputs of 5.1 (FL FR FC LFE BL BR) are fed with, or why not.
+struct OrderCase {
+  const char* name;
+  const char* labels;  // empty: six without
+  ChannelRequest request;
+  std::vector<size_t> inputs;
+  const char* failure = "";
+};
+
+class ChannelOrderTest : public ::testing::TestWithParam<OrderCase> {};
+
+TEST_P(ChannelOrderTest, ComesFromLabelsOrOptions) {
+  const OrderCase& c = GetParam();
+  const ChannelLabels labels = *c.labels ? labels_read(c.labels, ',') : std::vector<Speaker>(6);
+  try {
+    EXPECT_EQ(c.inputs, channel_plan_make("bed", labels, c.request).file_channels);
+    EXPECT_STREQ("", c.failure);
+  } catch (const Failure& failure) {
+    EXPECT_NE(std::string(failure.what()).find(c.failure), std::string::npos) << failure.what();
+    EXPECT_STRNE("", c.failure);
+  }
+}
+
+const char kVorbisOrder[] = "FL,FC,FR,BL,BR,LFE";
+const std::vector<size_t> kInOrder = {0, 1, 2, 3, 4, 5}, kFromVorbis = {0, 2, 1, 5, 3, 4};
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, ChannelOrderTest,
+    ::testing::Values(
+        OrderCase{"Labels", kVorbisOrder, {}, kFromVorbis},
+        OrderCase{"LayoutKeepsLabels", kVorbisOrder, {.layout = "5.1"}, kFromVorbis},
+        OrderCase{"Relabelled", kVorbisOrder, {.layout = "5.1", .relabel = true}, kInOrder},
+        OrderCase{"Usual", "", {}, kInOrder},
+        OrderCase{"Told", "", {.channels = kVorbisOrder}, kFromVorbis},
+        OrderCase{"Film", "", {.channels = "film"}, kInOrder},
+        OrderCase{
+            "Bs2051", "", {.channels = "M+000,M-030,M+030,M-110,M+110,lfe1"}, {2, 1, 0, 5, 4, 3}},
+        OrderCase{"ToldAgainstLabels",
+                  kVorbisOrder,
+                  {.channels = "wave"},
+                  {},
+                  "its channel map says FL FC FR BL BR LFE: --relabel"},
+        OrderCase{"WithoutPlace", "FL,FR,WL,WR", {}, {}, "channel 3 is WL, for which no layout"},
+        OrderCase{"RelabelWithoutLabels", "", {.layout = "5.1", .relabel = true}, {}, "no effect"},
+        OrderCase{"DeviceOrderOf5Point1",
+                  "",
+                  {.input_order = InputOrder::kDevice},
+                  {},
+                  "--order device has no effect"},
+        OrderCase{"LfeGainOfQuad", "FL,FR,BL,BR", {.lfe_gain_db = 10.0}, {}, "no effect"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST(ChannelLabelsTest, FfmpegDescribesStreams) {
+  const struct {
+    const char* description;
+    size_t channels;
+    const char* labels;
+  } cases[] = {
+      {"5.1(side)", 6, "FL FR FC LFE SL SR"},
+      {"8 channels (FL+FR+FC+LFE+BL+BR+TFL+TFR)", 8, "FL FR FC LFE BL BR TFL TFR"},
+      {"3 channels (FL+WR+USR63)", 3, "FL WR USR63"},
+      {"6 channels", 6, "? ? ? ? ? ?"},
+      {"unknown", 2, "? ?"},
+      {"5.1", 8, "? ? ? ? ? ? ? ?"},
+      {"8 channels (FL+FR", 2, "FL FR"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.labels, labels_text(labels_from_ffmpeg(c.description, c.channels)))
+        << c.description;
+  }
+}
 
 TEST(ChannelMapTest, LabelsPlaceChannelsInAnyOrder) {
   std::vector<Speaker> labels = layout_find("7.1.4")->rows;
@@ -79,7 +164,8 @@ TEST(ChannelMapTest, LabelsPlaceChannelsInAnyOrder) {
 TEST(ChannelMapTest, DeviceOrderOfAPlatformFileChangesNothing) {
   std::vector<size_t> in_order(24);
   std::iota(in_order.begin(), in_order.end(), size_t{0});
-  const ChannelRequest request = {"22.2", InputOrder::kDevice, FileOrder::kAndroid};
+  const ChannelRequest request = {
+      .layout = "22.2", .channels = "android", .input_order = InputOrder::kDevice};
   const ChannelPlan plan = channel_plan_make("bed.wav", std::vector<Speaker>(24), request);
   EXPECT_EQ(in_order, plan.file_channels);
 }

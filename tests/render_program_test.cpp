@@ -47,7 +47,9 @@ TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
       {"bed.wav out.wav --preset attic", 2, "attic is no preset: there is dry, hall, living-room"},
       {"bed.wav", 2, "OUT is required"},
       {"identify out.wav", 2, "--layout is required"},
-      {"identify out.flac --layout 5.1 --bed", 1, "out.flac: its format cannot name"},
+      {"identify out.flac --layout 5.1.4 --bed", 1, "out.flac: "},
+      {"bed.wav out.wav --relabel", 2, "--relabel needs --layout or --channels"},
+      {"bed.wav out.wav --channels FL,XX", 2, "--channels: XX is no channel"},
       {"identify out.wav --layout 5.1 --bed --dry", 2, "--bed: is not rendered"},
   };
   for (const auto& c : cases) {
@@ -101,12 +103,14 @@ TEST_F(RenderProgramTest, InfoTellsWhatARenderingWouldDo) {
         "      4  LFE   LFE   low frequencies              -          -      silent\n"}},
       {"inf.wav", 1, {"refused   inf.wav: sample is not a finite number: frame 4400, channel 1"}},
       {"bed22.wav",
-       1,
-       {"map       none\n", "refused   bed22.wav: has no channel map (24 channels)"}},
-      {"bed22.wav --layout 22.2 --file-order bs2051",
        0,
-       {"     10  ?     LFE2  low frequencies 2"}},
-      {"bed.wav --layout 7.1", 1, {"refused   bed.wav: 6 channels, but --layout 7.1 has 8\n"}},
+       {"map       none\n", "note      has no channel map; taken as FL FR FC LFE BL BR FLC FRC"}},
+      {"bed22.wav --layout 22.2 --channels bs2051", 0, {"     10  ?     LFE2  low frequencies 2"}},
+      {"bed.wav --layout 7.1", 0, {"layout    7.1\n"}},
+      {"bed.wav --channels film",
+       1,
+       {"refused   bed.wav: its channel map says the same, so --channels"}},
+
   };
   for (const auto& c : cases) {
     EXPECT_EQ(c.status, run(std::string("info ") + c.arguments)) << errors_;

@@ -145,7 +145,7 @@ TEST_F(RenderedSoundTest, EveryChannelOf22_2IsHeardOnItsSide) {
     return count;
   };
   EXPECT_EQ(0u, misplaced("", ffmpeg));
-  EXPECT_EQ(0u, misplaced("--file-order bs2051", bs2051));
+  EXPECT_EQ(0u, misplaced("--channels bs2051", bs2051));
   EXPECT_GT(misplaced("--order device", ffmpeg), 0u);
 }
 

@@ -67,9 +67,10 @@ void Engine::render_block(const float* const* inputs, float* const* ears, size_t
 void Engine::read_inputs(const float* const* inputs, size_t begin, size_t frames) {
   const size_t channels = plan_.file_channels.size();
   for (size_t channel = 0; channel < channels; ++channel) {
-    const float* input = inputs[plan_.file_channels[channel]] + begin;
+    const size_t port = plan_.file_channels[channel];
     for (size_t i = 0; i < frames; ++i) {
-      const float sample = std::isfinite(input[i]) ? input[i] : 0.0f;
+      const float input = port == render::kNoChannel ? 0.0f : inputs[port][begin + i];
+      const float sample = std::isfinite(input) ? input : 0.0f;
       bed_[i * channels + channel] = plan_.gains[channel] * sample;
     }
   }

@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds kLook(50);  // how often to look whether it 
 render::ChannelPlan plan_of(const Options& options) {
   if (!options.bed.empty()) {
     const render::AudioReader reader(options.bed);
-    return channel_plan_make(options.bed, reader.speakers(), options.channels);
+    return channel_plan_make(options.bed, reader.labels(), options.channels);
   }
   const size_t inputs = render::layout_find(options.channels.layout)->rows.size();
   return channel_plan_make("inputs", std::vector<render::Speaker>(inputs), options.channels);
@@ -31,7 +31,7 @@ render::ChannelPlan plan_of(const Options& options) {
 std::vector<std::string> input_names(const Options& options, const render::ChannelPlan& plan) {
   std::vector<std::string> names;
   if (!options.bed.empty()) return names;
-  for (const render::Speaker speaker : channel_order(*plan.layout, options.channels.file_order)) {
+  for (const render::Speaker speaker : plan.labels) {
     names.emplace_back(speaker_name(speaker));
   }
   return names;

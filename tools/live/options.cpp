@@ -75,7 +75,10 @@ std::optional<Options> options_parse(int argc, char** argv, int* exit_status) {
       throw CLI::ValidationError("--layout", "is needed without a BED");
     }
   });
-  const std::optional<int> ended = render::options_parse_line(&app, argc, argv, options.settings);
+  const std::optional<int> ended = render::options_parse_line(&app, argc, argv, [&] {
+    options.settings.check();
+    channel_request_check(options.channels);
+  });
   if (!ended) return options;
   *exit_status = *ended;
   return std::nullopt;

@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "tools/render/failure.h"
+#include "tools/render/header_labels.h"
 
 namespace render {
 namespace {
@@ -24,8 +25,8 @@ int open_regular(const std::string& path) {
   return fd;
 }
 
-SNDFILE* open_audio(const std::string& path, SF_INFO* info) {
-  SNDFILE* file = sf_open_fd(open_regular(path), SFM_READ, info, SF_TRUE);
+SNDFILE* open_audio(const std::string& path, int fd, SF_INFO* info) {
+  SNDFILE* file = sf_open_fd(fd, SFM_READ, info, SF_TRUE);
   if (!file)
     throw Failure(path, std::string("is no audio file I can read: ") + sf_strerror(nullptr));
   return file;
@@ -38,7 +39,10 @@ std::string format_name(int format) {
   return info.name ? info.name : "unknown format";
 }
 
-std::vector<Speaker> read_speakers(SNDFILE* file, size_t channels) {
+ChannelLabels read_labels(SNDFILE* file, int fd, size_t channels) {
+  if (const auto labels = header_labels_read(fd, channels)) {
+    if (!labels_are_missing(*labels)) return *labels;
+  }
   std::vector<int> map(channels, SF_CHANNEL_MAP_INVALID);
   sf_command(file, SFC_GET_CHANNEL_MAP_INFO, map.data(), static_cast<int>(channels * sizeof(int)));
   return speakers_from_sndfile(map);
@@ -47,10 +51,10 @@ std::vector<Speaker> read_speakers(SNDFILE* file, size_t channels) {
 }  // namespace
 
 AudioReader::AudioReader(const std::string& path)
-    : path_(path), file_(open_audio(path, &info_), sf_close) {
+    : path_(path), fd_(open_regular(path)), file_(open_audio(path, fd_, &info_), sf_close) {
   if (frames() == 0) throw Failure(path, "holds no audio");
   if (info_.frames == SF_COUNT_MAX) throw Failure(path, "does not say how long it is");
-  speakers_ = read_speakers(file_.get(), channels());
+  labels_ = read_labels(file_.get(), fd_, channels());
 }
 
 std::string AudioReader::format() const {

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/render/speakers.h"
+#include "tools/render/channel_labels.h"
 
 namespace render {
 
@@ -27,8 +27,8 @@ class AudioReader {
   // In libsndfile's words: "WAV (Microsoft), 32 bit float".
   std::string format() const;
 
-  // One per channel; all kUnknown where the file has no channel map.
-  const std::vector<Speaker>& speakers() const { return speakers_; }
+  // As the file's format and its channel map have them.
+  const ChannelLabels& labels() const { return labels_; }
 
   // Reads up to `count` interleaved frames; returns how many, 0 at the end. Throws Failure for a
   // file that ends before its header says, and for the first sample that is not a finite number.
@@ -38,9 +38,10 @@ class AudioReader {
   void check_finite(const float* frames, size_t count) const;
 
   std::string path_;
+  int fd_;  // file_ closes it
   SF_INFO info_ = {};
   std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file_;
-  std::vector<Speaker> speakers_;
+  ChannelLabels labels_;
   uint64_t position_ = 0;  // frames read
 };
 

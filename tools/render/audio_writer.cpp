@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "tools/render/failure.h"
+#include "tools/render/header_labels.h"
 
 namespace render {
 namespace {
@@ -92,6 +93,8 @@ SNDFILE* open_audio(PendingFile* pending, const AudioSpec& spec, SampleFormat sa
 
 void set_channel_map(const std::string& path, SNDFILE* file, const std::vector<Speaker>& speakers) {
   if (speakers.empty()) return;
+  const bool is_flac = find_container(path).sndfile_format == SF_FORMAT_FLAC;
+  if (is_flac && speakers == flac_order(speakers.size())) return;
   std::vector<int> map = speakers_to_sndfile(speakers);
   const int size = static_cast<int>(map.size() * sizeof(int));
   if (sf_command(file, SFC_SET_CHANNEL_MAP_INFO, map.data(), size) != SF_TRUE) {

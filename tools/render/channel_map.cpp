@@ -3,31 +3,13 @@
 #include <algorithm>
 #include <optional>
 
-#include "renderer/loudspeaker_layouts.h"
 #include "tools/render/decibels.h"
 #include "tools/render/failure.h"
-#include "tools/render/text.h"
 
 namespace render {
 namespace {
 
 using enum Speaker;
-
-// The channels of 22.2 in two orders that files come in, and that are not the mask's.
-// clang-format off
-const std::vector<Speaker> kFfmpegOrder = {
-    kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight,
-    kFrontLeftOfCenter, kFrontRightOfCenter, kBackCenter, kSideLeft, kSideRight, kTopCenter,
-    kTopFrontLeft, kTopFrontCenter, kTopFrontRight, kTopBackLeft, kTopBackCenter, kTopBackRight,
-    kLfe2, kTopSideLeft, kTopSideRight, kBottomFrontCenter, kBottomFrontLeft, kBottomFrontRight};
-
-const std::vector<Speaker> kBs2051Order = {
-    kFrontLeft, kFrontRight, kFrontCenter, kLfe, kBackLeft, kBackRight,
-    kFrontLeftOfCenter, kFrontRightOfCenter, kBackCenter, kLfe2, kSideLeft, kSideRight,
-    kTopFrontLeft, kTopFrontRight, kTopFrontCenter, kTopCenter, kTopBackLeft, kTopBackRight,
-    kTopSideLeft, kTopSideRight, kTopBackCenter, kBottomFrontCenter, kBottomFrontLeft,
-    kBottomFrontRight};
-// clang-format on
 
 bool contains(const std::vector<Speaker>& speakers, Speaker speaker) {
   return std::find(speakers.begin(), speakers.end(), speaker) != speakers.end();
@@ -46,38 +28,166 @@ constexpr Substitute kSubstitutes[] = {
      "top front channels are taken as the pair above"},
 };
 
-bool is_permutation_of(const std::vector<Speaker>& a, const std::vector<Speaker>& b) {
-  return a.size() == b.size() && std::is_permutation(a.begin(), a.end(), b.begin());
+bool holds(const Layout& layout, const std::vector<Speaker>& labels) {
+  return std::all_of(labels.begin(), labels.end(),
+                     [&](Speaker label) { return contains(layout.rows, label); });
 }
 
-const Layout* layout_of(const std::vector<Speaker>& labels) {
-  for (const Layout& layout : layouts()) {
-    if (is_permutation_of(layout.rows, labels)) return &layout;
-  }
-  return nullptr;
-}
-
-struct Labelled {
+struct Placed {
   const Layout* layout;
   std::vector<Speaker> labels;  // with the layout's own names
   std::vector<std::string> notices;
 };
 
-// Finds the layout that the labels name, if need be with substitutes.
-std::optional<Labelled> match_labels(std::vector<Speaker> labels) {
+// The labels in `layout`, if need be with substitutes.
+std::optional<Placed> place_in(const Layout& layout, std::vector<Speaker> labels) {
   std::vector<std::string> notices;
-  if (const Layout* layout = layout_of(labels)) return Labelled{layout, labels, notices};
   for (const Substitute& s : kSubstitutes) {
-    if (!contains(labels, s.left) || contains(labels, s.for_left)) continue;
+    if (holds(layout, labels)) break;
+    if (contains(layout.rows, s.left) || contains(labels, s.for_left)) continue;
+    if (!contains(labels, s.left)) continue;
     std::replace(labels.begin(), labels.end(), s.left, s.for_left);
     std::replace(labels.begin(), labels.end(), s.right, s.for_right);
     notices.emplace_back(s.notice);
-    if (const Layout* layout = layout_of(labels)) return Labelled{layout, labels, notices};
+  }
+  if (!holds(layout, labels)) return std::nullopt;
+  return Placed{&layout, labels, notices};
+}
+
+// The smallest layout that has a loudspeaker for each label.
+std::optional<Placed> place(const std::vector<Speaker>& labels) {
+  std::vector<const Layout*> by_size;
+  for (const Layout& layout : layouts()) by_size.push_back(&layout);
+  std::stable_sort(by_size.begin(), by_size.end(), [](const Layout* a, const Layout* b) {
+    return a->rows.size() < b->rows.size();
+  });
+  for (const Layout* layout : by_size) {
+    if (auto placed = place_in(*layout, labels)) return placed;
   }
   return std::nullopt;
 }
 
-// The route and the gain of each channel of a file whose channels are `labels`.
+std::string count_text(size_t channels) {
+  return std::to_string(channels) + (channels == 1 ? " channel" : " channels");
+}
+
+// The labels of `channels` in a usual order, of `requested` or of the layout with so many.
+std::vector<Speaker> usual_labels(const std::string& file, size_t channels, FileOrder order,
+                                  const Layout* requested) {
+  if (requested && requested->rows.size() != channels) {
+    throw Failure(file, count_text(channels) + ", but --layout " + requested->name + " has " +
+                            std::to_string(requested->rows.size()));
+  }
+  if (requested) return channel_order(*requested, order);
+  if (channels == 1) return {kFrontCenter};
+  if (channels == 2) return {kFrontLeft, kFrontRight};
+  if (const Layout* layout = layout_usual(channels)) return channel_order(*layout, order);
+  throw Failure(file, "has no channel map (" + count_text(channels) +
+                          "): say what they are with --layout or --channels");
+}
+
+// The labels that --channels gives.
+ChannelLabels told_labels(const std::string& file, size_t channels, const ChannelRequest& request) {
+  if (const auto order = file_order_find(request.channels)) {
+    return usual_labels(file, channels, *order, layout_find(request.layout));
+  }
+  ChannelLabels labels = labels_read(request.channels, ',');
+  if (labels.speakers.size() != channels) {
+    throw Failure(file, count_text(channels) + ", but --channels names " +
+                            std::to_string(labels.speakers.size()));
+  }
+  return labels;
+}
+
+// Labels that leave some channels open, as WAVE masks do for which they have no name, and where
+// the others are in the order of the requested layout.
+bool agrees(const std::vector<Speaker>& labels, const std::vector<Speaker>& usual) {
+  return std::equal(labels.begin(), labels.end(), usual.begin(), usual.end(),
+                    [](Speaker a, Speaker b) { return a == b || a == kUnknown; });
+}
+
+bool is_partial(const ChannelLabels& labels) {
+  for (size_t i = 0; i < labels.speakers.size(); ++i) {
+    if (labels.speakers[i] == kUnknown && labels.names[i].empty()) return true;
+  }
+  return false;
+}
+
+// What the channels are: as the options say where there are no labels or --relabel, else the
+// labels.
+ChannelLabels settle_labels(const std::string& file, const ChannelLabels& labels,
+                            const ChannelRequest& request, std::vector<std::string>* notices) {
+  const size_t channels = labels.speakers.size();
+  const Layout* requested = layout_find(request.layout);
+  const bool missing = labels_are_missing(labels);
+  if (missing && request.relabel) {
+    throw Failure(file, "has no channel map, so --relabel has no effect");
+  }
+  if (!request.channels.empty()) {
+    const ChannelLabels told = told_labels(file, channels, request);
+    const bool same = told.speakers == labels.speakers;
+    if (!missing && !same && !request.relabel && !agrees(labels.speakers, told.speakers)) {
+      throw Failure(file, "its channel map says " + labels_text(labels) +
+                              ": --relabel puts --channels in its place");
+    }
+    if (same && !missing) {
+      throw Failure(file, "its channel map says the same, so --channels has no effect");
+    }
+    return told;
+  }
+  if (missing || request.relabel) {
+    const std::vector<Speaker> usual = usual_labels(file, channels, FileOrder::kWave, requested);
+    if (usual == labels.speakers) {
+      throw Failure(file, "its channel map says the same, so --relabel has no effect");
+    }
+    if (!requested && channels > 2) {
+      notices->push_back("has no channel map; taken as " + labels_text(usual) +
+                         " (--channels and --layout say otherwise)");
+    }
+    return usual;
+  }
+  if (requested && is_partial(labels) && requested->rows.size() == channels) {
+    const std::vector<Speaker> usual = channel_order(*requested, FileOrder::kWave);
+    if (agrees(labels.speakers, usual)) return usual;
+  }
+  return labels;
+}
+
+void check_labels(const std::string& file, const ChannelLabels& labels) {
+  for (size_t i = 0; i < labels.speakers.size(); ++i) {
+    const std::string channel = "channel " + std::to_string(i + 1);
+    const Speaker speaker = labels.speakers[i];
+    if (!labels.names[i].empty()) {
+      throw Failure(file, channel + " is " + labels.names[i] +
+                              ", for which no layout has a loudspeaker: --channels says what to " +
+                              "take it as");
+    }
+    if (speaker == kUnknown) {
+      throw Failure(file, channel + " of " + std::to_string(labels.speakers.size()) +
+                              " has no label: say what they are with --layout or --channels");
+    }
+    if (std::count(labels.speakers.begin(), labels.speakers.begin() + static_cast<ptrdiff_t>(i),
+                   speaker) > 0) {
+      throw Failure(file, std::string(speaker_name(speaker)) +
+                              " is there twice: say what the channels are with --channels");
+    }
+  }
+}
+
+Placed place_labels(const std::string& file, const ChannelLabels& labels,
+                    const ChannelRequest& request) {
+  const Layout* requested = layout_find(request.layout);
+  const auto placed = requested ? place_in(*requested, labels.speakers) : place(labels.speakers);
+  if (placed) return *placed;
+  if (requested) {
+    throw Failure(file, "has " + labels_text(labels) + ", which " + requested->name +
+                            " does not hold: leave --layout out, or put it in place of the " +
+                            "labels with --relabel");
+  }
+  throw Failure(file, "no layout has loudspeakers for all of " + labels_text(labels));
+}
+
+// The input route and gain of each channel.
 void route(ChannelPlan* plan, const std::vector<Speaker>& labels, const ChannelRequest& request) {
   std::vector<Speaker> inputs = plan->layout->rows;
   if (request.input_order == InputOrder::kDevice) {
@@ -86,96 +196,62 @@ void route(ChannelPlan* plan, const std::vector<Speaker>& labels, const ChannelR
   const float lfe_gain = static_cast<float>(decibels_to_factor(request.lfe_gain_db));
   for (const Speaker speaker : inputs) {
     const auto found = std::find(labels.begin(), labels.end(), speaker);
-    plan->file_channels.push_back(static_cast<size_t>(found - labels.begin()));
+    plan->file_channels.push_back(
+        found == labels.end() ? kNoChannel : static_cast<size_t>(found - labels.begin()));
     plan->gains.push_back(speaker_is_lfe(speaker) ? lfe_gain : 1.0f);
   }
 }
 
-std::string count_text(size_t channels) {
-  return std::to_string(channels) + (channels == 1 ? " channel" : " channels");
-}
-
-[[noreturn]] void fail_unsettled(const std::string& file, const std::vector<Speaker>& labels) {
-  const bool fits = std::any_of(layouts().begin(), layouts().end(), [&](const Layout& layout) {
-    return layout.rows.size() == labels.size();
-  });
-  if (!fits) {
-    throw Failure(file, count_text(labels.size()) + " fit no layout: " + layout_choices());
+void check_effects(const std::string& file, const ChannelPlan& plan,
+                   const ChannelRequest& request) {
+  if (request.input_order == InputOrder::kDevice &&
+      channel_order(*plan.layout, FileOrder::kAndroid) == plan.layout->rows) {
+    throw Failure(file, "is " + plan.layout->name + ", for which --order device has no effect");
   }
-  const bool unlabelled = std::all_of(labels.begin(), labels.end(),
-                                      [](Speaker speaker) { return speaker == kUnknown; });
-  const std::string reason = unlabelled ? "has no channel map" : "its channel map is ambiguous";
-  throw Failure(file, reason + " (" + count_text(labels.size()) +
-                          "): say what it is with --layout " + layout_choices());
+  if (request.lfe_gain_db != 0.0 &&
+      std::none_of(plan.labels.begin(), plan.labels.end(), speaker_is_lfe)) {
+    throw Failure(file, "has no LFE channel, so --lfe-gain has no effect");
+  }
 }
 
 }  // namespace
 
-const std::vector<Layout>& layouts() {
-  static const std::vector<Layout> all = [] {
-    std::vector<Layout> made;
-    for (const orvane_layout_t& layout : orvane_layouts) {
-      made.push_back({layout.name, layout.mask, {}});
-      for (uint32_t i = 0; i < layout.num_channels; ++i) {
-        made.back().rows.push_back(speaker_of(layout.loudspeakers[i].channel));
-      }
-    }
-    return made;
-  }();
-  return all;
-}
-
-const Layout* layout_find(const std::string& name) {
-  for (const Layout& layout : layouts()) {
-    if (layout.name == name) return &layout;
+void channel_request_check(const ChannelRequest& request) {
+  if (request.relabel && request.layout.empty() && request.channels.empty()) {
+    throw BadText("--relabel needs --layout or --channels");
   }
-  return nullptr;
+  if (request.channels.empty() || file_order_find(request.channels)) return;
+  const ChannelLabels labels = labels_read(request.channels, ',');
+  for (const std::string& name : labels.names) {
+    if (name.empty()) continue;
+    throw BadText("--channels: " + name + " is no channel: take names as in FL,FR,FC,LFE, or " +
+                  file_order_choices());
+  }
 }
 
-std::string layout_choices() {
-  std::vector<std::string> names;
-  for (const Layout& layout : layouts()) names.push_back(layout.name);
-  return text_choices(names);
-}
-
-std::vector<Speaker> channel_order(const Layout& layout, FileOrder order) {
-  const std::vector<Speaker>& other = order == FileOrder::kBs2051 ? kBs2051Order : kFfmpegOrder;
-  if (order != FileOrder::kAndroid && is_permutation_of(layout.rows, other)) return other;
-  std::vector<Speaker> speakers = layout.rows;
-  std::sort(speakers.begin(), speakers.end());
-  return speakers;
-}
-
-ChannelPlan channel_plan_make(const std::string& file, const std::vector<Speaker>& labels,
+ChannelPlan channel_plan_make(const std::string& file, const ChannelLabels& labels,
                               const ChannelRequest& request) {
-  const Layout* requested = layout_find(request.layout);
-  std::optional<Labelled> labelled = match_labels(labels);
-  if (labelled && (!requested || labelled->layout == requested)) {
-    ChannelPlan plan{labelled->layout, {}, {}, labelled->notices};
-    route(&plan, labelled->labels, request);
-    return plan;
-  }
-  if (!requested) fail_unsettled(file, labels);
-  if (requested->rows.size() != labels.size()) {
-    throw Failure(file, count_text(labels.size()) + ", but --layout " + requested->name + " has " +
-                            std::to_string(requested->rows.size()));
-  }
-  ChannelPlan plan{requested, {}, {}, {}};
-  if (labelled) {
-    plan.notices.push_back("the channel map says " + labelled->layout->name + "; taken as " +
-                           requested->name + " as told");
-  }
-  route(&plan, channel_order(*requested, request.file_order), request);
+  ChannelPlan plan;
+  const ChannelLabels settled = settle_labels(file, labels, request, &plan.notices);
+  check_labels(file, settled);
+  const Placed placed = place_labels(file, settled, request);
+  plan.layout = placed.layout;
+  plan.labels = placed.labels;
+  plan.notices.insert(plan.notices.end(), placed.notices.begin(), placed.notices.end());
+  route(&plan, placed.labels, request);
+  check_effects(file, plan, request);
   return plan;
 }
 
 void channel_plan_reorder(const ChannelPlan& plan, const float* file_frames, float* effect_frames,
                           size_t frames) {
-  const size_t channels = plan.file_channels.size();
-  for (size_t frame = 0; frame < frames; ++frame) {
-    for (size_t input = 0; input < channels; ++input) {
-      effect_frames[frame * channels + input] =
-          plan.gains[input] * file_frames[frame * channels + plan.file_channels[input]];
+  const size_t inputs = plan.file_channels.size(), channels = plan.labels.size();
+  for (size_t input = 0; input < inputs; ++input) {
+    const size_t channel = plan.file_channels[input];
+    for (size_t frame = 0; frame < frames; ++frame) {
+      effect_frames[frame * inputs + input] =
+          channel == kNoChannel ? 0.0f
+                                : plan.gains[input] * file_frames[frame * channels + channel];
     }
   }
 }

@@ -7,24 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "tools/render/channel_labels.h"
+#include "tools/render/layouts.h"
 #include "tools/render/speakers.h"
 
 namespace render {
-
-// A bed that the effect accepts: one of orvane_layouts.
-struct Layout {
-  std::string name;           // as in --layout
-  uint32_t mask;              // given to the effect
-  std::vector<Speaker> rows;  // what each input of the effect is placed as
-};
-
-const std::vector<Layout>& layouts();
-
-// Null where `name` is no layout.
-const Layout* layout_find(const std::string& name);
-
-// "5.1, 5.1.2, 5.1.4, 7.1, 7.1.4 or 22.2"
-std::string layout_choices();
 
 // What the inputs of the effect receive. They differ for 22.2 only, whose inputs the effect places
 // in the order of its own table, while a device delivers them in the order of the mask's bits.
@@ -33,33 +20,31 @@ enum class InputOrder {
   kDevice,  // the mask's order, heard as a device would play it
 };
 
-// Channel order of a file without labels. They differ for 22.2 only.
-enum class FileOrder {
-  kFfmpeg,   // LFE 2, top sides, then bottom centre, left, right at the end
-  kAndroid,  // the bits of the platform's mask
-  kBs2051,   // Rec. ITU-R BS.2051, system H
-};
-
-// The speakers of `layout` in that order.
-std::vector<Speaker> channel_order(const Layout& layout, FileOrder order);
-
 struct ChannelRequest {
-  std::string layout;  // empty: from the file's labels
+  std::string layout = {};    // empty: the smallest that holds the labels
+  std::string channels = {};  // names with commas, or a FileOrder; empty: from the file's labels
+  bool relabel = false;       // these two take the place of labels that say otherwise
   InputOrder input_order = InputOrder::kLabel;
-  FileOrder file_order = FileOrder::kFfmpeg;
   double lfe_gain_db = 0.0;
 };
 
+// Throws BadText for what is wrong whatever the file.
+void channel_request_check(const ChannelRequest& request);
+
+constexpr size_t kNoChannel = static_cast<size_t>(-1);  // an input that no channel feeds
+
 struct ChannelPlan {
   const Layout* layout = nullptr;
-  std::vector<size_t> file_channels;  // effect input -> channel of the file
+  std::vector<Speaker> labels;        // what each channel of the file plays, one of the layout's
+  std::vector<size_t> file_channels;  // effect input -> channel of the file, or kNoChannel
   std::vector<float> gains;           // of each effect input, a factor
   std::vector<std::string> notices;   // what was assumed on the way
 };
 
-// Settles the layout of `file`, whose channels are labelled `labels` (kUnknown where they are not),
-// and the route of each channel. Throws Failure when the labels and the request do not settle it.
-ChannelPlan channel_plan_make(const std::string& file, const std::vector<Speaker>& labels,
+// Settles the layout of `file` and the route of each channel: the smallest layout that holds all
+// labels, or request.layout. Throws Failure when labels and request do not settle it, contradict
+// each other, or when a part of the request has no effect.
+ChannelPlan channel_plan_make(const std::string& file, const ChannelLabels& labels,
                               const ChannelRequest& request);
 
 // Interleaved file frames into interleaved effect frames.

@@ -63,7 +63,7 @@ std::vector<float> make_slot(std::vector<float> sound) {
 }
 
 std::vector<Speaker> file_channels(const Layout& layout) {
-  return channel_order(layout, FileOrder::kFfmpeg);
+  return channel_order(layout, FileOrder::kWave);
 }
 
 size_t position_of(const std::vector<Speaker>& speakers, Speaker speaker) {

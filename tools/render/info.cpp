@@ -18,17 +18,6 @@ namespace {
 
 constexpr size_t kScanFrames = 4096;
 
-std::string map_text(const std::vector<Speaker>& speakers) {
-  const auto is_unknown = [](Speaker speaker) { return speaker == Speaker::kUnknown; };
-  if (std::all_of(speakers.begin(), speakers.end(), is_unknown)) return "none";
-  std::string text;
-  for (const Speaker speaker : speakers) {
-    if (!text.empty()) text += ' ';
-    text += speaker_name(speaker);
-  }
-  return text;
-}
-
 void print_file(std::ostream& out, const AudioReader& reader) {
   const int rate_hz = reader.sample_rate_hz();
   out << "file      " << reader.path() << ", " << reader.format() << "\n"
@@ -38,7 +27,8 @@ void print_file(std::ostream& out, const AudioReader& reader) {
                      static_cast<double>(reader.frames()) / rate_hz,
                      static_cast<unsigned long long>(reader.frames()))
       << "channels  " << reader.channels() << "\n"
-      << "map       " << map_text(reader.speakers()) << "\n";
+      << "map       "
+      << (labels_are_missing(reader.labels()) ? "none" : labels_text(reader.labels())) << "\n";
 }
 
 // Of every channel, full scale = 1. Throws Failure for what cannot be rendered.
@@ -60,15 +50,21 @@ std::string peak_text(float peak) {
   return text_format("%+.1f dBFS", decibels_from_factor(static_cast<double>(peak)));
 }
 
+// What the file calls a channel.
+std::string label_text(const ChannelLabels& labels, size_t channel) {
+  if (!labels.names[channel].empty()) return labels.names[channel];
+  return speaker_name(labels.speakers[channel]);
+}
+
 // One line per channel of the file, in its order.
 void print_channels(std::ostream& out, const AudioReader& reader, const ChannelPlan& plan,
                     const std::vector<float>& peaks) {
   out << "\nchannel  map   " << loudspeaker_titles() << "        peak\n";
   for (size_t channel = 0; channel < peaks.size(); ++channel) {
-    const auto& road = plan.file_channels;
+    const auto& inputs = plan.file_channels;
     const auto input =
-        static_cast<size_t>(std::find(road.begin(), road.end(), channel) - road.begin());
-    out << text_format("%7zu  %-4s  ", channel + 1, speaker_name(reader.speakers()[channel]))
+        static_cast<size_t>(std::find(inputs.begin(), inputs.end(), channel) - inputs.begin());
+    out << text_format("%7zu  %-4s  ", channel + 1, label_text(reader.labels(), channel).c_str())
         << loudspeaker_columns(*plan.layout, input)
         << text_format("  %10s\n", peak_text(peaks[channel]).c_str());
   }
@@ -80,7 +76,7 @@ bool info_run(std::ostream& out, const Options& options) {
   AudioReader reader(options.input);
   print_file(out, reader);
   try {
-    const ChannelPlan plan = channel_plan_make(options.input, reader.speakers(), options.channels);
+    const ChannelPlan plan = channel_plan_make(options.input, reader.labels(), options.channels);
     out << "layout    " << plan.layout->name << "\n";
     for (const std::string& notice : plan.notices) out << "note      " << notice << "\n";
     print_channels(out, reader, plan, scan_peaks(&reader));

@@ -61,7 +61,7 @@ class Recording final : public Bed {
  public:
   explicit Recording(const Options& options)
       : reader_(options.input),
-        plan_(channel_plan_make(options.input, reader_.speakers(), options.channels)),
+        plan_(channel_plan_make(options.input, reader_.labels(), options.channels)),
         source_(reader_, plan_) {}
 
   const AudioReader& reader() const { return reader_; }

@@ -11,13 +11,17 @@
 namespace render {
 
 const char kChannelsHelp[] = R"(Channels:
-  The file's channel map names the layout and places each channel, whatever its
-  order. 5.1 with side instead of back channels is 5.1; 5.1 with top front
-  channels is 5.1.2. Files without a map, and those whose map has no names for
-  their height channels (5.1.2 with top sides, 22.2), need --layout; their
-  channels are taken in the order of the WAVE_FORMAT_EXTENSIBLE mask bits:
+  Each channel is heard where the file's own label says, whatever the order, in
+  the smallest layout that has a loudspeaker for every label; the others stay
+  silent. Side channels without back channels are taken as the back pair. Files
+  without labels are taken as mono, stereo, 5.1, 7.1, 7.1.4 or 22.2 by their
+  number of channels, in the order of the WAVE_FORMAT_EXTENSIBLE mask bits:
     FL FR FC LFE BL BR [FLC FRC BC] SL SR [TC] TFL [TFC] TFR TBL [TBC] TBR
-  and 22.2 as --file-order says, LFE2 TSL TSR BFC BFL BFR last by default.
+  and 22.2 with LFE2 TSL TSR BFC BFL BFR last. --channels says another order:
+    FL,FR,FC,...  names of FFmpeg, of BS.2051 (M+030, U-045) or of film (L, Lrs)
+    film          L R C LFE Ls Rs Lrs Rrs Ltf Rtf Ltr Rtr
+    wave, android, bs2051   22.2: as above, as on a device, as in BS.2051
+  Labels that say otherwise are overridden with --relabel only.
 )";
 
 const char kPoseHelp[] = R"(Poses:
@@ -55,12 +59,11 @@ CLI::Option* layout_option_add(CLI::App* app, std::string* layout, const std::st
 }
 
 void channel_options_add(CLI::App* app, ChannelRequest* channels) {
-  layout_option_add(app, &channels->layout, "What the channels are");
-  choice_option_add(app, "--file-order", &channels->file_order,
-                    std::map<std::string, FileOrder>{{"ffmpeg", FileOrder::kFfmpeg},
-                                                     {"android", FileOrder::kAndroid},
-                                                     {"bs2051", FileOrder::kBs2051}},
-                    "Channel order of a 22.2 file; default ffmpeg");
+  layout_option_add(app, &channels->layout,
+                    "Whose loudspeakers; default the smallest layout that holds the labels");
+  app->add_option("--channels", channels->channels, "Order of the channels (see below)")
+      ->type_name("NAMES|android|bs2051|film|wave");
+  app->add_flag("--relabel", channels->relabel, "Let --layout or --channels override labels");
   choice_option_add(app, "--order", &channels->input_order,
                     std::map<std::string, InputOrder>{{"label", InputOrder::kLabel},
                                                       {"device", InputOrder::kDevice}},
@@ -91,13 +94,13 @@ void program_options_add(CLI::App* app, std::string* library, bool* verbose,
 }
 
 std::optional<int> options_parse_line(CLI::App* app, int argc, char** argv,
-                                      const Settings& settings) {
+                                      const std::function<void()>& check) {
   app->failure_message([](const CLI::App* failed, const CLI::Error& error) {
     return failed->get_name() + ": " + error.what() + " (see --help)\n";
   });
   try {
     app->parse(argc, argv);
-    settings.check();
+    check();
   } catch (const CLI::ParseError& error) {
     return app->exit(error) == 0 ? 0 : kUsageStatus;
   } catch (const BadText& bad) {

@@ -3,6 +3,7 @@
 #define ORVANE_TOOLS_RENDER_SHARED_OPTIONS_H_
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -52,11 +53,11 @@ void version_option_add(CLI::App* app);
 void program_options_add(CLI::App* app, std::string* library, bool* verbose,
                          const std::string& shows);
 
-// Parses the command line and checks `settings`, which its options have set. The exit status where
+// Parses the command line and calls `check`, which may throw BadText. The exit status where
 // the program has nothing more to do (help, version, a wrong command line); the text has then been
 // printed. Throws Failure for a preset file.
 std::optional<int> options_parse_line(CLI::App* app, int argc, char** argv,
-                                      const Settings& settings);
+                                      const std::function<void()>& check);
 
 }  // namespace render
 

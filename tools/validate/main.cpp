@@ -51,7 +51,7 @@ int run(int argc, char** argv) {
   app.add_option("FOLDER", folder, "Where to write the report; made if it does not exist")
       ->required();
   app.add_option("--library", library_path, "The liborvane.so to measure");
-  const auto ended = render::options_parse_line(&app, argc, argv, {});
+  const auto ended = render::options_parse_line(&app, argc, argv, [] {});
   if (ended) return *ended;
   const Library library(render::effect_library_find(library_path));
   make_folder(folder);
