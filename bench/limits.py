@@ -14,7 +14,8 @@ def name_filter(counted):
              for name in limits if "*" not in name}
     if not counted:
         names |= {re.sub("/[0-9]+$", "/1024", name) for name in LIMITS["per_frame_over_1024"]}
-    return f"^({'|'.join(re.escape(name) for name in sorted(names))})/iterations"
+    escaped = (re.sub(r"([.+])", r"\\\1", name) for name in sorted(names))  # POSIX: \- is no escape
+    return f"^({'|'.join(escaped)})/iterations"
 
 
 def check(results, counted):

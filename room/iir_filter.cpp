@@ -2,20 +2,16 @@
 
 #include <stddef.h>
 
-#include <algorithm>
-
 namespace {
 
-constexpr int32_t kOrder = 2;
-
-// Adds each sample's share to the outputs it reaches: the order of the additions is part of the
-// result.
+// What earlier samples contribute to the next two outputs is carried along. The order of the
+// additions is part of the result.
 void filter_column(const float b[3], const float a[3], const float* x, float* y, int32_t rows) {
-  std::fill_n(y, rows, 0.0f);
+  float next = 0.0f, after_next = 0.0f;
   for (int32_t k = 0; k < rows; ++k) {
-    const int32_t reach = std::min(kOrder, rows - 1 - k);
-    for (int32_t j = 0; j <= reach; ++j) y[k + j] += x[k] * b[j];
-    for (int32_t j = 1; j <= reach; ++j) y[k + j] -= y[k] * a[j];
+    y[k] = next + x[k] * b[0];
+    next = after_next + x[k] * b[1] - y[k] * a[1];
+    after_next = 0.0f + x[k] * b[2] - y[k] * a[2];
   }
 }
 
