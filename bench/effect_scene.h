@@ -7,14 +7,14 @@
 #include <vector>
 
 #include "platform/effect_abi.h"
+#include "renderer/parameters.h"
 #include "tests/support/effect_host.h"
 
-// Vendor parameters (docs/parameters.md).
-constexpr int32_t kReverbEnable = 100;
-constexpr int32_t kReverbSpacing = 102;
-constexpr int32_t kReverbDecay = 103;
-constexpr int32_t kReflectionsMode = 200;
-constexpr int32_t kRoomLength = 201;
+constexpr int32_t kReverbEnable = orvane_reverb_parameter(UBR_REVERB_ENABLE)->number;
+constexpr int32_t kReverbSpacing = orvane_reverb_parameter(UBR_REVERB_PULSE_SPACING)->number;
+constexpr int32_t kReverbDecay = orvane_reverb_parameter(UBR_REVERB_DECAY)->number;
+constexpr int32_t kReflectionsMode = orvane_reflections_parameter(UBR_REFLECTIONS_MODE)->number;
+constexpr int32_t kRoomLength = orvane_reflections_parameter(UBR_REFLECTIONS_ROOM_X)->number;
 
 // Sets a vendor parameter; returns the replied status.
 int32_t set_float(EffectHost& effect, int32_t id, float value);

@@ -29,12 +29,6 @@ enum {
   ORVANE_STATE_ACTIVE = 2,       // enabled
 };
 
-// First ids of the vendor's parameters, one float each; docs/parameters.md has them all.
-enum {
-  ORVANE_PARAM_REVERB = 100,       // plus a ubr_reverb_param
-  ORVANE_PARAM_REFLECTIONS = 200,  // plus a ubr_reflections_param
-};
-
 typedef struct orvane_object_t {
   uint32_t state;         // ORVANE_STATE_*; shared with the audio thread, see orvane_state
   uint8_t channel_count;  // input channels that the renderer was configured for

@@ -4,6 +4,7 @@
 
 #include "fuzz/effect_instance.h"
 #include "fuzz/input.h"
+#include "renderer/parameters.h"
 #include "tests/support/log_capture.h"
 
 namespace {
@@ -144,9 +145,10 @@ int32_t parameter_id(Input* input) {
       return static_cast<int32_t>(input->below(11));
     case 3:
     case 4:
-      return static_cast<int32_t>(100 + input->below(11));
+      return ORVANE_PARAM_REVERB + static_cast<int32_t>(input->below(UBR_NUM_REVERB_PARAMS + 1));
     default:
-      return static_cast<int32_t>(200 + input->below(20));
+      return ORVANE_PARAM_REFLECTIONS +
+             static_cast<int32_t>(input->below(UBR_NUM_REFLECTIONS_PARAMS + 1));
   }
 }
 
@@ -160,10 +162,11 @@ void set_parameter(Input* input, Instance* instance, int* work) {
   data.put(8, oddity == 3 ? input->take<uint32_t>() : static_cast<uint32_t>(size));
   data.put(12, id);
   for (size_t at = 16; at < 16 + size; at += 4) data.put(at, input->number());
-  if (id == 103) data.put(16, std::fabs(input->number()) * 0.1f);
+  if (id == orvane_reverb_parameter(UBR_REVERB_DECAY)->number)
+    data.put(16, std::fabs(input->number()) * 0.1f);
   int32_t result;
   require_status(send(input, instance, EFFECT_CMD_SET_PARAM, &data, 4, &result));
-  *work += id >= 100 ? 3 : 0;
+  *work += id >= ORVANE_PARAM_REVERB ? 3 : 0;
 }
 
 void get_parameter(Input* input, Instance* instance) {

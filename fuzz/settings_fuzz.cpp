@@ -26,8 +26,7 @@ void require_turn(const render::Rotation& turn) {
 // Each of its settings must be one that the effect accepts.
 void require_valid(const render::Settings& settings) {
   for (const render::Settings::Write& write : settings.writes()) {
-    require(write.value >= write.parameter->minimum && write.value <= write.parameter->maximum,
-            "a setting is in its range");
+    require(render::parameter_takes(*write.parameter, write.value), "a setting is in its range");
   }
   require(render::settings_tail_frames(settings) < kLongestTail, "a tail ends");
 }

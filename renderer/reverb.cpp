@@ -1,6 +1,5 @@
 #include "renderer/reverb.h"
 
-#include <math.h>
 #include <stddef.h>
 
 #include <utility>
@@ -18,32 +17,13 @@ namespace {
 constexpr uint32_t kNumOutputs = 2;
 constexpr float kWetGain = 0.2f;
 
-struct reverb_param_t {
-  float vn_config_t::*slot;
-  float minimum, maximum;
-  bool is_switch;  // the range is that of the value without its fraction
-};
-
 // Deliberate: the ids do not follow the order in which the settings are stored.
-constexpr reverb_param_t kReverbParams[UBR_NUM_REVERB_PARAMS] = {
-    {&vn_config_t::enable, 0.0f, 1.0f, true},
-    {&vn_config_t::stereo, 0.0f, 1.0f, true},
-    {&vn_config_t::pulse_spacing, 3.0f, 6000.0f, false},
-    {&vn_config_t::decay_s, 0.0f, 2.0f, false},
-    {&vn_config_t::level, 0.0f, 1.0f, false},
-    {&vn_config_t::pre_delay_ms, 0.0f, 100.0f, false},
-    {&vn_config_t::tone_enable, 0.0f, 1.0f, true},
-    {&vn_config_t::tone_gain, -1.0f, 1.0f, false},
-    {&vn_config_t::tone_corner_hz, 100.0f, 12000.0f, false},
-    {&vn_config_t::tone_slope, 0.1f, 1.0f, false},
+constexpr float vn_config_t::*kSlots[UBR_NUM_REVERB_PARAMS] = {
+    &vn_config_t::enable,      &vn_config_t::stereo,    &vn_config_t::pulse_spacing,
+    &vn_config_t::decay_s,     &vn_config_t::level,     &vn_config_t::pre_delay_ms,
+    &vn_config_t::tone_enable, &vn_config_t::tone_gain, &vn_config_t::tone_corner_hz,
+    &vn_config_t::tone_slope,
 };
-
-// Refuses NaN as well.
-bool accepts(const reverb_param_t& param, float value) {
-  // Deliberate: the setter stores a switch with its fraction.
-  const float checked = param.is_switch ? truncf(value) : value;
-  return checked >= param.minimum && checked <= param.maximum;
-}
 
 }  // namespace
 
@@ -77,10 +57,14 @@ uint32_t reverb_prepare(ubr_reverb_t* reverb) {
 uint32_t reverb_change_begin(const ubr_reverb_t* reverb, uint32_t id, float value,
                              reverb_change_t* change) {
   if (!reverb) return UBR_MISSING;
-  if (id >= UBR_NUM_REVERB_PARAMS || !accepts(kReverbParams[id], value)) return UBR_INVALID;
+  if (id >= UBR_NUM_REVERB_PARAMS ||
+      !orvane_parameter_accepts(orvane_reverb_parameter(id), 0.0f, value)) {
+    return UBR_INVALID;
+  }
   vn_copy_unprepared(reverb->velvet_noise, &change->state);
   change->state.block_size = static_cast<int32_t>(reverb->scratch_frames);
-  change->state.settings.*kReverbParams[id].slot = value;
+  // Deliberate: a switch is stored with its fraction.
+  change->state.settings.*kSlots[id] = value;
   return UBR_OK;
 }
 

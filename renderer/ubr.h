@@ -15,6 +15,7 @@
 #include "ambisonics/rotator.h"
 #include "base/export.h"
 #include "base/result.h"
+#include "renderer/parameters.h"
 #include "renderer/reflections.h"
 #include "renderer/reverb.h"
 
@@ -37,36 +38,6 @@ enum {
   UBR_MIN_FRAME_SIZE = 64,    // accepted maximum frame sizes at initialisation
   UBR_MAX_FRAME_SIZE = 1024,  // growing later: see ubr_set_max_frame_size
   UBR_DOWNMIX_INPUTS = 8,
-};
-
-// Parameters of ubr_set_reflections_param, with what they accept.
-enum ubr_reflections_param {
-  UBR_REFLECTIONS_MODE = 0,         // 0 to the ambisonic order, fraction dropped
-  UBR_REFLECTIONS_ROOM_X = 1,       // metres, 1 to 14
-  UBR_REFLECTIONS_ROOM_Y = 2,       //
-  UBR_REFLECTIONS_ROOM_Z = 3,       //
-  UBR_REFLECTIONS_ABSORPTION = 4,   // six, walls +x, -x, +y, -y, ceiling, floor: 0 to 1
-  UBR_REFLECTIONS_MATERIAL = 10,    // six, same walls: a material's number, 1 to 27
-  UBR_REFLECTIONS_LISTENER_X = 16,  // metres from the middle of the room to a wall
-  UBR_REFLECTIONS_LISTENER_Y = 17,  //
-  UBR_REFLECTIONS_LISTENER_Z = 18,  // metres above the floor, 0.1 to the ceiling
-  UBR_NUM_REFLECTIONS_PARAMS = 19,
-};
-
-// Parameters of ubr_set_reverb_param, with what they accept. A switch takes anything above -1 and
-// below 2 and is compared as vn_config_t says.
-enum ubr_reverb_param {
-  UBR_REVERB_ENABLE = 0,         // switch
-  UBR_REVERB_STEREO = 1,         // switch
-  UBR_REVERB_PULSE_SPACING = 2,  // samples, 3 to 6000
-  UBR_REVERB_DECAY = 3,          // seconds, 0 to 2
-  UBR_REVERB_LEVEL = 4,          // 0 to 1
-  UBR_REVERB_PRE_DELAY = 5,      // milliseconds, 0 to 100
-  UBR_REVERB_TONE_ENABLE = 6,    // switch
-  UBR_REVERB_TONE_GAIN = 7,      // -1 to 1
-  UBR_REVERB_TONE_CORNER = 8,    // Hz, 100 to 12000
-  UBR_REVERB_TONE_SLOPE = 9,     // 0.1 to 1
-  UBR_NUM_REVERB_PARAMS = 10,
 };
 
 // The two fields hold the last block that needed them. Blocks of discrete sources often do not:

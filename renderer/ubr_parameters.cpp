@@ -1,56 +1,60 @@
-// Parameters of the room, one value at a time: a range, and the place of an accepted value.
+// Parameters of the room, one value at a time: checked against renderer/parameters.h, then put in
+// their place.
 #include "base/result.h"
 #include "renderer/reflections_internal.h"
 #include "renderer/ubr.h"
 
 namespace {
 
-// Both ends are accepted; comparing as accepts() does refuses NaN.
-struct range_t {
-  float minimum, maximum;
-};
-
-bool accepts(const range_t& range, float value) {
-  return value >= range.minimum && value <= range.maximum;
+// Every row stands at the place of its id, and a limited range is widest where the limit is.
+constexpr bool is_table_consistent() {
+  for (uint32_t i = 0; i < ORVANE_NUM_PARAMETERS; ++i) {
+    const orvane_parameter_t& parameter = orvane_parameters[i];
+    const bool is_reverb = i < UBR_NUM_REVERB_PARAMS;
+    const uint32_t number =
+        is_reverb ? ORVANE_PARAM_REVERB + i : ORVANE_PARAM_REFLECTIONS + i - UBR_NUM_REVERB_PARAMS;
+    if (parameter.number != static_cast<int32_t>(number)) return false;
+    if (parameter.limit == ORVANE_LIMIT_NONE) continue;
+    const orvane_parameter_t* limiting = orvane_find_parameter(parameter.limiting);
+    if (!limiting && parameter.limit != ORVANE_LIMIT_ORDER) return false;
+    const float limit = limiting ? limiting->maximum : float{ORVANE_MAX_ORDER};
+    const orvane_range_t widest = orvane_parameter_range(&parameter, limit);
+    if (parameter.minimum != widest.minimum || parameter.maximum != widest.maximum) return false;
+  }
+  return ORVANE_NUM_PARAMETERS == UBR_NUM_REVERB_PARAMS + uint32_t{UBR_NUM_REFLECTIONS_PARAMS};
 }
+static_assert(is_table_consistent());
+static_assert(orvane_reflections_parameter(UBR_REFLECTIONS_MATERIAL)->maximum ==
+              float{SHOEBOX_MATERIALS});
 
-constexpr range_t kRoomSize = {1.0f, 14.0f};   // metres
-constexpr range_t kAbsorption = {0.0f, 1.0f};  // per wall
-constexpr range_t kMaterial = {1.0f, 27.0f};   // numbers
-constexpr float kLowestListener = 0.1f;        // metres above the floor
-
-struct reflections_param_t {
-  range_t range;
-  float* slot;  // null for a parameter that selects something instead
-};
-
-reflections_param_t find_reflections_param(ubr_t* renderer, uint32_t id) {
-  ubr_reflections_t& r = *renderer->reflections;
-  shoebox_params_t& room = r.room.params;
-  const float half_x = room.room_x / 2.0f;
-  const float half_y = room.room_y / 2.0f;
+// Where a reflections parameter is stored; null for one that selects something instead.
+float* find_slot(ubr_reflections_t* reflections, uint32_t id) {
+  shoebox_params_t& room = reflections->room.params;
   switch (id) {
-    case UBR_REFLECTIONS_MODE:
-      return {{0.0f, static_cast<float>(renderer->ambi_config.order)}, nullptr};
     case UBR_REFLECTIONS_ROOM_X:
-      return {kRoomSize, &room.room_x};
+      return &room.room_x;
     case UBR_REFLECTIONS_ROOM_Y:
-      return {kRoomSize, &room.room_y};
+      return &room.room_y;
     case UBR_REFLECTIONS_ROOM_Z:
-      return {kRoomSize, &room.room_z};
+      return &room.room_z;
     case UBR_REFLECTIONS_LISTENER_X:
-      return {{-half_x, half_x}, &r.listener_position[0]};
     case UBR_REFLECTIONS_LISTENER_Y:
-      return {{-half_y, half_y}, &r.listener_position[1]};
     case UBR_REFLECTIONS_LISTENER_Z:
-      return {{kLowestListener, room.room_z}, &r.listener_position[2]};
+      return &reflections->listener_position[id - UBR_REFLECTIONS_LISTENER_X];
     default:
       break;
   }
   // Deliberate: the absorptions count walls from 0, the materials from 1.
-  return id < UBR_REFLECTIONS_MATERIAL
-             ? reflections_param_t{kAbsorption, &room.absorption[id - UBR_REFLECTIONS_ABSORPTION]}
-             : reflections_param_t{kMaterial, nullptr};
+  const bool is_absorption = id >= UBR_REFLECTIONS_ABSORPTION && id < UBR_REFLECTIONS_MATERIAL;
+  return is_absorption ? &room.absorption[id - UBR_REFLECTIONS_ABSORPTION] : nullptr;
+}
+
+// What limits a parameter at the moment; 0 where nothing does.
+float find_limit(const ubr_t* renderer, const orvane_parameter_t& parameter) {
+  if (parameter.limit == ORVANE_LIMIT_NONE) return 0.0f;
+  if (parameter.limit == ORVANE_LIMIT_ORDER) return static_cast<float>(renderer->ambi_config.order);
+  return *find_slot(renderer->reflections,
+                    static_cast<uint32_t>(parameter.limiting - ORVANE_PARAM_REFLECTIONS));
 }
 
 }  // namespace
@@ -58,11 +62,13 @@ reflections_param_t find_reflections_param(ubr_t* renderer, uint32_t id) {
 uint32_t ubr_set_reflections_param(ubr_t* renderer, uint32_t id, float value) {
   if (!renderer || !renderer->reflections) return UBR_MISSING;
   if (id >= UBR_NUM_REFLECTIONS_PARAMS) return UBR_INVALID;
-  const reflections_param_t param = find_reflections_param(renderer, id);
-  if (!accepts(param.range, value)) return UBR_INVALID;
+  const orvane_parameter_t& parameter = *orvane_reflections_parameter(id);
+  if (!orvane_parameter_accepts(&parameter, find_limit(renderer, parameter), value)) {
+    return UBR_INVALID;
+  }
   // Deliberate: a room that shrinks does not move a listener accepted before; the scene does.
-  if (param.slot) {
-    *param.slot = value;
+  if (float* slot = find_slot(renderer->reflections, id)) {
+    *slot = value;
   } else if (id == UBR_REFLECTIONS_MODE) {
     ubr_set_reflections_mode(renderer->reflections, static_cast<uint32_t>(value));
   } else {

@@ -16,11 +16,9 @@ static_assert(offsetof(shoebox_config_t, source_positions) == 4 * sizeof(float) 
 
 namespace {
 
-constexpr uint32_t kNumMaterials = 27;
-
 // Absorption of materials 1 to 27. Numbers of equal value are kept apart: each is a material of its
 // own to whoever selects it.
-constexpr float kMaterials[kNumMaterials] = {
+constexpr float kMaterials[SHOEBOX_MATERIALS] = {
     1.0f,  0.2f,   0.035f, 0.75f,  0.65f, 0.55f, 0.075f, 0.1f,  0.6f,    // 1 to 9
     0.02f, 0.3f,   0.07f,  0.035f, 0.03f, 0.04f, 0.03f,  0.05f, 0.101f,  // 10 to 18
     0.01f, 0.689f, 0.99f,  0.72f,  0.01f, 0.2f,  0.63f,  0.07f, 0.11f,   // 19 to 27
@@ -97,7 +95,7 @@ void shoebox_set_abscoeff(shoebox_config_t* s, float wall, float coefficient) {
 void shoebox_set_material(shoebox_config_t* s, float wall, float material) {
   // Deliberate: a wall is tested before its fraction is cut off, a material after, so there is a
   // material 27.9 but no wall 6.5.
-  constexpr float kBeyondLast = static_cast<float>(kNumMaterials + 1);
+  constexpr float kBeyondLast = static_cast<float>(SHOEBOX_MATERIALS + 1);
   if (!is_wall(wall) || !(material >= 1.0f && material < kBeyondLast)) return;
   set_absorption(s, wall, kMaterials[static_cast<uint32_t>(material) - 1]);
 }

@@ -14,6 +14,7 @@
 
 enum {
   SHOEBOX_WALLS = 6,
+  SHOEBOX_MATERIALS = 27,
   SHOEBOX_MAX_SOURCES = 25,
 };
 
@@ -77,7 +78,7 @@ ORVANE_API void shoebox_set_abscoeff(shoebox_config_t* s, float wall, float coef
 // Sets the absorption of one wall to that of a built-in material.
 //
 //   wall      1.0 to 6.0, then truncated
-//   material  truncated, then 1 to 27
+//   material  truncated, then 1 to SHOEBOX_MATERIALS
 //
 // Does nothing when either is out of range.
 ORVANE_API void shoebox_set_material(shoebox_config_t* s, float wall, float material);

@@ -12,7 +12,7 @@ cmake --install "$1" --prefix "$prefix" >/dev/null
 package=$(dirname "$(find "$prefix" -name orvane.pc)")
 export PKG_CONFIG_PATH="$package"
 # What any platform may read, among them those of 32 bits that the effect's interface does not know.
-everywhere="renderer/loudspeaker_layouts.h"
+everywhere="renderer/loudspeaker_layouts.h renderer/parameters.h"
 # The flags are lists of words.
 # shellcheck disable=SC2046,SC2086
 for header in $(cd "$prefix/include/orvane" && find . -name '*.h'); do

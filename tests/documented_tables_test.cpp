@@ -7,6 +7,7 @@
 #include <string>
 
 #include "renderer/loudspeaker_layouts.h"
+#include "renderer/parameters.h"
 
 namespace {
 
@@ -16,11 +17,10 @@ std::string document(const char* name) {
   return text.str();
 }
 
-// `table` is what the document has to hold, word by word.
-void expect_holds(const char* name, const std::string& table) {
-  EXPECT_NE(std::string::npos, document(name).find(table))
-      << "docs/" << name << " lacks this table:\n"
-      << table;
+// `part` is what the document has to hold, word by word.
+void expect_holds(const char* name, const std::string& part) {
+  EXPECT_NE(std::string::npos, document(name).find(part)) << "docs/" << name << " lacks this:\n"
+                                                          << part;
 }
 
 // Whole degrees, which is what the table's four digits stand for.
@@ -75,6 +75,33 @@ TEST(DocumentedLayoutTest, AzimuthAndElevationOfEveryLoudspeaker) {
   }
   table << "\n";
   expect_holds("conventions.md", table.str());
+}
+
+std::string range_text(const orvane_parameter_t& parameter) {
+  const auto name_of = [](int32_t number) { return orvane_find_parameter(number)->name; };
+  const std::string unit = parameter.unit[0] ? std::string(" ") + parameter.unit : "";
+  std::ostringstream text;
+  if (parameter.kind == ORVANE_KIND_SWITCH) {
+    text << "above " << parameter.minimum - 1.0f << ", below " << parameter.maximum + 1.0f;
+  } else if (parameter.limit == ORVANE_LIMIT_BETWEEN) {
+    text << "half of `" << name_of(parameter.limiting) << "` to either side";
+  } else if (parameter.limit == ORVANE_LIMIT_BELOW) {
+    text << parameter.minimum << unit << " to `" << name_of(parameter.limiting) << "`";
+  } else {
+    text << parameter.minimum << " to " << parameter.maximum << unit;
+  }
+  if (parameter.kind == ORVANE_KIND_WHOLE) text << ", fraction dropped";
+  return text.str();
+}
+
+TEST(DocumentedParameterTest, NumberNameRangeAndDefault) {
+  for (const orvane_parameter_t& parameter : orvane_parameters) {
+    std::ostringstream row;
+    row << "\n| " << parameter.number << " | `" << parameter.name << "` | " << range_text(parameter)
+        << " | ";
+    if (parameter.has_default) row << parameter.default_value << " ";
+    expect_holds("parameters.md", row.str() + "| ");
+  }
 }
 
 }  // namespace

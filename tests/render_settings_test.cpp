@@ -5,10 +5,13 @@
 #include <cmath>
 #include <fstream>
 
+#include "tools/render/channel_map.h"
+#include "tools/render/effect_host.h"
 #include "tools/render/failure.h"
 #include "tools/render/pose.h"
 #include "tools/render/presets.h"
 #include "tools/render/settings.h"
+#include "tools/render/text.h"
 #include "tools/render/trajectory.h"
 
 namespace render {
@@ -73,8 +76,9 @@ TEST(TextFileTest, RefusesALineByItsNumber) {
       {read_preset, "# fine\nreverb.decay = 0.5 \n", ""},
       {read_preset, "\n reverb.decay = 3", ":2: reverb.decay takes 0 to 2, not 3"},
       {read_preset, "reverb.decay 1\n", ":1: reverb.decay 1 is no NAME=VALUE"},
-      {read_preset, "decay = 1\n", ":1: decay is no parameter, but --parameters lists them"},
-      {read_preset, "absorption.door=1", ":1: absorption.door is no parameter, but absorption.fro"},
+      {read_preset, "decay = 1\n", ":1: there is no parameter decay: --parameters lists them"},
+      {read_preset, "absorption.door=1",
+       ":1: there is no parameter absorption.door: it may be absorption.fro"},
       {read_preset, "material.front = 2.5\n", ":1: material.front takes a whole number from 1 to"},
   };
   for (const auto& c : cases) {
@@ -89,15 +93,41 @@ TEST(TextFileTest, RefusesALineByItsNumber) {
   }
 }
 
-TEST(SettingsTest, EveryParameterTakesBothEndsOfItsRangeAndNothingBeyond) {
+bool settings_take(const Parameter& parameter, float value) {
+  Settings settings;
+  try {
+    settings.set(parameter, text_format("%.9g", static_cast<double>(value)));
+    settings.check();
+  } catch (const BadText&) {
+    return false;
+  }
+  return true;
+}
+
+bool effect_takes(EffectHost* effect, const Parameter& parameter, float value) {
+  try {
+    effect->set_parameter(parameter.number, value, parameter.name);
+  } catch (const Failure&) {
+    return false;
+  }
+  return true;
+}
+
+TEST(SettingsTest, EveryOptionEndsWhereTheEffectsParameterDoes) {
+  EffectHost effect(ORVANE_LIBRARY, layouts().front().mask);
   for (const Parameter& parameter : parameters()) {
-    Settings settings;
-    for (const double end : {parameter.minimum, parameter.maximum}) {
-      settings.set(parameter, std::to_string(end));
-      EXPECT_EQ(end, settings.value(parameter.id)) << parameter.name;
+    const float limit = parameter.limiting ? render::parameter(parameter.limiting).default_value
+                                           : parameter.maximum;  // the effect's order
+    const orvane_range_t range = orvane_parameter_range(&parameter, limit);
+    for (const float end : {range.minimum, range.maximum}) {
+      EXPECT_TRUE(settings_take(parameter, end)) << parameter.name << " " << end;
+      EXPECT_TRUE(effect_takes(&effect, parameter, end)) << parameter.name << " " << end;
+      effect.configure(layouts().front().mask);  // back to the default room
     }
-    for (const double value : {parameter.minimum - 0.01, parameter.maximum + 0.01}) {
-      EXPECT_THROW(settings.set(parameter, std::to_string(value)), BadText) << parameter.name;
+    const float step = parameter.kind == ORVANE_KIND_SWITCH ? 1.0f : 1e-3f;
+    for (const float beyond : {range.minimum - step, range.maximum + step}) {
+      EXPECT_FALSE(settings_take(parameter, beyond)) << parameter.name << " " << beyond;
+      EXPECT_FALSE(effect_takes(&effect, parameter, beyond)) << parameter.name << " " << beyond;
     }
   }
 }
@@ -109,7 +139,7 @@ TEST(SettingsTest, SendsTheRoomBeforeWhatDependsOnIt) {
     settings.set_assignment("", text);
   }
   std::vector<int32_t> sent;
-  for (const Settings::Write& write : settings.writes()) sent.push_back(write.parameter->id);
+  for (const Settings::Write& write : settings.writes()) sent.push_back(write.parameter->number);
   // Of a wall's material and absorption, only the one that came last.
   EXPECT_EQ((std::vector<int32_t>{100, 201, 205, 212, 216, 200}), sent);
 }

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <tuple>
 
 #include "renderer/reverb_internal.h"
 #include "tests/support/failing_alloc.h"
@@ -77,6 +78,25 @@ TEST(ParameterDefaultTest, ARoomOfModerateSizeAndAShortTail) {
   shoebox_params_t params;
   EXPECT_EQ((Room{3, 4, 5, 0.2f, 0.2f, 0.2f, 0.2f, 0.11f, 0.63f}),
             std::bit_cast<Room>(*shoebox_config_init(&params)));
+}
+
+TEST(ParameterDefaultTest, ADefaultSetOnANewRendererChangesNothing) {
+  TestRenderer test(UBR_INPUT_SOURCES, 1, UBR_MODE_BINAURAL_TRACKED, 64, 4);
+  const ubr_reflections_t& reflections = *test.r.reflections;
+  const auto state = [&] {
+    return std::tuple(std::bit_cast<std::array<float, 9>>(reflections.room.params),
+                      std::bit_cast<std::array<float, 10>>(test.r.reverb->velvet_noise.settings),
+                      std::to_array(reflections.listener_position), reflections.reflections_mode);
+  };
+  const auto before = state();
+  for (const orvane_parameter_t& parameter : orvane_parameters) {
+    if (!parameter.has_default) continue;
+    const bool is_reverb = parameter.number < ORVANE_PARAM_REFLECTIONS;
+    const int32_t first = is_reverb ? ORVANE_PARAM_REVERB : ORVANE_PARAM_REFLECTIONS;
+    const auto id = static_cast<uint32_t>(parameter.number - first);
+    EXPECT_EQ(UBR_OK, (is_reverb ? kReverb : kReflections)(&test.r, id, parameter.default_value));
+    EXPECT_EQ(before, state()) << parameter.name;
+  }
 }
 
 TEST(ParameterRangeTest, IdsBeyondTheLastAreUnknown) {

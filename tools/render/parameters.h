@@ -1,47 +1,54 @@
-// The effect's own parameters of room and reverb: the one table that options, presets, help and
-// error messages are made from.
+// The effect's own parameters of room and reverb as options, presets, help and error messages have
+// them, made from the library's table.
 #ifndef ORVANE_TOOLS_RENDER_PARAMETERS_H_
 #define ORVANE_TOOLS_RENDER_PARAMETERS_H_
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
+#include "renderer/parameters.h"
+#include "room/shoebox.h"
+
 namespace render {
 
-// Ids of the effect that more than the table knows by name.
-constexpr int32_t kReverbEnable = 100;
-constexpr int32_t kReverbDecay = 103;
-constexpr int32_t kReverbPreDelay = 105;
-constexpr int32_t kReflectionsMode = 200;
-constexpr int32_t kRoomLength = 201;  // then width and height
-constexpr int32_t kAbsorption = 204;  // of the front wall, then the others
-constexpr int32_t kMaterial = 210;    // likewise
-constexpr int32_t kListener = 216;    // x, then y and z
-constexpr int32_t kNumWalls = 6;      // front, back, left, right, ceiling, floor
+using Parameter = orvane_parameter_t;
 
-struct Parameter {
-  int32_t id;
-  std::string_view name;  // FAMILY.WHAT
-  double minimum, maximum;
-  bool whole;                   // takes whole numbers only
-  std::optional<double> start;  // value of a new effect; none where another parameter has it
-  const char* meaning;
-};
+constexpr int32_t reverb_number(ubr_reverb_param id) { return orvane_reverb_parameter(id)->number; }
+constexpr int32_t reflections_number(ubr_reflections_param id) {
+  return orvane_reflections_parameter(id)->number;
+}
 
-// In the order of their ids.
+// Numbers of the effect that more than the table knows by name.
+constexpr int32_t kReverbEnable = reverb_number(UBR_REVERB_ENABLE);
+constexpr int32_t kReverbDecay = reverb_number(UBR_REVERB_DECAY);
+constexpr int32_t kReverbPreDelay = reverb_number(UBR_REVERB_PRE_DELAY);
+constexpr int32_t kReflectionsMode = reflections_number(UBR_REFLECTIONS_MODE);
+constexpr int32_t kRoomLength = reflections_number(UBR_REFLECTIONS_ROOM_X);  // then width, height
+constexpr int32_t kAbsorption = reflections_number(UBR_REFLECTIONS_ABSORPTION);  // of six walls
+constexpr int32_t kMaterial = reflections_number(UBR_REFLECTIONS_MATERIAL);      // likewise
+constexpr int32_t kListener = reflections_number(UBR_REFLECTIONS_LISTENER_X);    // x, y, z
+constexpr int32_t kNumWalls = SHOEBOX_WALLS;
+
+// In the order of their numbers.
 std::span<const Parameter> parameters();
 
-// The one with this id, which is one of those above.
-const Parameter& parameter(int32_t id);
+// The one with this number, which is one of those above.
+const Parameter& parameter(int32_t number);
 
 // By name or by number; throws BadText where there is none.
-const Parameter& parameter_find(std::string_view name_or_id);
+const Parameter& parameter_find(std::string_view name_or_number);
 
-// "0.1 to 1", for messages.
+// Whether the effect may take `value`; what limits it at the moment is not looked at. Of switches
+// and whole numbers no fractions, which the effect would drop.
+bool parameter_takes(const Parameter& parameter, double value);
+
+// "a whole number from 1 to 27", for messages.
 std::string parameter_range(const Parameter& parameter);
+
+// "1...27", for help texts.
+std::string parameter_ends(const Parameter& parameter);
 
 // The whole table for a terminal.
 std::string parameters_text();

@@ -12,8 +12,8 @@ namespace render {
 const char kRoomOptionsHelp[] = R"(Rooms:
   Without options the effect is as it starts on a device: with reverberation,
   without reflections. Room, walls and listener are heard in the reflections
-  only, so they need --reflections 1...4 (cost and detail grow with it). WALL is
-  front, back, left, right, ceiling or floor. What several options set is settled
+  only, so they need --reflections (cost and detail grow with its number). WALL
+  is front, back, left, right, ceiling or floor. What several options set is settled
   by the last of them in the order of the list above: add --dry to any command
   to hear it without a room. --parameters lists all names, ranges and defaults.
 )";
@@ -74,11 +74,14 @@ void add_room(CLI::App* app, Settings* settings) {
   add_text(app, "--listener", "X,Y,Z",
            "Place in metres ahead and to the left of the middle, above the floor",
            read_numbers(settings, kListener, ',', "X,Y,Z"));
-  add_assignments(app, "--material", "WALL=NUMBER", "What a wall is made of, 1...27", "material.",
+  add_assignments(app, "--material", "WALL=NUMBER",
+                  "What a wall is made of, " + parameter_ends(parameter(kMaterial)), "material.",
                   settings);
-  add_assignments(app, "--absorption", "WALL=A", "What a wall swallows, 0...1", "absorption.",
+  add_assignments(app, "--absorption", "WALL=A",
+                  "What a wall swallows, " + parameter_ends(parameter(kAbsorption)), "absorption.",
                   settings);
-  add_text(app, "--reflections", "0...4", "Early reflections, in more and more detail",
+  add_text(app, "--reflections", parameter_ends(parameter(kReflectionsMode)),
+           "Early reflections, in more and more detail",
            [=](std::string_view text) { settings->set(parameter(kReflectionsMode), text); });
   add_assignments(app, "--reverb", "NAME=VALUE", "For instance decay=0.4,level=0.1", "reverb.",
                   settings);

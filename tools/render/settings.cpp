@@ -14,9 +14,10 @@ constexpr size_t kEarFilterTaps = 256;
 constexpr double kSpeedOfSound = 343.0;  // metres per second, as the effect has it
 
 // Absorption and material of a wall are one value in the effect, where the last write counts.
-int32_t same_wall(int32_t id) {
-  if (id < kAbsorption || id >= kMaterial + kNumWalls) return id;
-  return id < kMaterial ? id + (kMaterial - kAbsorption) : id - (kMaterial - kAbsorption);
+int32_t same_wall(int32_t number) {
+  if (number < kAbsorption || number >= kMaterial + kNumWalls) return number;
+  return number < kMaterial ? number + (kMaterial - kAbsorption)
+                            : number - (kMaterial - kAbsorption);
 }
 
 // Upper bound of the longest way from a loudspeaker, 1 m from the listener, by a wall: there and
@@ -38,13 +39,12 @@ size_t frames(double seconds) { return static_cast<size_t>(std::ceil(seconds * k
 
 void Settings::set(const Parameter& parameter, std::string_view value) {
   const std::optional<double> number = text_number(value);
-  if (!number || *number < parameter.minimum || *number > parameter.maximum ||
-      (parameter.whole && *number != std::trunc(*number))) {
+  if (!number || !parameter_takes(parameter, *number)) {
     throw BadText(std::string(parameter.name) + " takes " + parameter_range(parameter) + ", not " +
                   std::string(value));
   }
-  values_.erase(same_wall(parameter.id));
-  values_[parameter.id] = *number;
+  values_.erase(same_wall(parameter.number));
+  values_[parameter.number] = *number;
 }
 
 void Settings::set_assignment(std::string_view family, std::string_view text) {
@@ -56,20 +56,22 @@ void Settings::set_assignment(std::string_view family, std::string_view text) {
   set(parameter_find(name), text_trim(text.substr(equals + 1)));
 }
 
-double Settings::value(int32_t id) const {
-  const auto found = values_.find(id);
-  return found != values_.end() ? found->second : parameter(id).start.value_or(0.0);
+double Settings::value(int32_t number) const {
+  const auto found = values_.find(number);
+  return found != values_.end() ? found->second
+                                : static_cast<double>(parameter(number).default_value);
 }
 
 void Settings::check() const {
-  for (int32_t axis = 0; axis < 3; ++axis) {
-    const auto written = values_.find(kListener + axis);
-    if (written == values_.end()) continue;
-    const double size = value(kRoomLength + axis);
-    const double limit = axis == 2 ? size : 0.5 * size;
-    if (std::fabs(written->second) <= limit) continue;
-    throw BadText(text_format("listener.%c takes %g to %g in this room, not %g", "xyz"[axis],
-                              axis == 2 ? 0.1 : -limit, limit, written->second));
+  for (const auto& [number, written] : values_) {
+    const Parameter& limited = parameter(number);
+    if (!limited.limiting) continue;
+    const float limit = static_cast<float>(value(limited.limiting));
+    if (orvane_parameter_accepts(&limited, limit, static_cast<float>(written))) continue;
+    const orvane_range_t range = orvane_parameter_range(&limited, limit);
+    throw BadText(text_format("%s takes %g to %g in this room, not %g", limited.name,
+                              static_cast<double>(range.minimum),
+                              static_cast<double>(range.maximum), written));
   }
 }
 
@@ -80,11 +82,11 @@ bool Settings::has_unheard_room() const {
 std::vector<Settings::Write> Settings::writes() const {
   std::vector<Write> writes;
   for (const Parameter& parameter : parameters()) {
-    const auto found = values_.find(parameter.id);
+    const auto found = values_.find(parameter.number);
     if (found != values_.end()) writes.push_back({&parameter, found->second});
   }
   const auto mode = std::find_if(writes.begin(), writes.end(), [](const Write& write) {
-    return write.parameter->id == kReflectionsMode;
+    return write.parameter->number == kReflectionsMode;
   });
   if (mode != writes.end()) std::rotate(mode, mode + 1, writes.end());
   return writes;
@@ -92,8 +94,8 @@ std::vector<Settings::Write> Settings::writes() const {
 
 void settings_send(const Settings& settings, EffectHost* effect) {
   for (const Settings::Write& write : settings.writes()) {
-    effect->set_parameter(write.parameter->id, static_cast<float>(write.value),
-                          std::string(write.parameter->name));
+    effect->set_parameter(write.parameter->number, static_cast<float>(write.value),
+                          write.parameter->name);
   }
 }
 

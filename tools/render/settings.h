@@ -25,7 +25,7 @@ class Settings {
   void set_assignment(std::string_view family, std::string_view text);
 
   // In force: what was set, else what a new effect has. Not for materials.
-  double value(int32_t id) const;
+  double value(int32_t number) const;
 
   // Throws BadText for what is only wrong together: a listener outside the room.
   void check() const;
@@ -43,7 +43,7 @@ class Settings {
   std::vector<Write> writes() const;
 
  private:
-  std::map<int32_t, double> values_;  // by id
+  std::map<int32_t, double> values_;  // by number
 };
 
 // Sends what was set. Throws Failure when the effect refuses it.

@@ -87,13 +87,15 @@ class Soak {
   void set_parameter(render::EffectHost& effect) {
     const auto all = render::parameters();
     const render::Parameter& chosen = all[random_() % all.size()];
-    // The listener has to be within the room, and rooms go down to a metre.
-    const bool places = chosen.id >= render::kListener;
-    const double low = places ? std::max(chosen.minimum, -0.5) : chosen.minimum;
-    const double high = places ? 0.5 : chosen.maximum;
-    const double value = between(low, high);
-    effect.set_parameter(chosen.id, static_cast<float>(chosen.whole ? std::round(value) : value),
-                         std::string(chosen.name));
+    // The listener has to be within the smallest room.
+    const float limit =
+        chosen.limiting ? render::parameter(chosen.limiting).minimum : chosen.maximum;
+    const orvane_range_t range = orvane_parameter_range(&chosen, limit);
+    const double value =
+        between(static_cast<double>(range.minimum), static_cast<double>(range.maximum));
+    const bool is_number = chosen.kind == ORVANE_KIND_NUMBER;
+    effect.set_parameter(chosen.number, static_cast<float>(is_number ? value : std::round(value)),
+                         chosen.name);
   }
 
   void render_block(render::EffectHost& effect, size_t channels) {

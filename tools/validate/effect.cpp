@@ -46,7 +46,7 @@ Effect::Effect(const Library& library, const std::string& layout)
 }
 
 void Effect::set(const std::string& name, double value) {
-  host_.set_parameter(render::parameter_find(name).id, static_cast<float>(value), name);
+  host_.set_parameter(render::parameter_find(name).number, static_cast<float>(value), name);
 }
 
 void Effect::turn_head(const render::Rotation& head) {
