@@ -1,7 +1,8 @@
 #!/bin/sh
 # An installed tree serves programs wherever it was put: every header compiles alone as strict C11 and
 # as C++20, the examples build through pkg-config and through the CMake package, render the same sound
-# on both roads, and every program has a man page that reads without a warning.
+# on both roads, the Python package works from there, and every program has a man page that reads without
+# a warning.
 #   $1 build tree   $2 C compiler   $3 C++ compiler   $4 folder of the examples
 set -eu
 prefix=$(mktemp -d)
@@ -55,6 +56,13 @@ def leans_left(file, turn, factor=1.2):
 assert [leans_left(sys.argv[1], turn) for turn in (0, 1, 2, 4, 5)] == [True, False, False, True, False]
 # The source is at the left for the second and third half second, at the right two seconds later.
 assert [leans_left(sys.argv[2], turn) for turn in (1, 2, 5, 6)] == [True, True, False, False]
+END
+
+# The Python package finds the headers and the library that were installed with it.
+PYTHONPATH=$prefix/lib/python3/dist-packages /usr/bin/python3 - "$prefix" <<END
+import sys, orvane
+assert orvane.LIBRARY_PATH.startswith(sys.argv[1]), orvane.LIBRARY_PATH
+orvane.Renderer(parameters={"reverb.decay": 1}), orvane.Effect()
 END
 
 for program in "$prefix"/bin/*; do

@@ -1,7 +1,7 @@
 #!/bin/sh
-# The Debian package names all that it needs: with what apt finds for it from nothing, unpacked into an
-# empty root, every program runs there, and so does a C program built from the package's own files.
-# Nothing is installed on this machine. Needs root, for chroot.
+# The Debian packages name all that they need: with what apt finds for them from nothing, unpacked into an
+# empty root, every program runs there, and so do a C program built from the package's own files and the
+# Python package, without a compiler. Nothing is installed on this machine. Needs root, for chroot.
 set -eu
 cd "$(dirname "$0")/.."
 work=$(mktemp -d)
@@ -13,15 +13,17 @@ cmake --build --preset deb
 rm -f build/deb/*.deb
 cpack --preset deb
 package=$PWD/$(echo build/deb/liborvane_*.deb)
+python_package=$PWD/$(echo build/deb/python3-orvane_*.deb)
 dpkg-deb --info "$package"
+dpkg-deb --info "$python_package"
 
 [ "$(dpkg-deb -f "$package" Section)" = sound ]
 mkdir -p "$work/archives/partial" "$root/tmp"
 : >"$work/status"
 [ -n "$(apt-cache policy libsndfile1 | grep -v '(none)' | grep Candidate)" ] || apt-get update -q
 apt-get -qq -y --no-install-recommends --download-only -o Dir::State::status="$work/status" \
-  -o Dir::Cache::archives="$work/archives" -o APT::Sandbox::User=root install "$package"
-for archive in "$work"/archives/*.deb "$package"; do dpkg-deb -x "$archive" "$root"; done
+  -o Dir::Cache::archives="$work/archives" -o APT::Sandbox::User=root install "$package" "$python_package"
+for archive in "$work"/archives/*.deb "$package" "$python_package"; do dpkg-deb -x "$archive" "$root"; done
 
 for program in "$root"/usr/bin/orvane-*; do
   name=$(basename "$program")
@@ -38,4 +40,13 @@ cc -std=c11 examples/renderer.c -o "$root/renderer" \
   $(PKG_CONFIG_PATH=$package_config pkg-config --cflags --libs orvane) -lm
 chroot "$root" /renderer /tmp/ears.wav
 [ "$(stat -c %s "$root/tmp/ears.wav")" = $((44 + 8 * 6 * 24000)) ]
-echo "the package is complete"
+
+# Debian's alternatives are set by scripts that do not run here.
+libraries=$(dirname "$(find "$root/usr/lib" -name 'libblas.so.3' | head -n 1)")
+LD_LIBRARY_PATH="${libraries#"$root"}:${libraries#"$root"}/../lapack" chroot "$root" /usr/bin/python3 - <<END
+import numpy, orvane
+with orvane.Renderer("7.1.4") as renderer, orvane.Effect("7.1.4") as effect:
+    bed = numpy.random.default_rng(1).standard_normal((12, 4800)).astype(numpy.float32)
+    assert numpy.array_equal(renderer.render(bed), effect.render(bed))
+END
+echo "the packages are complete"

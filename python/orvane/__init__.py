@@ -5,9 +5,13 @@ another precision are converted; integers are refused, as nothing would scale th
 +y left, +z up. Angles are in degrees (azimuth to the left, elevation upwards), rotation vectors in
 radians. The library is ORVANE_LIBRARY if that is set, else that of the package's checkout
 (build/release) or installation.
+
+What has no wrapper can be called through `ffi` and `lib`, cffi's view of the headers; `Rows` makes the
+arrays of row pointers that the functions take. Such calls are checked by nobody.
 """
 
-from orvane._library import LIBRARY_PATH, Error
+from orvane._library import LIBRARY_PATH, Error, ffi, lib
+from orvane._samples import Rows
 from orvane.effect import Effect
 from orvane.renderer import Renderer
 from orvane.rotations import pose_from_vector, vector_from_pose
@@ -16,6 +20,6 @@ from orvane.tables import LAYOUTS, MAX_BLOCK, PARAMETERS, SAMPLE_RATE, Layout, P
 
 __all__ = [
     "LAYOUTS", "LIBRARY_PATH", "MAX_BLOCK", "PARAMETERS", "SAMPLE_RATE", "Effect", "Error", "Layout", "Parameter",
-    "Reflections", "Renderer", "binauralize", "encode", "pose_from_vector", "rotate", "sh_weights", "shoebox",
-    "vector_from_pose", "velvet_noise",
+    "Reflections", "Renderer", "Rows", "binauralize", "encode", "ffi", "lib", "pose_from_vector", "rotate",
+    "sh_weights", "shoebox", "vector_from_pose", "velvet_noise",
 ]

@@ -29,6 +29,10 @@ class Headers:
         self.declarations = _TABLE.sub("", text)
         self._tables = [match.groups() for match in _TABLE.finditer(text)]
 
+    @property
+    def files(self) -> list[pathlib.Path]:
+        return [self._root / name for name in sorted(self._seen)]
+
     def tables(self, ffi: Any, lib: Any) -> dict[str, Any]:
         """The constants that the headers define, as records of C, by name."""
         made: dict[str, Any] = {}

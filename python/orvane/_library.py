@@ -31,6 +31,7 @@ struct __android_logger_data {
   unsigned int line;
 };
 typedef void (*__android_logger_function)(const struct __android_logger_data*, const char*);
+void __android_log_write_logger_data(struct __android_logger_data*, const char* message);
 void __android_log_set_logger(__android_logger_function logger);
 void __android_log_stderr_logger(const struct __android_logger_data*, const char* message);
 """
@@ -76,10 +77,20 @@ def _find_headers(library: str) -> pathlib.Path:
     raise ImportError(f"no headers of liborvane near {library} or {__file__}")
 
 
+def _require_fresh(library: pathlib.Path, root: pathlib.Path, headers: Headers) -> None:
+    """Refuses a library of a checkout that was built before its headers changed: records might differ."""
+    if not (root / "CMakeLists.txt").is_file() or not library.is_file():
+        return
+    for header in headers.files:
+        if header.stat().st_mtime > library.stat().st_mtime:
+            raise ImportError(f"{library} is older than {header}; build it again")
+
+
 def _load() -> tuple[Any, Any, dict[str, Any], str]:
     path = _find_library()
     root = _find_headers(path)
-    headers = Headers(root, [name for name in _HEADERS if (root / name).is_file()])
+    headers = Headers(root, _HEADERS)
+    _require_fresh(pathlib.Path(path), root, headers)
     ffi = cffi.FFI()
     ffi.cdef(headers.declarations + _PLATFORM)
     try:

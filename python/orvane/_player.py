@@ -5,7 +5,7 @@ from __future__ import annotations
 import abc
 import threading
 from types import TracebackType
-from typing import TypeVar
+from typing import Callable, TypeVar
 
 import numpy as np
 import numpy.typing as npt
@@ -17,13 +17,33 @@ from orvane.rotations import Vector, pose_from_vector, vector_from_pose
 Self = TypeVar("Self", bound="Player")
 
 
+class _Orientation:
+    """The head's orientation in one form. (A property could not take more types than it gives.)"""
+
+    def __init__(self, meaning: str, to_vector: Callable[[Vector], Vector],
+                 from_vector: Callable[[Vector], Vector]) -> None:
+        self.__doc__ = meaning
+        self._to_vector, self._from_vector = to_vector, from_vector
+
+    def __set_name__(self, owner: type[Player], name: str) -> None:
+        self._name = name
+
+    def __get__(self, player: Player, owner: type[Player]) -> Vector:
+        return self._from_vector(player._rotation_vector)
+
+    def __set__(self, player: Player, value: npt.ArrayLike) -> None:
+        vector = self._to_vector(as_vector(value, self._name))
+        player._turn(vector)
+        player._rotation_vector = vector
+
+
 class Player(abc.ABC):
     """Renders blocks of samples for a head that turns."""
 
     parameters: Parameters
 
     def __init__(self) -> None:
-        self._lock = threading.Lock()  # calls on one instance must not overlap
+        self._lock = threading.RLock()  # calls on one instance must not overlap
         self._rotation_vector: Vector = np.zeros(3)
 
     @property
@@ -51,28 +71,11 @@ class Player(abc.ABC):
     @abc.abstractmethod
     def _render(self, samples: Samples, out: Samples, first: int, frames: int) -> None: ...
 
-    @property
-    def rotation_vector(self) -> Vector:
-        """The head's orientation as axis times angle in radians, +x ahead, +y left, +z up.
-
-        It is faded in over the next block.
-        """
-        return self._rotation_vector.copy()
-
-    @rotation_vector.setter
-    def rotation_vector(self, vector: npt.ArrayLike) -> None:
-        checked = as_vector(vector, "rotation_vector")
-        self._turn(checked)
-        self._rotation_vector = checked
-
-    @property
-    def pose(self) -> Vector:
-        """The same as yaw, pitch and roll in degrees: see `orvane.vector_from_pose`."""
-        return pose_from_vector(self._rotation_vector)
-
-    @pose.setter
-    def pose(self, angles: npt.ArrayLike) -> None:
-        self.rotation_vector = vector_from_pose(as_vector(angles, "pose"))
+    rotation_vector = _Orientation(
+        "The head's orientation as axis times angle in radians, faded in over the next block.", np.array, np.array)
+    pose = _Orientation(
+        "The same as yaw, pitch and roll in degrees: see `orvane.vector_from_pose`.", vector_from_pose,
+        pose_from_vector)
 
     def process(self, samples: npt.ArrayLike, out: Samples | None = None) -> Samples:
         """Renders one block: (inputs, frames) to (outputs, frames), with 1 to `block` frames.

@@ -2,10 +2,11 @@
 
 from __future__ import annotations
 
+import atexit
 import contextlib
 import struct
-import sys
 import threading
+import weakref
 from typing import Any, Iterator, Mapping
 
 import numpy as np
@@ -33,8 +34,9 @@ class Effect(Player):
     parameters  what to set at the start
 
     `log` has the lines that the effect wrote to the platform's log, as (priority, text); priorities
-    are the platform's, 4 information, 5 warning, 6 error. Raises Error with the effect's last error
-    line where it refuses. Threads: as Renderer.
+    are the platform's, 4 information, 5 warning, 6 error. It stays empty where the system's liblog
+    is not that of Debian 12. Raises Error with the lines of error that the effect logged where it
+    refuses. Threads: as Renderer.
     """
 
     def __init__(self, layout: str | int = "7.1.4", *, block: int = 480, accumulate: bool = False,
@@ -44,6 +46,7 @@ class Effect(Player):
         self._block = block
         self._is_accumulating = accumulate
         self._inputs = 0
+        self._lines_before = 0
         super().__init__()
         if not 1 <= block <= MAX_BLOCK:
             raise ValueError(f"block: 1 to {MAX_BLOCK} samples, not {block}")
@@ -55,6 +58,7 @@ class Effect(Player):
         except BaseException:
             self.close()
             raise
+        _open_effects.add(self)
 
     @property
     def inputs(self) -> int:
@@ -69,7 +73,11 @@ class Effect(Player):
         return self._block
 
     def configure(self, layout: str | int) -> None:
-        """EFFECT_CMD_SET_CONFIG: another layout or channel mask. Parameters return to their defaults."""
+        """EFFECT_CMD_SET_CONFIG: another layout or channel mask. Parameters return to their defaults.
+
+        A configuration that is refused ends the effect: it keeps such a mask, and would read that
+        many channels.
+        """
         mask = layout if isinstance(layout, int) else find_layout(layout).mask
         config = ffi.new("effect_config_t *")
         for stream, channels in ((config.inputCfg, mask), (config.outputCfg, lib.AUDIO_CHANNEL_OUT_STEREO)):
@@ -80,11 +88,16 @@ class Effect(Player):
         config.inputCfg.accessMode = lib.EFFECT_BUFFER_ACCESS_READ
         config.outputCfg.accessMode = (lib.EFFECT_BUFFER_ACCESS_ACCUMULATE if self._is_accumulating
                                        else lib.EFFECT_BUFFER_ACCESS_WRITE)
-        self.command("EFFECT_CMD_SET_CONFIG", bytes(ffi.buffer(config)))
-        if not self._inputs:
-            self.command("EFFECT_CMD_ENABLE")
-        self._inputs = bin(mask).count("1")
-        self.parameters.restore_defaults()
+        with self._lock:
+            try:
+                self.command("EFFECT_CMD_SET_CONFIG", bytes(ffi.buffer(config)))
+                if not self._inputs:
+                    self.command("EFFECT_CMD_ENABLE")
+            except Error:
+                self.close()
+                raise
+            self._inputs = bin(mask).count("1")
+            self.parameters.restore_defaults()
 
     def reset(self) -> None:
         """EFFECT_CMD_RESET: silence, and the head straight ahead. Parameters stay."""
@@ -106,7 +119,7 @@ class Effect(Player):
         reply = (size, status) if replies else (ffi.NULL, ffi.NULL)
         self._call(name, "command", getattr(lib, name), len(data), buffer, *reply, detail=detail)
         if status[0] != 0:
-            raise Error(name, status[0], self._last_error() or detail)
+            raise Error(name, status[0], self._explained(detail))
 
     def close(self) -> None:
         with self._lock:
@@ -120,7 +133,7 @@ class Effect(Player):
         with _logging_to(self.log):
             code = lib.AELI.create_effect(tables["orvane_uuid"], 0, 0, handle)
         if code != 0:
-            raise Error("create_effect", code, self._last_error())
+            raise Error("create_effect", code, self._explained(""))
         self._handle = handle[0]
 
     def _call(self, name: str, slot: str, *arguments: Any, detail: str = "") -> None:
@@ -128,13 +141,16 @@ class Effect(Player):
         with self._lock:
             if self._handle == ffi.NULL:
                 raise ValueError("the effect is closed")
+            self._lines_before = len(self.log)
             with _logging_to(self.log):
                 code = getattr(self._handle[0], slot)(self._handle, *arguments)
         if code != 0:
-            raise Error(name, code, self._last_error() or detail)
+            raise Error(name, code, self._explained(detail))
 
-    def _last_error(self) -> str:
-        return next((text for priority, text in reversed(self.log) if priority >= _LOG_ERROR), "")
+    def _explained(self, detail: str) -> str:
+        """`detail` and the errors that the last call logged."""
+        lines = [text for priority, text in self.log[self._lines_before:] if priority >= _LOG_ERROR]
+        return "; ".join(filter(None, [detail, *lines]))
 
     def _turn(self, rotation_vector: Vector) -> None:
         pose = np.concatenate([np.zeros(3), platform_vector(rotation_vector)]).astype(np.float32)
@@ -147,12 +163,15 @@ class Effect(Player):
         for buffer, interleaved in zip(buffers, (bed, ears)):
             buffer.frameCount = frames
             buffer.raw = ffi.cast("void *", interleaved.ctypes.data)
-        self._call("process", "process", ffi.addressof(buffers[0]), ffi.addressof(buffers[1]))
+        with self._lock:
+            if len(samples) != self._inputs:
+                raise ValueError("another thread has configured the effect")
+            self._call("process", "process", ffi.addressof(buffers[0]), ffi.addressof(buffers[1]))
         out[:, first:first + frames] = ears.T
 
     def _apply(self, values: Mapping[Parameter, float]) -> None:
         for parameter, value in values.items():
-            self.set_parameter(parameter.number, struct.pack("=f", value), explain(parameter, value))
+            self.set_parameter(parameter.number, bytes(ffi.buffer(ffi.new("float *", value))), explain(parameter, value))
             self.parameters.remember(parameter, value)
 
 
@@ -180,7 +199,19 @@ def _log(data: Any, message: Any) -> None:
         lines.append((data.priority, ffi.string(message).decode(errors="replace")))
 
 
-try:
+_open_effects: weakref.WeakSet[Effect] = weakref.WeakSet()
+
+
+@atexit.register
+def _end() -> None:
+    """Ends what could still log: the interpreter takes no line after this."""
+    for effect in list(_open_effects):
+        effect.close()
+    if _HANDS_OVER_LINES:
+        getattr(lib, "__android_log_set_logger")(ffi.addressof(lib, "__android_log_stderr_logger"))
+
+
+# The liblog of Android 10, which Debian 12 has. A later one hands its lines over in another form.
+_HANDS_OVER_LINES = hasattr(lib, "__android_log_write_logger_data")
+if _HANDS_OVER_LINES:
     getattr(lib, "__android_log_set_logger")(_log)
-except AttributeError:  # a liblog of before Android 11 writes where it wants
-    print("orvane: this liblog cannot hand over its lines; Effect.log stays empty", file=sys.stderr)

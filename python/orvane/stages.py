@@ -14,6 +14,8 @@ from orvane._samples import Rows, Samples, as_samples, as_vector, output
 from orvane.rotations import vector_from_pose
 from orvane.tables import MAX_BLOCK, SAMPLE_RATE
 
+_LONGEST_BLOCK = 1 << 20  # of the binauralizer, which would end the process for one of 2^30
+
 Array = npt.NDArray[np.float64]
 
 
@@ -96,7 +98,7 @@ def binauralize(field: npt.ArrayLike, *, block: int = MAX_BLOCK) -> Samples:
     sources = as_samples(field)
     if block < 1:
         raise ValueError(f"block: at least 1 sample, not {block}")
-    block = min(block, max(sources.shape[1], 1))
+    block = min(block, max(sources.shape[1], 1), _LONGEST_BLOCK)
     with _record("binauralizer", _order(sources), block) as binauralizer:
         ears = output(None, (binauralizer.num_ears, sources.shape[1]), sources)
         for inputs, outputs, frames in _blocks(sources, ears, block):
@@ -137,7 +139,7 @@ def shoebox(size: npt.ArrayLike, listener: npt.ArrayLike, sources: npt.ArrayLike
     if absorption is not None:
         _set_walls(room, lib.shoebox_set_abscoeff, absorption, 0.0, 1.0)
     if materials is not None:
-        _set_walls(room, lib.shoebox_set_material, materials, 1.0, 27.0)
+        _set_walls(room, lib.shoebox_set_material, materials, 1.0, float(lib.SHOEBOX_MATERIALS))
     taps = []
     for first in range(0, len(places), lib.SHOEBOX_MAX_SOURCES):
         group = places[first:first + lib.SHOEBOX_MAX_SOURCES]

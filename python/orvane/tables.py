@@ -10,7 +10,7 @@ import numpy.typing as npt
 
 from orvane._library import ffi, lib, tables
 
-SAMPLE_RATE: int = lib.REFLECTIONS_SAMPLE_RATE  # Hz: of the impulse responses, delays and times
+SAMPLE_RATE: int = lib.ORVANE_SAMPLE_RATE  # Hz: of the impulse responses, delays and times
 MAX_BLOCK: int = lib.UBR_MAX_FRAME_SIZE  # samples of the longest block
 
 
@@ -80,7 +80,7 @@ def _parameter(row: Any) -> Parameter:
 
 
 LAYOUTS: Mapping[str, Layout] = {x.name: x for x in map(_layout, tables["orvane_layouts"])}
-PARAMETERS: Mapping[str, Parameter] = {x.name: x for x in map(_parameter, tables.get("orvane_parameters", []))}
+PARAMETERS: Mapping[str, Parameter] = {x.name: x for x in map(_parameter, tables["orvane_parameters"])}
 
 
 def find_layout(name: str) -> Layout:
