@@ -4,7 +4,8 @@
     room.py OUT.svg [PRESET PRESET]
 
 The presets are the files that orvane-render --preset reads, by default living room and hall. Prints
-early decay time, T20 and T30, each as the time to -60 dB.
+early decay time, T20 and T30, each as the time in which the fitted line falls by 60 dB. The tail itself
+ends earlier, where its envelope has reached 0.001.
 """
 
 import pathlib
@@ -41,11 +42,10 @@ def decay_of(ears):
     return 10 * np.log10(np.maximum(remaining / remaining[0], 1e-12))
 
 
-def time_to_60(decay, start_db, end_db):
-    """Seconds to -60 dB of the line fitted to the decay between two levels (ISO 3382)."""
+def fit(decay, start_db, end_db):
+    """The line fitted to the decay between two levels (ISO 3382): dB per second, and dB at the start."""
     index = np.flatnonzero((decay <= start_db) & (decay >= end_db))
-    slope = np.polyfit(index / orvane.SAMPLE_RATE, decay[index], 1)[0]
-    return -60 / slope
+    return np.polyfit(index / orvane.SAMPLE_RATE, decay[index], 1)
 
 
 def main(path, presets):
@@ -54,11 +54,13 @@ def main(path, presets):
         ears = response_of(read_preset(preset))
         decay = decay_of(ears)
         times = np.arange(ears.shape[1]) / orvane.SAMPLE_RATE
-        edt, t20, t30 = (time_to_60(decay, *span) for span in ((0, -10), (-5, -25), (-5, -35)))
+        lines = [fit(decay, *span) for span in ((0, -10), (-5, -25), (-5, -35))]
+        edt, t20, t30 = (-60 / slope for slope, _ in lines)
         print(f"{preset.stem}: EDT {edt:.2f} s, T20 {t20:.2f} s, T30 {t30:.2f} s")
         first = times < 0.08
         early.plot(1000 * times[first], ears[0, first], label=preset.stem, alpha=0.8)
-        late.plot(times, decay, label=f"{preset.stem}, T20 {t20:.2f} s")
+        (curve,) = late.plot(times, decay, label=preset.stem)
+        late.plot(times, np.polyval(lines[1], times), "--", color=curve.get_color(), label=f"T20 {t20:.2f} s")
     early.set(xlabel="milliseconds", ylabel="left ear", ylim=(-0.06, 0.06), title="the first reflections")
     late.set(xlabel="seconds", ylabel="energy to come, dB", ylim=(-65, 2), title="decay")
     for axes in (early, late):
