@@ -69,6 +69,9 @@ TEST(EffectStateTest, OnlyAnEnabledInstanceRenders) {
   EXPECT_EQ(-ENODATA, process_block(host, 8));
   EXPECT_EQ(-ENOSYS, host.send(EFFECT_CMD_DISABLE));
   EXPECT_EQ(-EINVAL, host.set_pose(0.0f, 0.0f, 0.5f));  // before there is a renderer
+  EXPECT_EQ(0, host.send(EFFECT_CMD_ENABLE));
+  EXPECT_EQ(-1, process_block(host, 8));
+  EXPECT_EQ(0, host.send(EFFECT_CMD_DISABLE));
   ASSERT_EQ(0, host.configure(AUDIO_CHANNEL_OUT_7POINT1));
   EXPECT_EQ(-ENODATA, process_block(host, 8));
   ASSERT_EQ(0, host.send(EFFECT_CMD_ENABLE));
