@@ -4,8 +4,7 @@
     room.py OUT.svg [PRESET PRESET]
 
 The presets are the files that orvane-render --preset reads, by default living room and hall. Prints
-early decay time, T20 and T30, each as the time in which the fitted line falls by 60 dB. The tail itself
-ends earlier, where its envelope has reached 0.001.
+early decay time, T20 and T30, each as the time to -60 dB.
 """
 
 import pathlib
@@ -42,10 +41,11 @@ def decay_of(ears):
     return 10 * np.log10(np.maximum(remaining / remaining[0], 1e-12))
 
 
-def fit(decay, start_db, end_db):
-    """The line fitted to the decay between two levels (ISO 3382): dB per second, and dB at the start."""
+def time_to_60(decay, start_db, end_db):
+    """Seconds to -60 dB of the line fitted to the decay between two levels (ISO 3382)."""
     index = np.flatnonzero((decay <= start_db) & (decay >= end_db))
-    return np.polyfit(index / orvane.SAMPLE_RATE, decay[index], 1)
+    slope = np.polyfit(index / orvane.SAMPLE_RATE, decay[index], 1)[0]
+    return -60 / slope
 
 
 def main(path, presets):
@@ -54,13 +54,11 @@ def main(path, presets):
         ears = response_of(read_preset(preset))
         decay = decay_of(ears)
         times = np.arange(ears.shape[1]) / orvane.SAMPLE_RATE
-        lines = [fit(decay, *span) for span in ((0, -10), (-5, -25), (-5, -35))]
-        edt, t20, t30 = (-60 / slope for slope, _ in lines)
+        edt, t20, t30 = (time_to_60(decay, *span) for span in ((0, -10), (-5, -25), (-5, -35)))
         print(f"{preset.stem}: EDT {edt:.2f} s, T20 {t20:.2f} s, T30 {t30:.2f} s")
         first = times < 0.08
         early.plot(1000 * times[first], ears[0, first], label=preset.stem, alpha=0.8)
-        (curve,) = late.plot(times, decay, label=preset.stem)
-        late.plot(times, np.polyval(lines[1], times), "--", color=curve.get_color(), label=f"T20 {t20:.2f} s")
+        late.plot(times, decay, label=f"{preset.stem}, T20 {t20:.2f} s")
     early.set(xlabel="milliseconds", ylabel="left ear", ylim=(-0.06, 0.06), title="the first reflections")
     late.set(xlabel="seconds", ylabel="energy to come, dB", ylim=(-65, 2), title="decay")
     for axes in (early, late):

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "base/result.h"
+#include "tests/support/harmonics.h"
 #include "tests/support/signals.h"
-#include "tools/measure/harmonics.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ TEST(AmbisonicsBeamTest, HoldsTheHarmonicsInAcnOrder) {
           base.beam(static_cast<float>(azimuth), static_cast<float>(elevation), 0.5f);
       for (int n = 0, i = 0; n <= 4; ++n) {
         for (int m = -n; m <= n; ++m, ++i) {
-          EXPECT_NEAR(0.5 * measure::harmonic(n, m, azimuth, elevation),
+          EXPECT_NEAR(0.5 * test_support::harmonic(n, m, azimuth, elevation),
                       beam[static_cast<size_t>(i)], 1e-6)
               << n << ", " << m << " at " << azimuth << ", " << elevation;
         }

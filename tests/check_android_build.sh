@@ -24,7 +24,7 @@ tests/check_exports.sh build/android-arm64/liborvane.so . aarch64-linux-gnu-nm \
   aarch64-linux-gnu-readelf liblog libc libm ld-linux-aarch64
 
 emulate() { qemu-aarch64 -E LD_LIBRARY_PATH="$sysroot/usr/lib" "build/arm64/$@"; }
-emulate orvane-demo impulse "$stand_in/bed.wav"
+emulate orvane-render identify --layout 7.1 --bed "$stand_in/bed.wav"
 for preset in arm64 android-arm64; do
   emulate orvane-render "$stand_in/bed.wav" "$stand_in/$preset.wav" --preset living-room \
     --pose 30,10,0 --library "build/$preset/liborvane.so"

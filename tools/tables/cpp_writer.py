@@ -1,11 +1,13 @@
-"""Pieces of generated C++ shared by the table generators."""
+"""Pieces of generated C++ shared by the table generators, which find the package measure through this module."""
 
 import re
+import sys
 from pathlib import Path
 
 import numpy as np
 
 ROOT = Path(__file__).resolve().parents[2]  # of the source tree
+sys.path.append(str(ROOT / "tools"))
 
 FLOAT = re.compile(r"[-+]?\d+\.?\d*(?:e[-+]?\d+)?(?=f)")
 

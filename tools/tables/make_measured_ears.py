@@ -1,9 +1,10 @@
 #!/usr/bin/python3
-"""Makes tools/validate/measured_ears_table.cpp, with which orvane-validate compares the renderer.
+"""Makes tools/validate/measured_ears.csv, with which the validation report compares the renderer.
 
 Needs the Debian packages libmysofa1 (the measured set), python3-numpy, python3-scipy and python3-h5py.
 """
 
+import cpp_writer  # which finds the shared modules
 from hrir import measured_ears, pipeline
 
 

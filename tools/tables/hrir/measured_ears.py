@@ -1,65 +1,72 @@
-"""What the measured ears tell left from right, for comparison with the renderer's.
+"""What the measured ears hear from the directions that the validation report shows, for comparison with the renderer.
 
-The rows hold the equalised set around the horizon; the right ear is the mirror image.
+The rows hold the equalised set; the right ear is the mirror image.
 """
+
+import csv
+import io
 
 import numpy as np
 
-from cpp_writer import FLOAT, ROOT, file_head
+from cpp_writer import ROOT
+from measure import ears, erb, sphere
 
-from . import grid, measured_set, quality, sphere
+from . import grid, quality
 
-PATH = ROOT / "tools" / "validate" / "measured_ears_table.cpp"
-TOLERANCE = 0.02  # dB and microseconds; values are rounded to hundredths
-DEGREES = np.arange(0, 181, 5)
-LOW_PASS_HALF_TAPS = 64
-VALUES_PER_LINE = 10
+PATH = ROOT / "tools" / "validate" / "measured_ears.csv"
+TOLERANCE = 0.02  # dB, microseconds and degrees
+DECIMALS = 3
 
-
-def low_pass():
-    """Gain per bin of the low-pass of tools/measure/ear_measure.cpp, a windowed sinc."""
-    taps = np.arange(-LOW_PASS_HALF_TAPS, LOW_PASS_HALF_TAPS + 1)
-    cutoff = 2.0 * quality.TIME_DIFFERENCE_HIGHEST_HZ / grid.SAMPLE_RATE
-    window = 0.5 + 0.5 * np.cos(np.pi * taps / (LOW_PASS_HALF_TAPS + 1))
-    weights = cutoff * np.sinc(cutoff * taps) * window
-    return np.cos(2.0 * np.pi * np.outer(grid.FREQUENCIES, taps) / grid.SAMPLE_RATE) @ weights
+# Azimuths and elevations in degrees: around the left from ahead to behind; from below over the top to behind; and the
+# same at the left as far as the top. Nothing was measured below -40 degrees.
+FROM_BELOW = np.arange(-40, 91, 10)
+ARCS = {
+    "horizon": (np.arange(0, 181, 5), np.zeros(37)),
+    "median": (np.repeat([0, 180], [14, 13]), np.concatenate([FROM_BELOW, FROM_BELOW[-2::-1]])),
+    "side": (np.full(14, 90), FROM_BELOW),
+}
 
 
 def make(hrtfs):
-    """Rows of azimuth (degrees), time difference (us) and level difference per band (dB)."""
-    azimuth = np.radians(DEGREES)
-    left = sphere.nearest_direction(hrtfs.azimuth, hrtfs.elevation, azimuth, 0.0 * azimuth)
-    right = sphere.nearest_direction(hrtfs.azimuth, hrtfs.elevation, -azimuth, 0.0 * azimuth)
-    ears = hrtfs.spectra[left], hrtfs.spectra[right]
-    time = quality.time_differences(ears[0] * low_pass(), ears[1] * low_pass())
-    level = quality.band_levels(ears[0]) - quality.band_levels(ears[1])
-    return np.column_stack([DEGREES, np.round(time, 2), np.round(level, 2)])
+    """Per arc, rows of azimuth, elevation (degrees), ITD (us), and levels (dB) of the left and the right ear's bands.
+
+    The angles are those of the measured direction that is nearest to the arc's.
+    """
+    gain = ears.low_pass_gain(grid.FREQUENCIES, grid.SAMPLE_RATE)
+    arcs = {}
+    for name, angles in ARCS.items():
+        azimuth, elevation = np.radians(angles)
+        found = slice(None, hrtfs.num_measured)
+        left, right = (
+            sphere.nearest_direction(hrtfs.azimuth[found], hrtfs.elevation[found], side * azimuth, elevation)
+            for side in (1.0, -1.0)
+        )
+        spectra = hrtfs.spectra[left], hrtfs.spectra[right]
+        low = [ear * gain for ear in spectra]
+        wrapped = np.angle(np.exp(1j * hrtfs.azimuth[left]))
+        arcs[name] = np.column_stack([
+            np.degrees(np.where(wrapped < -np.pi + 1e-6, np.pi, wrapped)),
+            np.degrees(hrtfs.elevation[left]),
+            ears.itd_of_spectra_us(*low, grid.FREQUENCIES, grid.SAMPLE_RATE),
+            *(quality.band_levels(ear) for ear in spectra),
+        ])  # fmt: skip
+    return arcs
 
 
-def render(rows):
-    """Text of the C++ file."""
-    lines = [
-        file_head(
-            "tools/tables/make_measured_ears.py",
-            f"{measured_set.DEFAULT_PATH.name}, see docs/data.md",
-            "tools/validate/measured_ears.h",
-        ),
-        "namespace validate {",
-        "",
-        "// clang-format off",
-        "const MeasuredEars kMeasuredEars[kMeasuredAzimuths] = {",
-    ]
-    for row in rows:
-        azimuth, time, *level = (f"{value:.2f}f" for value in row + 0.0)
-        lines += [f"    {{{azimuth}, {time}, {{"]
-        for start in range(0, len(level), VALUES_PER_LINE):
-            lines.append("      " + ", ".join(level[start : start + VALUES_PER_LINE]) + ",")
-        lines.append("    }},")
-    lines += ["};", "// clang-format on", "", "}  // namespace validate", ""]
-    return "\n".join(lines)
+def render(arcs):
+    """Text of the file."""
+    file = io.StringIO()
+    writer = csv.writer(file, lineterminator="\n")
+    bands = [f"{hz:.0f}" for hz in erb.CENTRES_HZ]
+    writer.writerow(["arc", "azimuth", "elevation", "itd_us"] + [f"{ear}_{hz}" for ear in ("left", "right") for hz in bands])
+    for name, rows in arcs.items():
+        for row in np.round(rows, DECIMALS) + 0.0:
+            writer.writerow([name] + [f"{value:.{DECIMALS}f}" for value in row])
+    return file.getvalue()
 
 
 def read():
-    """Rows of the committed file."""
-    values = FLOAT.findall(PATH.read_text().split("= {", 1)[1])
-    return np.array(values, float).reshape(len(DEGREES), -1)
+    """The committed rows, as make() gives them."""
+    with open(PATH, newline="") as file:
+        table = list(csv.reader(file))[1:]
+    return {name: np.array([row[1:] for row in table if row[0] == name], float) for name in ARCS}

@@ -1,0 +1,1 @@
+"""The demonstration: beds, and what became of them."""

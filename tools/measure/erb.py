@@ -1,0 +1,41 @@
+"""Levels as hearing resolves them: bands one ERB apart.
+
+B. R. Glasberg and B. C. J. Moore, "Derivation of auditory filter shapes from notched-noise data", Hearing Research
+47, 1990; the skirts of a band are those of a fourth-order gammatone filter.
+"""
+
+import numpy as np
+
+LOWEST_HZ, HIGHEST_HZ = 100.0, 16000.0  # centres of the first and at most the last band
+TRANSFORM = 1024  # the grid on which responses are judged
+SILENCE = 1e-12  # of the power
+
+
+def _number(hz):
+    return 21.4 * np.log10(1.0 + 0.00437 * hz)
+
+
+NUMBERS = np.arange(_number(LOWEST_HZ), _number(HIGHEST_HZ) + 1e-6)
+CENTRES_HZ = (10.0 ** (NUMBERS / 21.4) - 1.0) / 0.00437
+
+
+def weights(frequencies_hz):
+    """Weight of every frequency in every band, shape (bands, frequencies); those of a band add up to 1."""
+    bandwidths = 1.019 * 24.7 * (0.00437 * CENTRES_HZ + 1.0)
+    offset = (np.asarray(frequencies_hz)[None, :] - CENTRES_HZ[:, None]) / bandwidths[:, None]
+    response = (1.0 + offset**2) ** -4.0
+    return response / response.sum(axis=1, keepdims=True)
+
+
+def powers(responses, rate_hz):
+    """Power per band of impulse responses of shape (..., frames), up to TRANSFORM frames: (..., bands)."""
+    responses = np.asarray(responses, float)
+    if responses.shape[-1] > TRANSFORM:
+        raise ValueError(f"a response of more than {TRANSFORM} frames")
+    spectra = np.fft.rfft(responses, TRANSFORM)
+    return np.abs(spectra) ** 2 @ weights(np.fft.rfftfreq(TRANSFORM, 1.0 / rate_hz)).T
+
+
+def band_mean(levels, low_hz, high_hz=np.inf):
+    """Mean over the bands of (..., bands) whose centres lie from `low_hz` up to `high_hz`."""
+    return levels[..., (CENTRES_HZ >= low_hz) & (CENTRES_HZ < high_hz)].mean(axis=-1)

@@ -1,0 +1,121 @@
+"""The one table of what the report measures, of the limits that it holds the library to, and of their reasons.
+
+Exact limits follow from a definition. Rounding limits lie some 10 dB above what single precision leaves, about -120 dB;
+a fault is tens of dB above them. Data limits lie a little above what the compiled-in impulse responses or the design
+give: they hold what is there and show a table, a layout or a ramp that changed.
+"""
+
+from dataclasses import dataclass
+
+
+@dataclass(frozen=True)
+class Limit:
+    """`id` is SECTION.FIGURE; None stands for a limit that does not exist. NaN keeps no limit."""
+
+    id: str
+    what: str
+    unit: str
+    at_least: float | None
+    at_most: float | None
+    reason: str
+
+    def allows(self, value):
+        return (
+            value == value
+            and (self.at_least is None or value >= self.at_least)
+            and (self.at_most is None or value <= self.at_most)
+        )
+
+    @property
+    def text(self):
+        """ "≤ -110 dB", "144 to 146 samples" """
+        if self.at_least is None:
+            words = f"≤ {self.at_most:g}"
+        elif self.at_most is None:
+            words = f"≥ {self.at_least:.6g}"
+        elif self.at_least == self.at_most:
+            words = f"exactly {self.at_least:g}"
+        else:
+            words = f"{self.at_least:g} to {self.at_most:g}"
+        return f"{words} {self.unit}".strip()
+
+
+ROUNDING = "rounding of single precision leaves about -120 dB"
+DATA = "data: a little above what the impulse responses give"
+EVEN = "data: the more loudspeakers and the higher, the evener"
+WIDEST_AVERAGE_DB = 5.5  # for a layout that has no limit of its own below
+AVERAGE = "largest distance of the average from the diffuse field"
+
+_ROWS = [
+    *((f"rotation.order_{n}", f"worst error of a turned plane wave, order {n}", "dB", None, -110.0, ROUNDING)
+      for n in range(1, 5)),
+    ("consistency.round_trip", "worst error of a signal encoded, turned and decoded", "dB", None, -110.0, ROUNDING),
+    ("consistency.facing", "ears of a loudspeaker faced by the head against the centre's", "dB", None, -110.0, ROUNDING),
+    ("ears.time_mean", "error of the time difference, mean over azimuth", "µs", None, 7.5, DATA),
+    ("ears.time_largest", "error of the time difference, largest", "µs", None, 20.0,
+     "data; a step of 5 degrees is some 50 µs in front"),
+    ("ears.level_mean", "error of the level difference from 1.5 kHz, mean over azimuth", "dB", None, 1.7, DATA),
+    ("ears.level_largest", "error of the level difference from 1.5 kHz, worst azimuth", "dB", None, 3.5,
+     "data; the far ear straight at the side is the known weakness"),
+    ("loudspeakers.level", "mean level of the diffuse field", "dB", -13.0, -12.0, "data: the gain of the table"),
+    ("loudspeakers.diffuse_field", "largest distance of the diffuse field from its mean", "dB", None, 0.5,
+     "data, as the generator of the table holds it"),
+    ("loudspeakers.average_5.1", f"{AVERAGE}, 5.1", "dB", None, 5.5, EVEN),
+    ("loudspeakers.average_7.1", "the same for 7.1", "dB", None, 5.0, EVEN),
+    ("loudspeakers.average_5.1.2", "the same for 5.1.2", "dB", None, 4.0, EVEN),
+    ("loudspeakers.average_5.1.4", "the same for 5.1.4", "dB", None, 3.0, EVEN),
+    ("loudspeakers.average_7.1.4", "the same for 7.1.4", "dB", None, 3.0, EVEN),
+    ("loudspeakers.average_22.2", "the same for 22.2", "dB", None, 2.0, EVEN),
+    ("loudspeakers.asymmetry", "ears of a right loudspeaker against the exchanged ears of the left", "dB", None, -110.0,
+     "rounding: a pair gives exchanged ears"),
+    ("latency.centre", "from an impulse at the centre to the peak at the ears", "samples", 144.0, 146.0,
+     "data: peaks of the table's first channels"),
+    ("latency.field", "of encoder and rotator", "samples", 0.0, 0.0, "exact: both are products of matrices"),
+    ("latency.ear_filters", "of the ear filters", "samples", 145.0, 145.0, "exact: peak of the omnidirectional channel"),
+    ("latency.reverb", "from an impulse to the first pulse of the tail", "samples", 1440.0, 1520.0,
+     "exact: the pre-delay of 30 ms, and a pulse within 80 samples"),
+    ("latency.pose_begins", "from a pose to where it begins to be heard", "samples", 0.0, 160.0,
+     "exact: a step of the ramp, and the response up to its peak"),
+    ("latency.pose_done", "from a pose to where only it is heard", "samples", 512.0, 767.0,
+     "exact: the block and the 255 samples of a response"),
+    ("reverb.time", "largest deviation of a band's reverberation time from the setting", "%", None, 5.0,
+     "chance leaves less than half of it; also the least difference that is heard (ISO 3382-1)"),
+    ("reverb.density", "largest deviation of the pulses per second from 48000 / spacing", "%", None, 1.0,
+     "pulses that fall together"),
+    ("reverb.envelope", "largest distance of a pulse from the envelope", "dB", None, 0.01,
+     "rounding, 80 dB below the first pulse"),
+    ("reverb.balance", "largest level difference of the ears", "dB", None, 0.3, "chance"),
+    ("reverb.correlation", "largest correlation of the ears", "", None, 0.05, "chance: the ears have pulses of their own"),
+    ("reverb.mono", "correlation of the ears with stereo off", "", 0.999999, None, "exact: they share their pulses"),
+    ("reflections.delay", "largest distance of an echo from its exact delay", "samples", None, 0.51,
+     "exact: delays are whole samples"),
+    ("reflections.level", "largest error of an echo's level", "dB", None, 0.01, "rounding"),
+    ("reflections.field", "worst error of an echo in all channels, direction included", "dB", None, -100.0,
+     "rounding, against the echo in all channels"),
+    ("reflections.unexpected", "samples that sound where there is no echo", "", 0.0, 0.0,
+     "exact: an impulse has six echoes per loudspeaker"),
+    ("reflections.ears", "ears of a room against the sum of its echoes", "dB", None, -110.0, ROUNDING),
+    ("noise.sine", "distortion and noise against the sine, worst of four sines", "dB", None, -115.0, ROUNDING),
+    ("noise.silence", "peak of silence", "dBFS", None, -240.0,
+     "exact: silence stays silence (-240 stands for nothing at all)"),
+    ("noise.after_sound", "peak after a sound and its room", "dBFS", None, -140.0,
+     "rounding: nothing circulates, everything ends"),
+    ("turns.slow", "rotation artefacts of a head turning at 90 degrees per second", "dB", None, -85.0,
+     "data: the steps of the ramp"),
+    ("turns.fast", "rotation artefacts of a head turning at 720 degrees per second", "dB", None, -55.0,
+     "data: the steps of the ramp"),
+    ("turns.jump", "rotation artefacts of a head that jumps by 90 degrees", "dB", None, -45.0,
+     "data: a ramp over one block of 512"),
+    ("blocks.dry", "difference between block lengths, 7.1 without a room", "dB", None, -110.0, ROUNDING),
+    ("blocks.room", "the same for 7.1.4 in a room", "dB", None, -110.0, ROUNDING),
+    ("blocks.large", "the same for 22.2 without a room", "dB", None, -110.0, ROUNDING),
+]  # fmt: skip
+
+
+def limits(layouts):
+    """All limits by their ids, one for each of the layouts among them."""
+    table = {row[0]: Limit(*row) for row in _ROWS}
+    for name in layouts:
+        key = f"loudspeakers.average_{name}"
+        table.setdefault(key, Limit(key, f"{AVERAGE}, {name}", "dB", None, WIDEST_AVERAGE_DB, EVEN))
+    return table
