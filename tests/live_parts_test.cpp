@@ -20,6 +20,7 @@
 
 #include "tools/live/bed_player.h"
 #include "tools/live/engine.h"
+#include "tools/live/head_glide.h"
 #include "tools/live/head_messages.h"
 #include "tools/live/pose_slot.h"
 #include "tools/render/audio_writer.h"
@@ -131,22 +132,56 @@ TEST(PoseSlotThreadsTest, HandsOverTheNewestPoseAndNeverHalfOfOne) {
   PoseSlot slot;
   EXPECT_EQ(nullptr, slot.take());
   std::thread writer([&] {
-    HeadToStage pose;
     for (int i = 1; i <= kPoses; ++i) {
-      pose.fill(static_cast<float>(i));
-      slot.write(pose);
+      const double value = i;
+      slot.write({value, value, value, value});
     }
   });
-  float last = 0.0f;
+  double last = 0.0;
   while (last < kPoses) {
-    const HeadToStage* pose = slot.take();
+    const Rotation* pose = slot.take();
     if (!pose) continue;
-    ASSERT_LT(last, pose->front());
-    last = pose->front();
-    for (const float value : *pose) ASSERT_EQ(last, value);
+    ASSERT_LT(last, pose->w);
+    last = pose->w;
+    for (const double value : {pose->x, pose->y, pose->z}) ASSERT_EQ(last, value);
   }
   writer.join();
   EXPECT_EQ(nullptr, slot.take());
+}
+
+double yaw_degrees(const Rotation& head) { return pose_from_rotation(head).yaw_deg; }
+
+// A head that turns by 90 degrees a second, sent every 10 ms between blocks that do not divide
+// them.
+TEST(HeadGlideTest, BlocksBetweenPosesTurnTheHeadEvenly) {
+  for (const size_t block : {64, 100, 256}) {
+    HeadGlide glide;
+    double last = 0.0;
+    size_t sent = 0;
+    for (size_t begin = 0; begin < 24000; begin += block) {
+      if (begin >= 480 * sent) {
+        glide.aim(render::pose_rotation({.yaw_deg = 0.9 * static_cast<double>(++sent)}));
+      }
+      const double now = yaw_degrees(glide.advance(block).value_or(Rotation()));
+      const double even = 90.0 * static_cast<double>(block) / 48000.0;
+      if (begin > 9600) {
+        EXPECT_NEAR(even, now - last, 0.7 * even) << block << " at " << begin;
+      }
+      EXPECT_NEAR(90.0 * static_cast<double>(begin + block) / 48000.0, now, 2.0);
+      last = now;
+    }
+  }
+}
+
+TEST(HeadGlideTest, RestsWhereTheLastPoseIs) {
+  HeadGlide glide;
+  EXPECT_FALSE(glide.advance(64));
+  glide.aim(render::pose_rotation({.yaw_deg = 30}));
+  double reached = 0.0;
+  size_t blocks = 0;
+  while (const auto head = glide.advance(64)) reached = yaw_degrees(*head), ++blocks;
+  EXPECT_NEAR(30.0, reached, 1e-9);
+  EXPECT_EQ(8u, blocks);  // 10 ms
 }
 
 TEST(EngineTest, APeriodIsMadeOfEqualBlocksThatTheEffectTakes) {
@@ -174,9 +209,7 @@ class LiveEngine {
     engine_.check();
   }
 
-  void turn_head(double yaw_deg) {
-    poses_.write(pose_head_to_stage(render::pose_rotation({.yaw_deg = yaw_deg})));
-  }
+  void turn_head(double yaw_deg) { poses_.write(render::pose_rotation({.yaw_deg = yaw_deg})); }
 
   // Left ear, then right ear.
   const std::vector<float>& process() {

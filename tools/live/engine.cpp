@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tools/render/pose.h"
+
 namespace live {
 
 Engine::Engine(render::EffectHost* effect, const render::ChannelPlan& plan, BedPlayer* player,
@@ -25,7 +27,7 @@ void Engine::set_period(size_t frames) noexcept {
   try {
     block_frames_ = block_frames_of(frames);
     std::fill(bed_.begin(), bed_.end(), 0.0f);
-    take_pose();
+    turn_head(render::kEffectRateHz);  // longer than any movement takes
     effect_->process(bed_.data(), stereo_.data(), block_frames_);
   } catch (...) {
     fail();
@@ -55,7 +57,7 @@ void Engine::render_block(const float* const* inputs, float* const* ears, size_t
   } else {
     read_inputs(inputs, begin, frames);
   }
-  take_pose();
+  turn_head(frames);
   effect_->process(bed_.data(), stereo_.data(), frames);
   for (size_t i = 0; i < frames; ++i) {
     ears[0][begin + i] = gain_ * stereo_[2 * i];
@@ -76,8 +78,10 @@ void Engine::read_inputs(const float* const* inputs, size_t begin, size_t frames
   }
 }
 
-void Engine::take_pose() {
-  if (const HeadToStage* pose = poses_->take()) effect_->set_head_to_stage(*pose);
+void Engine::turn_head(size_t frames) {
+  if (const render::Rotation* pose = poses_->take()) head_.aim(*pose);
+  if (const auto head = head_.advance(frames))
+    effect_->set_head_to_stage(pose_head_to_stage(*head));
 }
 
 void Engine::fail() {

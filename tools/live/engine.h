@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/live/bed_player.h"
+#include "tools/live/head_glide.h"
 #include "tools/live/pose_slot.h"
 #include "tools/render/channel_map.h"
 #include "tools/render/effect_host.h"
@@ -29,8 +30,9 @@ class Engine {
   void start() { started_.store(true, std::memory_order_release); }
 
   // The audio callback. Renders one period from planar inputs, one per channel of the plan's file
-  // (unused with a player), to left and right. Each block has the pose that is newest when it
-  // begins. Neither waits, allocates nor calls the system, until the effect fails; then silence.
+  // (unused with a player), to left and right. Each block turns the head on
+  // towards the pose that is newest when it begins. Neither waits, allocates nor calls the system,
+  // until the effect fails; then silence.
   void process(const float* const* inputs, float* const* ears, size_t frames) noexcept;
 
   // Throws the Failure that one of the above has met.
@@ -39,13 +41,14 @@ class Engine {
  private:
   void render_block(const float* const* inputs, float* const* ears, size_t begin, size_t frames);
   void read_inputs(const float* const* inputs, size_t begin, size_t frames);
-  void take_pose();
+  void turn_head(size_t frames);
   void fail();
 
   render::EffectHost* effect_;
   const render::ChannelPlan& plan_;
   BedPlayer* player_;
   PoseSlot* poses_;
+  HeadGlide head_;
   float gain_;
   size_t block_frames_ = render::kEffectMaxFrames;
   std::vector<float> bed_, stereo_;  // one block, interleaved

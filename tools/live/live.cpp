@@ -90,7 +90,7 @@ void live_run(const Options& options) {
   }
   PoseSlot poses;
   const render::Pose start = options.pose.value_or(render::Pose{});
-  poses.write(pose_head_to_stage(pose_rotation(start)));
+  poses.write(pose_rotation(start));
   Engine engine(&effect, plan, player ? &*player : nullptr, &poses,
                 static_cast<float>(render::decibels_to_factor(options.gain_db)));
 

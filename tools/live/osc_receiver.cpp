@@ -55,7 +55,7 @@ void OscReceiver::receive(const char* path, const char* types, lo_arg** argument
   }
   const std::optional<render::Rotation> head = messages_.read(path, values);
   if (head) {
-    poses_->write(pose_head_to_stage(*head));
+    poses_->write(*head);
   } else if (verbose_) {
     std::fprintf(stderr, "orvane-live: ignored the OSC message %s %s\n", path, types);
   }

@@ -29,9 +29,9 @@ constexpr char kTrajectoryHelp[] =
     time,qw,qx,qy,qz      the same turn of the head as a unit quaternion
     time,rx,ry,rz         head-to-stage rotation vector as the effect takes it,
                           radians about +x right, +y ahead, +z up
-  Between two lines the head turns evenly, the shorter way round. Every 10 ms of
-  audio the effect is sent a pose; with blocks of 10 ms or more, the default,
-  the head is where the trajectory says at the end of each of them.
+  Between two lines the head turns evenly, the shorter way round. Every block
+  is sent a pose, at least every 10 ms, and at its end the head is where the
+  trajectory says.
 )";
 
 constexpr char kLevelsHelp[] = R"(Levels:

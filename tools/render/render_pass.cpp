@@ -9,7 +9,7 @@
 namespace render {
 namespace {
 
-constexpr size_t kPoseFrames = kEffectRateHz / 100;  // the platform sends a pose every 10 ms
+constexpr size_t kPoseFrames = kEffectRateHz / 100;  // longest fade from pose to pose: 10 ms
 
 std::optional<Trajectory> read_trajectory(const std::string& path) {
   if (path.empty()) return std::nullopt;
@@ -44,15 +44,14 @@ void RenderPass::settle_head() {
   effect_.process(bed_.data(), ears_.data(), options_.block_frames);
 }
 
-// Length of the block that comes. With a trajectory no block goes past the time of the next pose,
+// Length of the block that comes. With a trajectory no block goes past a multiple of 10 ms,
 // and because the effect fades over one block, it is given the pose that the head has at its end.
+// Every block has a pose of its own, so that short blocks do not turn the head in steps.
 size_t RenderPass::begin_block() {
   if (!trajectory_) return options_.block_frames;
   const size_t since_pose = position_ % kPoseFrames;
   const size_t frames = std::min(options_.block_frames, kPoseFrames - since_pose);
-  if (since_pose == 0) {
-    effect_.set_head_to_stage(pose_head_to_stage(trajectory_->at(seconds(position_ + frames))));
-  }
+  effect_.set_head_to_stage(pose_head_to_stage(trajectory_->at(seconds(position_ + frames))));
   return frames;
 }
 
