@@ -87,7 +87,9 @@ void write_corrections(const float* response, const tone_t& tone, sparse_tap_t* 
 }
 
 // A block's samples with zeros on either side, for the kernel to read across their ends.
-size_t padded(int32_t length) { return static_cast<size_t>(length + 2 * SPARSE_FILTER_MARGIN); }
+size_t padded(int32_t length) {
+  return static_cast<size_t>(length) + size_t{2} * SPARSE_FILTER_MARGIN;
+}
 
 // `length` zeros with their margins, from `scratch` on; returns the first of the zeros.
 float* clear_scratch(float* scratch, int32_t length) {

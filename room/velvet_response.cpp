@@ -35,7 +35,7 @@ biquad_t design_high_shelf(const vn_config_t& settings, float rate) {
 
 // Both poles lie inside the unit circle. False for coefficients that are not finite.
 bool is_stable(const biquad_t& filter) {
-  const double a1 = filter.a[1], a2 = filter.a[2];
+  const auto a1 = static_cast<double>(filter.a[1]), a2 = static_cast<double>(filter.a[2]);
   return fabs(a2) < 1.0 && fabs(a1) < 1.0 + a2;
 }
 
@@ -125,7 +125,8 @@ double vn_tone_radius(const vn_state_t& state) {
   if (state.settings.tone_enable == 0.0f) return 0.0;
   const biquad_t shelf = design_high_shelf(state.settings, static_cast<float>(state.sample_rate));
   if (std::equal(shelf.a, shelf.a + 3, shelf.b)) return 0.0;
-  const double half = 0.5 * fabs(static_cast<double>(shelf.a[1])), a2 = shelf.a[2];
+  const auto half = 0.5 * fabs(static_cast<double>(shelf.a[1]));
+  const auto a2 = static_cast<double>(shelf.a[2]);
   const double discriminant = half * half - a2;
   return discriminant < 0.0 ? sqrt(a2) : half + sqrt(discriminant);
 }
