@@ -14,10 +14,11 @@
 #include <stdint.h>
 
 #include "base/export.h"
+#include "base/limits.h"
 
 enum {
-  AMBISONICS_MAX_ORDER = 4,
-  AMBISONICS_MAX_CHANNELS = (AMBISONICS_MAX_ORDER + 1) * (AMBISONICS_MAX_ORDER + 1),
+  AMBISONICS_MAX_ORDER = ORVANE_MAX_ORDER,
+  AMBISONICS_MAX_CHANNELS = ORVANE_MAX_CHANNELS,
 };
 
 typedef struct ambisonics_config_t {

@@ -3,7 +3,7 @@
 // Only left-ear responses are stored. The head is taken as symmetric, so the right ear is the same
 // sum with the channels of negative order m negated: the symmetric sum is over m >= 0, the
 // antisymmetric one over m < 0, the left ear is their sum and the right ear their difference. The
-// responses delay the signal by 145 samples.
+// responses delay the signal by BINAURALIZER_LATENCY samples.
 //
 // Blocks are transformed at the shortest of a few lengths that holds them and the response, however
 // long the maximum; a block beyond the longest length is rendered in pieces.
@@ -16,6 +16,11 @@
 
 #include "base/export.h"
 #include "numerics/float_matrix.h"
+
+enum {
+  BINAURALIZER_TAPS = 256,     // of a response
+  BINAURALIZER_LATENCY = 145,  // samples from an impulse to its peak at the ears
+};
 
 struct binauralizer_transforms_t;
 

@@ -13,10 +13,10 @@ namespace {
 constexpr const orvane_layout_t& kLayout = layout_named("7.1.4");
 constexpr int32_t kIgnored = 7;  // accepted, without taking the lock
 
-// Create, configure, enable, the first block of 1024 samples, release.
+// Create, configure, enable, the longest block, release.
 void start(Run& run) {
-  std::vector<float> in = noise(size_t{kLayout.num_channels} * 1024, 1);
-  std::vector<float> out(2 * 1024);
+  std::vector<float> in = noise(size_t{kLayout.num_channels} * ORVANE_MAX_FRAME_SIZE, 1);
+  std::vector<float> out(size_t{2} * ORVANE_MAX_FRAME_SIZE);
   bool ok = true;
   measure(run, 0, [&] {
     EffectHost effect;

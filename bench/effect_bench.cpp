@@ -49,7 +49,7 @@ void add_effect_benchmarks() {
   for (const orvane_layout_t& layout : orvane_layouts) {
     for (const Room& room : kRooms) {
       for (const bool turning : {true, false}) {
-        for (const uint32_t frames : {1024u, 480u, 256u, 64u}) {
+        for (const uint32_t frames : kBlockLengths) {
           const std::string name = std::string("block/") + layout.name + "/" + room.name +
                                    (turning ? "/turning/" : "/rest/") + std::to_string(frames);
           add_benchmark(name, [=](Run& r) { run_blocks(r, layout, room, turning, frames); });

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <vector>
 
+#include "base/limits.h"
 #include "bench/heap_use.h"
 #include "bench/reference_kernel.h"
 
@@ -105,6 +106,6 @@ void measure(Run& run, uint32_t frames, const std::function<void()>& call) {
     run.state.counters["units"] = median(samples.ratio);
     run.state.counters["reference_us"] = median(samples.reference_us);
     run.state.counters["allocations"] = samples.allocations;
-    if (frames) run.state.counters["realtime"] = frames / 48000.0 / seconds;
+    if (frames) run.state.counters["realtime"] = frames / double{ORVANE_SAMPLE_RATE} / seconds;
   }
 }

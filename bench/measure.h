@@ -8,6 +8,11 @@
 #include <functional>
 #include <string>
 
+#include "base/limits.h"
+
+// Frames of the blocks that everything is measured with, the longest first.
+constexpr uint32_t kBlockLengths[] = {ORVANE_MAX_FRAME_SIZE, 480, 256, 64};
+
 // One benchmark while it runs. A name is a path; that of a block ends in its frames.
 struct Run {
   benchmark::State& state;
@@ -22,7 +27,8 @@ void add_benchmark(const std::string& name, const std::function<void(Run&)>& bod
 //   units          median of the ratio of a call's time to that of the reference kernel beside it
 //   reference_us   median time of the reference kernel
 //   allocations    per call
-//   realtime       seconds of sound per second, for a block of `frames` samples at 48 kHz
+//   realtime       seconds of sound per second, for a block of `frames` samples at
+//   ORVANE_SAMPLE_RATE
 // Under callgrind it counts instructions instead and dumps them under "<calls> <name>".
 void measure(Run& run, uint32_t frames, const std::function<void()>& call);
 

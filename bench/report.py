@@ -2,8 +2,6 @@
 import re
 from pathlib import Path
 
-FRAMES = ("1024", "480", "256", "64")
-
 
 def machine(context):
     """Processor, compiler and instruction set, in a line."""
@@ -41,9 +39,14 @@ def scenes(results):
     grouped = {}
     for name, measures in results.items():
         scene, _, frames = name.rpartition("/")
-        if frames in FRAMES and not name.startswith("change/"):
+        if frames.isdigit() and not name.startswith("change/"):
             grouped.setdefault(scene, {})[frames] = measures
     return grouped
+
+
+def block_lengths(results):
+    """Frames of the blocks that were measured, the longest first."""
+    return sorted({f for by_frames in scenes(results).values() for f in by_frames}, key=int, reverse=True)
 
 
 def calls(results):
@@ -52,10 +55,11 @@ def calls(results):
 
 def times(results):
     """Two tables: blocks and stages by their frames; start and parameters."""
-    head = ["units per block of", *FRAMES, *(f"x real time, {f}" for f in FRAMES), "heap, MB"]
+    lengths = block_lengths(results)
+    head = ["units per block of", *lengths, *(f"x real time, {f}" for f in lengths), "heap, MB"]
     rows = []
     for scene, by_frames in scenes(results).items():
-        blocks = [by_frames.get(f, {}) for f in FRAMES]
+        blocks = [by_frames.get(f, {}) for f in lengths]
         rows.append([scene, *(cell(b, "units", significant) for b in blocks),
                      *(cell(b, "realtime", "{:.0f}".format) for b in blocks),
                      cell(blocks[0], "heap_bytes", lambda n: f"{n / 1e6:.2f}")])
@@ -69,10 +73,11 @@ def instructions(results):
     """The same two tables, in thousands of instructions."""
     def thousands(m):
         return cell(m, "instructions", lambda n: significant(n / 1e3))
-    rows = [[scene, *(thousands(by_frames.get(f, {})) for f in FRAMES)]
+    lengths = block_lengths(results)
+    rows = [[scene, *(thousands(by_frames.get(f, {})) for f in lengths)]
             for scene, by_frames in scenes(results).items()]
     changes = [[name, thousands(m)] for name, m in calls(results).items()]
-    return join(table(["thousand instructions per block of", *FRAMES], rows) if rows else "",
+    return join(table(["thousand instructions per block of", *lengths], rows) if rows else "",
                 table(["between blocks", "thousand instructions"], changes) if changes else "")
 
 

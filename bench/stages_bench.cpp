@@ -1,5 +1,6 @@
-// The stages of a fourth-order block, each alone, prepared for blocks of up to 1024 samples as the
+// The stages of a fourth-order block, each alone, prepared for the longest blocks as the
 // effect prepares them.
+#include <span>
 #include <string>
 #include <vector>
 
@@ -10,16 +11,15 @@
 
 namespace {
 
-constexpr uint32_t kOrder = 4;
-constexpr uint32_t kChannels = 25;
-constexpr uint32_t kMaxFrameSize = 1024;
+constexpr uint32_t kChannels = ORVANE_MAX_CHANNELS;
 constexpr float kPoses[2][3] = {{0.1f, 0.0f, 0.3f}, {0.0f, 0.2f, -0.3f}};
 
 // A renderer with everything that the effect's has. Its sources stand straight ahead.
 struct Renderer {
   ubr_t r = {};
   explicit Renderer(uint32_t num_sources = 1) {
-    ubr_init(&r, UBR_INPUT_SOURCES, num_sources, UBR_MODE_BINAURAL_TRACKED, kMaxFrameSize, kOrder);
+    ubr_init(&r, UBR_INPUT_SOURCES, num_sources, UBR_MODE_BINAURAL_TRACKED, UBR_MAX_FRAME_SIZE,
+             ORVANE_MAX_ORDER);
   }
   ~Renderer() { ubr_cleanup(&r); }
   Renderer(const Renderer&) = delete;
@@ -115,7 +115,7 @@ void take_route(Run& run, uint32_t index, uint32_t frames) {
 // Adds `body(run, frames)` for every block length.
 template <typename Body>
 void add_stage(const std::string& name, Body body) {
-  for (const uint32_t frames : {1024u, 480u, 256u, 64u}) {
+  for (const uint32_t frames : kBlockLengths) {
     add_benchmark("stage/" + name + "/" + std::to_string(frames),
                   [=](Run& run) { body(run, frames); });
   }
@@ -125,7 +125,7 @@ void add_stage(const std::string& name, Body body) {
 
 void add_stage_benchmarks() {
   for (uint32_t i = 0; i < kNumRoutes; ++i) {
-    for (const uint32_t frames : {1024u, 480u, 256u}) {
+    for (const uint32_t frames : std::span(kBlockLengths).first(3)) {
       add_benchmark(std::string("route/") + kRoutes[i]->name + "/" + std::to_string(frames),
                     [=](Run& run) { take_route(run, i, frames); });
     }

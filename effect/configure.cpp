@@ -10,7 +10,6 @@
 namespace {
 
 constexpr uint32_t kUnsupportedBits = 0xFF000000;
-constexpr uint32_t kOrder = 4;
 
 // Finds the layout of an input channel mask. Returns 0, or -EINVAL after logging.
 int32_t find_layout(uint32_t mask, int32_t* layout_index) {
@@ -36,8 +35,9 @@ uint32_t rebuild_renderer(orvane_module_s* module, const effect_config_t& config
   module->config = config;
   object->channel_count = static_cast<uint8_t>(orvane_channel_count(config.inputCfg.channels));
   ubr_cleanup(object->renderer);
-  if (const uint32_t code = ubr_init(object->renderer, UBR_INPUT_SOURCES, object->channel_count,
-                                     UBR_MODE_BINAURAL_TRACKED, UBR_MAX_FRAME_SIZE, kOrder)) {
+  if (const uint32_t code =
+          ubr_init(object->renderer, UBR_INPUT_SOURCES, object->channel_count,
+                   UBR_MODE_BINAURAL_TRACKED, UBR_MAX_FRAME_SIZE, ORVANE_MAX_ORDER)) {
     ubr_cleanup(object->renderer);
     return code;
   }

@@ -1,13 +1,12 @@
 // The defaults of a context, the channel count of a mask, and the release of the planar buffers.
 #include <errno.h>
 
+#include "base/limits.h"
 #include "base/memory.h"
 #include "effect/orvane.h"
 #include "platform/log.h"
 
 namespace {
-
-constexpr uint32_t kSamplingRateHz = 48000;
 
 // The two highest bits of a channel mask say what the others stand for.
 constexpr uint32_t kRepresentationShift = 30;
@@ -18,7 +17,7 @@ constexpr uint32_t kIndexBits = 0x3FFFFFFF;
 
 buffer_config_t default_buffer_config(uint32_t channels, uint8_t access_mode) {
   buffer_config_t config = {};
-  config.samplingRate = kSamplingRateHz;
+  config.samplingRate = ORVANE_SAMPLE_RATE;
   config.channels = channels;
   config.format = AUDIO_FORMAT_PCM_FLOAT;
   config.accessMode = access_mode;

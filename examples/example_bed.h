@@ -3,12 +3,13 @@
 #ifndef ORVANE_EXAMPLES_EXAMPLE_BED_H_
 #define ORVANE_EXAMPLES_EXAMPLE_BED_H_
 
+#include <base/limits.h>
 #include <math.h>
 #include <stdint.h>
 #include <stdio.h>
 
 enum {
-  RATE_HZ = 48000,     // what the impulse responses of the library are made for
+  RATE_HZ = ORVANE_SAMPLE_RATE,
   NUM_CHANNELS = 6,    // front left, front right, centre, LFE, back left, back right
   BLOCK_FRAMES = 480,  // 10 ms
   TURN_FRAMES = RATE_HZ / 2,

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kMaxWork = 60;           // of an input: what follows is not looked at
 constexpr uint32_t kMaxFrames = 1100;  // somewhat more than a block may have
-constexpr uint32_t kMaxBlock = 1024;
+constexpr uint32_t kMaxBlock = ORVANE_MAX_FRAME_SIZE;
 constexpr uint32_t kMostChannels = 30;  // that any channel mask counts
 
 // Masks without a layout, of which one is advertised all the same.

@@ -6,9 +6,12 @@ number is its kind (0 small, 1 large, 2 whole, 255 any bits) with two or four by
 """
 import math
 import pathlib
+import re
 import struct
 
 CORPUS = pathlib.Path(__file__).parent / "corpus"
+LIMITS = (CORPUS.parent.parent / "base/limits.h").read_text()
+RATE = int(re.search(r"ORVANE_SAMPLE_RATE = (\d+)", LIMITS)[1])
 NOISE, SILENCE = bytes([0x50]), bytes([0])
 
 
@@ -158,7 +161,7 @@ def caf(channels, rate, samples):
 
 
 def aiff(channels, samples):
-    rate = bytes.fromhex("400ebb80000000000000")  # 48000 as 80-bit float
+    rate = bytes.fromhex("400ebb80000000000000")  # 48 kHz as 80-bit float
     comm = struct.pack(">hIh", channels, len(samples) // channels, 16) + rate
     data = struct.pack(f">{len(samples)}h", *(round(s * 32767) for s in samples))
     body = (b"AIFF" + b"COMM" + struct.pack(">I", len(comm)) + comm
@@ -171,19 +174,19 @@ def audio_seeds():
         return [math.sin(0.1 * i) * 0.5 for i in range(channels * frames)]
     labelled, plain = bytes([0x80, 0]), bytes([0, 0])
     files = {
-        "labelled-5.1": (labelled, wave(6, 48000, tone(6, 40), mask=0x3F)),
+        "labelled-5.1": (labelled, wave(6, RATE, tone(6, 40), mask=0x3F)),
         "labelled-7.1.4": (labelled, wave(12, 44100, tone(12, 20), mask=0x2D63F)),
-        "unlabelled-7.1": (bytes([3, 0x40]), wave(8, 48000, tone(8, 30))),
-        "told-22.2": (bytes([5, 0x03]), wave(24, 48000, tone(24, 8))),
-        "wrong-layout": (bytes([4, 0]), wave(6, 48000, tone(6, 8))),
+        "unlabelled-7.1": (bytes([3, 0x40]), wave(8, RATE, tone(8, 30))),
+        "told-22.2": (bytes([5, 0x03]), wave(24, RATE, tone(24, 8))),
+        "wrong-layout": (bytes([4, 0]), wave(6, RATE, tone(6, 8))),
         "normalized": (bytes([0x80, 0x8C]), wave(6, 8000, tone(6, 40), mask=0x60F)),
-        "not-a-number": (labelled, wave(6, 48000, tone(6, 4) + [math.nan] * 6, mask=0x3F)),
-        "cut-off": (labelled, wave(6, 48000, tone(6, 40), mask=0x3F)[:-100]),
-        "endless": (labelled, wave(6, 48000, tone(6, 4), mask=0x3F, size=0xFFFFFFFF)),
-        "clipping": (bytes([0x80, 0x30]), wave(6, 48000, [4.0] * 60, mask=0x3F)),
+        "not-a-number": (labelled, wave(6, RATE, tone(6, 4) + [math.nan] * 6, mask=0x3F)),
+        "cut-off": (labelled, wave(6, RATE, tone(6, 40), mask=0x3F)[:-100]),
+        "endless": (labelled, wave(6, RATE, tone(6, 4), mask=0x3F, size=0xFFFFFFFF)),
+        "clipping": (bytes([0x80, 0x30]), wave(6, RATE, [4.0] * 60, mask=0x3F)),
         "caf": (plain, caf(6, 96000, tone(6, 40))),
         "aiff": (plain, aiff(6, tone(6, 40))),
-        "empty": (labelled, wave(6, 48000, [], mask=0x3F)),
+        "empty": (labelled, wave(6, RATE, [], mask=0x3F)),
     }
     # All of them are read, some are rendered.
     seeds = {f"read-{name}": options + b"\1" + data for name, (options, data) in files.items()}

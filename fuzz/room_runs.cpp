@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/limits.h"
 #include "base/result.h"
 #include "fuzz/module_runs.h"
 #include "room/shoebox_scene.h"
@@ -110,8 +111,10 @@ void run_velvet_noise(Input* input) {
   for (int i = 0; i < kMaxSteps && !input->ended(); ++i) {
     const uint32_t action = input->below(10);
     if (action == 0) {
-      const uint32_t rate = input->below(4) ? 48000 : input->take<uint32_t>();
-      require(vn_set_fs(&state, rate) == (rate == 48000 ? UBR_OK : UBR_INVALID), "one rate");
+      const uint32_t rate =
+          input->below(4) ? uint32_t{ORVANE_SAMPLE_RATE} : input->take<uint32_t>();
+      require(vn_set_fs(&state, rate) == (rate == ORVANE_SAMPLE_RATE ? UBR_OK : UBR_INVALID),
+              "one rate");
     } else if (action == 1) {
       const int32_t size = input->take<int16_t>();
       const bool fits = size >= 1 && size <= VN_MAX_BLOCK_SIZE;

@@ -5,9 +5,10 @@
 #include <stdint.h>
 
 #include "base/export.h"
+#include "base/limits.h"
 
 enum {
-  PINV_MAX_ELEMENTS = 625,                        // 25 x 25: the channels of a fourth-order field
+  PINV_MAX_ELEMENTS = ORVANE_MAX_CHANNELS * ORVANE_MAX_CHANNELS,
   PINV_WORKSPACE_FLOATS = 6 * PINV_MAX_ELEMENTS,  // six blocks of one matrix each
 };
 

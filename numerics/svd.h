@@ -5,8 +5,9 @@
 #include <stdint.h>
 
 #include "base/export.h"
+#include "base/limits.h"
 
-inline constexpr int32_t kSvdMaxColumns = 25;
+inline constexpr int32_t kSvdMaxColumns = ORVANE_MAX_CHANNELS;
 
 // Economy-size decomposition a = U diag(s) V^T of a rows x cols matrix, rows >= cols. Matrices are
 // column-major: element (i, j) of an m-row matrix at index i + m * j.

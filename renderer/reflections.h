@@ -12,13 +12,15 @@
 
 #include "ambisonics/encoder.h"
 #include "base/export.h"
+#include "base/limits.h"
 #include "room/shoebox_scene.h"
 
 enum {
-  REFLECTIONS_SAMPLE_RATE = 48000,    // Hz, of delays, whatever the stream runs at
-  REFLECTIONS_MAX_MODE = 4,           // modes are 0, off, and the order that is decoded
-  REFLECTIONS_MAX_LOUDSPEAKERS = 25,  // of mode 4
-  REFLECTIONS_MAX_PADDED = 28,        // that count rounded up to a multiple of four
+  REFLECTIONS_SAMPLE_RATE = ORVANE_SAMPLE_RATE,  // Hz, of delays, whatever the stream runs at
+  REFLECTIONS_MAX_MODE = ORVANE_MAX_ORDER,       // modes are 0, off, and the order that is decoded
+  REFLECTIONS_MAX_LOUDSPEAKERS = ORVANE_MAX_CHANNELS,  // of the highest mode
+  // That count rounded up to a multiple of four.
+  REFLECTIONS_MAX_PADDED = (REFLECTIONS_MAX_LOUDSPEAKERS + 3) / 4 * 4,
 };
 
 // Direction in radians and distance in metres of a virtual loudspeaker.

@@ -14,6 +14,7 @@
 #include "ambisonics/encoder.h"
 #include "ambisonics/rotator.h"
 #include "base/export.h"
+#include "base/limits.h"
 #include "base/result.h"
 #include "renderer/parameters.h"
 #include "renderer/reflections.h"
@@ -35,8 +36,8 @@ enum ubr_render_mode {
 
 enum {
   UBR_MAX_INPUTS = 128,
-  UBR_MIN_FRAME_SIZE = 64,    // accepted maximum frame sizes at initialisation
-  UBR_MAX_FRAME_SIZE = 1024,  // growing later: see ubr_set_max_frame_size
+  UBR_MIN_FRAME_SIZE = 64,                     // accepted maximum frame sizes at initialisation
+  UBR_MAX_FRAME_SIZE = ORVANE_MAX_FRAME_SIZE,  // growing later: see ubr_set_max_frame_size
   UBR_DOWNMIX_INPUTS = 8,
 };
 

@@ -77,7 +77,7 @@ shoebox_config_t* shoebox_init(shoebox_config_t* s) {
   s->angles_in_radians = 1.0f;
   s->reserved_c = 1.0f;
   s->wall_margin = 0.1f;
-  s->speed_of_sound = 343.0f;
+  s->speed_of_sound = SHOEBOX_SPEED_OF_SOUND;
   s->distance_loss = 0.00137f;
   s->params = default_params(5.0f, 6.0f, 4.0f);
   return s;

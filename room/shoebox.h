@@ -11,12 +11,15 @@
 #include <stdint.h>
 
 #include "base/export.h"
+#include "base/limits.h"
 
 enum {
   SHOEBOX_WALLS = 6,
   SHOEBOX_MATERIALS = 27,
-  SHOEBOX_MAX_SOURCES = 25,
+  SHOEBOX_MAX_SOURCES = ORVANE_MAX_CHANNELS,
 };
+
+#define SHOEBOX_SPEED_OF_SOUND 343.0f  // metres per second, of a new room
 
 // The room parameter block.
 typedef struct shoebox_params_t {
@@ -37,7 +40,7 @@ typedef struct shoebox_params_fixed_t {
 // The room model. An option is on when it is not 0.
 typedef struct shoebox_config_t {
   float reserved_a;                                 // not read
-  float max_sources;                                // sources a scene may hold, at most 25
+  float max_sources;                                // sources a scene may hold
   float reserved_b[2];                              // not read
   float source_positions[3 * SHOEBOX_MAX_SOURCES];  // x, y, z of each source of the last scene
   float direct_distances[SHOEBOX_MAX_SOURCES];      // source to listener, metres

@@ -104,7 +104,7 @@ void take_from_ring(float* ring, int32_t ring_length, int32_t start, float* out,
 uint32_t vn_init(vn_state_t* state, uint32_t* const* rng) {
   if (!state || !rng || !*rng) return UBR_MISSING;
   *state = {};
-  state->supported_rate = 48000;
+  state->supported_rate = ORVANE_SAMPLE_RATE;
   state->max_block_size = VN_MAX_BLOCK_SIZE;
   state->max_decay_s = 2.0f;
   state->max_pre_delay_ms = 100.0f;

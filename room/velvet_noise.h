@@ -13,13 +13,14 @@
 #include <stdint.h>
 
 #include "base/export.h"
+#include "base/limits.h"
 #include "room/random_state.h"
 
 struct vn_convolver_t;
 
 enum {
   VN_NUM_SETTINGS = 10,
-  VN_MAX_BLOCK_SIZE = 1024,
+  VN_MAX_BLOCK_SIZE = ORVANE_MAX_FRAME_SIZE,
 };
 
 // The settings in storage order, all floats; see vn_prepare_to_play for what it refuses.

@@ -83,7 +83,7 @@ Prepared reverberator(float pulse_spacing) {
   const auto reverb = std::make_shared<Reverb>();
   uint32_t* words = reverb->generator.data();
   vn_init(&reverb->state, &words);
-  vn_set_fs(&reverb->state, 48000);
+  vn_set_fs(&reverb->state, ORVANE_SAMPLE_RATE);
   vn_set_buf_size(&reverb->state, 128);
   reverb->state.settings.pulse_spacing = pulse_spacing;
   reverb->state.settings.decay_s = 0.05f;

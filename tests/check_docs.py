@@ -66,7 +66,9 @@ def copy_project(scratch):
 @contextlib.contextmanager
 def jack_server():
     """A server that waits for its clients, however busy the machine is."""
-    command = ["jackd", "-n", kServer, "-r", "-S", "-t", "5000", "-d", "dummy", "-r", "48000", "-p", "1024"]
+    limits = dict(re.findall(r"ORVANE_(\w+) = (\d+),", (kRoot / "base/limits.h").read_text()))
+    command = ["jackd", "-n", kServer, "-r", "-S", "-t", "5000", "-d", "dummy",
+               "-r", limits["SAMPLE_RATE"], "-p", limits["MAX_FRAME_SIZE"]]
     server = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     try:
         yield

@@ -48,8 +48,9 @@ cmp "$prefix/renderer.wav" "$prefix/effect_host.wav"
 python3 - "$prefix/renderer.wav" "$prefix/circling.wav" <<END
 import array, sys
 def leans_left(file, turn, factor=1.2):
-    ears = array.array("f", open(file, "rb").read()[44:])
-    begin, end = turn * 48000, (turn + 1) * 48000  # half seconds of two samples
+    wave = open(file, "rb").read()
+    ears, rate = array.array("f", wave[44:]), int.from_bytes(wave[24:28], "little")
+    begin, end = turn * rate, (turn + 1) * rate  # half seconds of two samples
     left, right = (sum(x * x for x in ears[begin + ear:end:2]) for ear in (0, 1))
     return left > factor * right
 # Front and back pair from the head turned by 30 degrees to the left: who is louder in the left ear?

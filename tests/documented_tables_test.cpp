@@ -6,6 +6,8 @@
 #include <sstream>
 #include <string>
 
+#include "ambisonics/binauralizer.h"
+#include "base/limits.h"
 #include "renderer/loudspeaker_layouts.h"
 #include "renderer/parameters.h"
 
@@ -75,6 +77,19 @@ TEST(DocumentedLayoutTest, AzimuthAndElevationOfEveryLoudspeaker) {
   }
   table << "\n";
   expect_holds("conventions.md", table.str());
+}
+
+TEST(DocumentedConstantTest, OrdersLengthsAndLatency) {
+  const std::string order = std::to_string(ORVANE_MAX_ORDER);
+  const std::string channels = std::to_string(ORVANE_MAX_CHANNELS);
+  const std::string latency = std::to_string(BINAURALIZER_LATENCY);
+  expect_holds("conventions.md", "orders 1 to " + order + " (4, 9, 16, " + channels + " channels)");
+  expect_holds("data.md", "holds " + std::to_string(BINAURALIZER_TAPS) + " taps for each of the " +
+                              channels + " channels");
+  expect_holds("orvane-live.md", "| " + latency + ", of the ear filters");
+  expect_holds("orvane-live.md",
+               "longer than " + std::to_string(ORVANE_MAX_FRAME_SIZE) + " frames");
+  expect_holds("validation.md", "| `latency.ear_filters` | " + latency + " samples |");
 }
 
 std::string range_text(const orvane_parameter_t& parameter) {

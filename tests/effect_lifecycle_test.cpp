@@ -98,7 +98,8 @@ TEST(EffectStateTest, TheLockIsThereOnceConfigured) {
   }
 }
 
-std::function<void(EffectHost&)> configure(uint32_t mask, int32_t status, uint32_t rate = 48000) {
+std::function<void(EffectHost&)> configure(uint32_t mask, int32_t status,
+                                           uint32_t rate = ORVANE_SAMPLE_RATE) {
   return [=](EffectHost& host) {
     effect_config_t config = stream_config(mask);
     config.inputCfg.samplingRate = rate;

@@ -58,7 +58,7 @@ class LiveProgramTest : public ::testing::Test {
 
   // In synchronous mode the server waits for its clients instead of dropping the audio of those
   // that are late on a busy machine.
-  void start_server(size_t period, int rate_hz = 48000) {
+  void start_server(size_t period, int rate_hz = ORVANE_SAMPLE_RATE) {
     jackd_ = std::make_unique<ChildProcess>(
         "exec jackd -n " + server_ + " -r -S -t 5000 -d dummy -C 0 -P 0 -r " +
             std::to_string(rate_hz) + " -p " + std::to_string(period),
@@ -251,7 +251,7 @@ TEST_F(LiveProgramTest, FollowsTheHeadWithinOnePeriod) {
 }
 
 TEST_F(LiveProgramTest, RefusesWithOneLine) {
-  write_bed("5.1", 48000);
+  write_bed("5.1", ORVANE_SAMPLE_RATE);
   const auto expect = [&](ChildProcess& live, int status, const std::string& reason) {
     EXPECT_EQ(status, live.wait()) << reason;
     const std::string errors = text("errors");

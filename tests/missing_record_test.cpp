@@ -47,7 +47,7 @@ TEST(MissingRecordTest, IsReportedByTheReverberator) {
   EXPECT_EQ(UBR_OK, vn_get_config(&state, &settings));
   EXPECT_EQ(0.25f, settings.decay_s);
   EXPECT_EQ(UBR_MISSING, vn_prepare_to_play(words, &state)) << "no sampling rate";
-  EXPECT_EQ(UBR_OK, vn_set_fs(&state, 48000));
+  EXPECT_EQ(UBR_OK, vn_set_fs(&state, ORVANE_SAMPLE_RATE));
   EXPECT_EQ(UBR_MISSING, vn_prepare_to_play(words, &state)) << "no block size";
   const uint32_t missing[] = {vn_init(nullptr, &generator),
                               vn_init(&state, nullptr),
@@ -56,7 +56,7 @@ TEST(MissingRecordTest, IsReportedByTheReverberator) {
                               vn_get_config(&state, nullptr),
                               vn_set_config(nullptr, in),
                               vn_set_config(&state, nullptr),
-                              vn_set_fs(nullptr, 48000),
+                              vn_set_fs(nullptr, ORVANE_SAMPLE_RATE),
                               vn_set_buf_size(nullptr, 64),
                               vn_prepare_to_play(words, nullptr),
                               vn_reset(nullptr),

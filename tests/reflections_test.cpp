@@ -104,7 +104,8 @@ void add_taps(const Reflecting& test, const Planar& input, Planar* field) {
       for (size_t t = 0; t < frames; ++t) signal[t] += weight * static_cast<double>(input[c][t]);
     }
     for (uint32_t k = 6 * v; k < 6 * v + 6; ++k) {
-      const auto delay = static_cast<size_t>(std::lround(scene.delay[k] * 48000.0f));
+      const auto delay =
+          static_cast<size_t>(std::lround(scene.delay[k] * float{REFLECTIONS_SAMPLE_RATE}));
       std::vector<float> beam(field->size());
       ambisonics_base_generate_beam(test.r.ambisonics, beam.data(), scene.azimuth[k],
                                     scene.elevation[k], scene.gain[k]);
@@ -124,7 +125,7 @@ TEST(ReflectionsTest, BlocksEqualTheSumOverAllImages) {
     test.set(UBR_REFLECTIONS_LISTENER_Y, -2.5f);
     test.set(UBR_REFLECTIONS_ABSORPTION, 0.9f);
     ASSERT_EQ(UBR_OK, ubr_compute_reflections(&test.r));
-    const Planar input = planar_noise(25, 3000, mode);
+    const Planar input = planar_noise(AMBISONICS_MAX_CHANNELS, 3000, mode);
     Planar expected = input;
     add_taps(test, input, &expected);
     SCOPED_TRACE(mode);
@@ -165,11 +166,12 @@ TEST(ReflectionsTest, ResetAndComputeSilenceWhatIsInFlight) {
 
 TEST(ReflectionsTest, ALargerLayoutNeedsMoreDelayLinesOfTheSameLength) {
   Reflecting test(1, 4);
-  ASSERT_EQ(UBR_OK, ubr_set_max_frame_size(&test.r, 1024));
+  ASSERT_EQ(UBR_OK, ubr_set_max_frame_size(&test.r, UBR_MAX_FRAME_SIZE));
   test.reflect(4);
   EXPECT_EQ(2048u, test.reflections->delay_line_length) << "blocks are longer than any delay";
   EXPECT_EQ(25u, test.reflections->num_delay_lines);
-  EXPECT_TRUE(std::isfinite(peak(test.process(planar_noise(25, 4000, 1))[24])));
+  EXPECT_TRUE(
+      std::isfinite(peak(test.process(planar_noise(AMBISONICS_MAX_CHANNELS, 4000, 1))[24])));
 }
 
 TEST(ReflectionsTest, AResetAfterGrowingWhileTheyAreOffMeetsNoShortLines) {
@@ -178,7 +180,7 @@ TEST(ReflectionsTest, AResetAfterGrowingWhileTheyAreOffMeetsNoShortLines) {
   test.reflect(1);
   ASSERT_GT(1024u, test.reflections->delay_line_length);
   test.reflect(0);
-  ASSERT_EQ(UBR_OK, ubr_set_max_frame_size(&test.r, 1024));
+  ASSERT_EQ(UBR_OK, ubr_set_max_frame_size(&test.r, UBR_MAX_FRAME_SIZE));
   test.set(UBR_REFLECTIONS_MODE, 1.0f);
   EXPECT_EQ(UBR_OK, ubr_reset(&test.r));
 }
@@ -257,7 +259,7 @@ TEST(ReflectionsLifeTest, SwitchedOffTheyKeepTheirLinesAndAResetStillFits) {
   test.reflect(0);
   EXPECT_EQ(lines, test.reflections->delay_lines);
   test.set(UBR_REFLECTIONS_ROOM_X, 1.0f);
-  EXPECT_EQ(UBR_OK, ubr_set_max_frame_size(&test.r, 1024));
+  EXPECT_EQ(UBR_OK, ubr_set_max_frame_size(&test.r, UBR_MAX_FRAME_SIZE));
   test.set(UBR_REFLECTIONS_MODE, 2.0f);  // not computed
   EXPECT_EQ(UBR_OK, ubr_reset(&test.r));
 }

@@ -10,12 +10,12 @@ namespace {
 
 TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
   std::vector<float> bed(6 * 480);
-  write("bed.wav", "5.1", 48000, bed);
+  write("bed.wav", "5.1", ORVANE_SAMPLE_RATE, bed);
   bed[6 * 3 + 1] = std::numeric_limits<float>::quiet_NaN();
-  write("nan.wav", "5.1", 48000, bed);
-  bed.resize(6 * 48000);
+  write("nan.wav", "5.1", ORVANE_SAMPLE_RATE, bed);
+  bed.resize(6 * ORVANE_SAMPLE_RATE);
   for (size_t i = 0; i < bed.size(); ++i) bed[i] = static_cast<float>(i * i % 101) * 0.001f;
-  write("long.wav", "5.1", 48000, bed);
+  write("long.wav", "5.1", ORVANE_SAMPLE_RATE, bed);
   const struct {
     const char* arguments;
     int status;
@@ -67,8 +67,8 @@ TEST_F(RenderProgramTest, ASignalLeavesNothing) {
   AudioSpec spec;
   spec.channels = 6;
   AudioWriter writer(path("bed.flac"), spec);
-  const std::vector<float> second(6 * 48000);
-  for (int i = 0; i < 120; ++i) writer.write(second.data(), 48000);
+  const std::vector<float> second(6 * ORVANE_SAMPLE_RATE);
+  for (int i = 0; i < 120; ++i) writer.write(second.data(), ORVANE_SAMPLE_RATE);
   writer.commit();
   const pid_t child = fork();
   if (child == 0) {
@@ -90,8 +90,8 @@ TEST_F(RenderProgramTest, InfoTellsWhatARenderingWouldDo) {
   bed[6 * 4000 + 1] = 0.5f;
   write("bed.wav", "5.1", 44100, bed);
   bed[6 * 4400] = std::numeric_limits<float>::infinity();
-  write("inf.wav", "5.1", 48000, bed);
-  write("bed22.wav", "22.2", 48000, std::vector<float>(24 * 48));
+  write("inf.wav", "5.1", ORVANE_SAMPLE_RATE, bed);
+  write("bed22.wav", "22.2", ORVANE_SAMPLE_RATE, std::vector<float>(24 * 48));
   const struct {
     const char* arguments;
     int status;

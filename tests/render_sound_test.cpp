@@ -2,7 +2,9 @@
 #include <cmath>
 #include <sstream>
 
+#include "room/shoebox.h"
 #include "tests/support/render_program.h"
+#include "tools/render/effect_host.h"
 
 namespace render {
 namespace {
@@ -16,7 +18,7 @@ double energy(const std::vector<float>& ears, size_t ear, size_t begin, size_t e
 }
 
 TEST_F(RenderedSoundTest, LengthAndLatencyAreTheSameAtEverySampleRate) {
-  for (const int rate_hz : {48000, 44100, 96000}) {
+  for (const int rate_hz : {kEffectRateHz, 44100, 96000}) {
     const size_t frames = static_cast<size_t>(rate_hz);
     std::vector<float> bed(6 * frames);
     bed[6 * (frames / 2) + 2] = 1.0f;  // front centre
@@ -28,14 +30,14 @@ TEST_F(RenderedSoundTest, LengthAndLatencyAreTheSameAtEverySampleRate) {
     for (size_t i = 0; i < ears.size(); ++i) {
       if (std::fabs(ears[i]) > std::fabs(ears[peak])) peak = i;
     }
-    EXPECT_NEAR(24000.0 + 145.0, static_cast<double>(peak / 2), 1.0) << rate_hz;
+    EXPECT_NEAR(24000.0 + double{kEarLatencyFrames}, static_cast<double>(peak / 2), 1.0) << rate_hz;
   }
 }
 
 TEST_F(RenderedSoundTest, PoseHoldsFromTheFirstSample) {
   std::vector<float> bed(6 * 64);
   bed[2] = 1.0f;  // front centre
-  write("bed.wav", "5.1", 48000, bed);
+  write("bed.wav", "5.1", kEffectRateHz, bed);
   ASSERT_EQ(0, run("bed.wav out.w64 --dry --pose 90,0,0")) << errors_;
   const std::vector<float> ears = read("out.w64");
   EXPECT_GT(energy(ears, 1, 0, ears.size() / 2), 2.0 * energy(ears, 0, 0, ears.size() / 2));
@@ -44,7 +46,7 @@ TEST_F(RenderedSoundTest, PoseHoldsFromTheFirstSample) {
 TEST_F(RenderedSoundTest, TrajectoryTurnsTheHeadOnTime) {
   std::vector<float> bed(6 * 24000);
   for (const size_t frame : {0, 12000}) bed[6 * frame + 2] = 1.0f;  // front centre
-  write("bed.wav", "5.1", 48000, bed);
+  write("bed.wav", "5.1", kEffectRateHz, bed);
   std::ofstream(path("turn.csv")) << "time,yaw,pitch,roll\n0,90,0,0\n0.24,90,0,0\n0.25,-90,0,0\n";
   std::ofstream(path("still.csv")) << "time,yaw,pitch,roll\n0,40,-30,20\n";
   ASSERT_EQ(0, run("bed.wav out.wav --dry --trajectory turn.csv")) << errors_;
@@ -83,7 +85,7 @@ TEST_F(RenderedSoundTest, LevelsFollowTheirOptions) {
   std::vector<float> bed(6 * 4800);
   bed[2] = 1.0f;             // front centre
   bed[6 * 2000 + 3] = 1.0f;  // LFE
-  write("bed.wav", "5.1", 48000, bed);
+  write("bed.wav", "5.1", kEffectRateHz, bed);
   const auto render = [&](const std::string& arguments) {
     EXPECT_EQ(0, run("bed.wav out.wav --dry " + arguments)) << errors_;
     return read("out.wav");
@@ -104,9 +106,9 @@ TEST_F(RenderedSoundTest, LevelsFollowTheirOptions) {
 TEST_F(RenderedSoundTest, TheOutputEndsWhenTheRoomHasFallenSilent) {
   std::vector<float> bed(6 * 480);
   bed[6 * 479] = 1.0f;  // front left
-  write("bed.wav", "5.1", 48000, bed);
+  write("bed.wav", "5.1", kEffectRateHz, bed);
   bed.resize(6 * 144000);
-  write("longer.wav", "5.1", 48000, bed);
+  write("longer.wav", "5.1", kEffectRateHz, bed);
   const struct {
     const char* arguments;
     size_t frames, slack;  // length of the output; how much of its end may be silent
@@ -131,12 +133,13 @@ TEST_F(RenderedSoundTest, TheOutputEndsWhenTheRoomHasFallenSilent) {
 TEST_F(RenderedSoundTest, AWallEchoesFromItsDistance) {
   std::vector<float> bed(6 * 480);
   bed[2] = 1.0f;  // front centre
-  write("bed.wav", "5.1", 48000, bed);
+  write("bed.wav", "5.1", kEffectRateHz, bed);
   // The front wall is 6 m ahead, so that it mirrors a loudspeaker at 1 m to 11 m.
   ASSERT_EQ(0, run("bed.wav out.wav --no-reverb --reflections 4 --room 12x14x14 --listener 0,0,7 "
                    "--absorption back=1,left=1,right=1 --param 208=1 --material floor=1"));
   const std::vector<float> ears = read("out.wav");
-  const size_t echo = 145 + static_cast<size_t>(11.0 / 343.0 * 48000.0);
+  const size_t echo = kEarLatencyFrames +
+                      static_cast<size_t>(11.0 / double{SHOEBOX_SPEED_OF_SOUND} * kEffectRateHz);
   const double before = energy(ears, 0, 400, echo - 200);
   EXPECT_GT(energy(ears, 0, echo - 100, echo + 200), 100.0 * before);
   ASSERT_EQ(0, run("bed.wav out.wav --preset hall --dry"));
@@ -148,7 +151,7 @@ TEST_F(RenderedSoundTest, EveryChannelOf22_2IsHeardOnItsSide) {
   constexpr size_t kSpacing = 1024;
   std::vector<float> bed(24 * 24 * kSpacing);
   for (size_t c = 0; c < 24; ++c) bed[24 * kSpacing * c + c] = 1.0f;
-  write("bed.wav", "22.2", 48000, bed);
+  write("bed.wav", "22.2", kEffectRateHz, bed);
   // Left, right or middle, in the file's order.
   const std::string ffmpeg = "LRM.LRLRMLRMLMRLMR.LRMLR", bs2051 = "LRM.LRLRM.LRLRMMLRLRMMLR";
   const auto misplaced = [&](const std::string& arguments, const std::string& sides) {
@@ -184,9 +187,9 @@ TEST_F(RenderedSoundTest, IdentifySoundsWhenAndWhereItSays) {
     std::getline(lines, line);
     size_t count = 0;
     for (; std::getline(lines, line) && !line.empty(); ++count) {
-      const size_t begin = static_cast<size_t>(std::stod(line) * 48000.0);
-      const double left = energy(ears, 0, begin, begin + 48000);
-      const double right = energy(ears, 1, begin, begin + 48000);
+      const size_t begin = static_cast<size_t>(std::stod(line) * kEffectRateHz);
+      const double left = energy(ears, 0, begin, begin + kEffectRateHz);
+      const double right = energy(ears, 1, begin, begin + kEffectRateHz);
       EXPECT_GT(left + right, 1.0) << line;
       const std::string azimuth = line.substr(45, 9);
       const double to_left = azimuth.ends_with(" -") ? 0.0 : std::sin(std::stod(azimuth) / 57.3);

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr double kRate = 48000.0;
+constexpr double kRate = ORVANE_SAMPLE_RATE;
 constexpr size_t kDirectEnd = 1024;  // samples after an impulse that only the direct sound takes
 
 double energy(const std::vector<float>& samples, size_t begin) {

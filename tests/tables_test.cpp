@@ -30,7 +30,7 @@ TEST(ShHrirTest, FixedEntriesAreExact) {
 }
 
 TEST(ShHrirTest, MainPeaksLieWhereTheLatencyIs) {
-  EXPECT_EQ(main_peak(0), 145);
+  EXPECT_EQ(main_peak(0), BINAURALIZER_LATENCY);
   EXPECT_EQ(main_peak(1), 146);
   for (int c = 0; c < SH_HRIR_CHANNELS; ++c) {
     EXPECT_GE(main_peak(c), 139) << "channel " << c;

@@ -15,17 +15,19 @@ namespace {
 
 using Config = vn_config_t;
 
+constexpr float kRate = ORVANE_SAMPLE_RATE;
+
 struct Change {
   float Config::*setting;
   float value;
 };
 
-// A reverberator at 48 kHz with the default settings, a decay of 2400 samples and some changes.
+// A reverberator with the default settings, a decay of 2400 samples and some changes.
 struct Reverb {
   explicit Reverb(const std::vector<Change>& changes = {}, int32_t block_size = 128) {
     uint32_t* words = rng.data();
     vn_init(&state, &words);
-    vn_set_fs(&state, 48000);
+    vn_set_fs(&state, ORVANE_SAMPLE_RATE);
     vn_set_buf_size(&state, block_size);
     state.settings.decay_s = 0.05f;
     for (const Change& c : changes) state.settings.*c.setting = c.value;
@@ -82,7 +84,7 @@ struct Reverb {
   // One channel by direct sums: every block is convolved around the transform's length, and what is
   // beyond the convolution length is dropped.
   std::vector<float> expected(const std::vector<float>& in, int32_t channel) const {
-    const auto delay = static_cast<size_t>(ceilf(state.settings.pre_delay_ms * 48.0f));
+    const auto delay = static_cast<size_t>(ceilf(state.settings.pre_delay_ms * (kRate / 1000.0f)));
     const auto kept = static_cast<size_t>(state.convolution_length);
     const std::vector<double> h = response(channel);
     std::vector<double> sum(in.size() + delay + kept);
@@ -120,8 +122,8 @@ TEST(VelvetConvolutionTest, BlocksEqualTheirDirectConvolution) {
       {"transform as long as the convolution",
        true,
        97,
-       {{&Config::tone_enable, 0.0f}, {&Config::decay_s, 4000.0f / 48000.0f}}},
-      {"no room for the tone", false, 97, {{&Config::decay_s, 4000.0f / 48000.0f}}},
+       {{&Config::tone_enable, 0.0f}, {&Config::decay_s, 4000.0f / kRate}}},
+      {"no room for the tone", false, 97, {{&Config::decay_s, 4000.0f / kRate}}},
       {"pulses near the start", true, 128, {{&Config::pulse_spacing, 40.0f}}},
       {"many pulses", false, 128, {{&Config::pulse_spacing, 3.0f}}},
       {"a tone filter that rings", false, 128, {{&Config::tone_corner_hz, 300.0f}}},
@@ -172,7 +174,7 @@ std::array<std::vector<double>, 2> reference_responses(const vn_state_t& v, std:
       if (!h) continue;
       p += start == 0.0 ? floor(draw() * (half + 1.0)) : floor(draw() * (2.0 * half + 1.0)) - half;
       p = std::min<double>(p, v.response_length);
-      const double magnitude = level * pow(0.001 / level, p / (double{s.decay_s} * 48000.0));
+      const double magnitude = level * pow(0.001 / level, p / (double{s.decay_s} * double{kRate}));
       h->at(static_cast<size_t>(p) - 1) = draw() < 0.5 ? -magnitude : magnitude;
     }
   }

@@ -4,9 +4,11 @@
 
 #include <algorithm>
 
+#include "base/limits.h"
+
 effect_config_t stream_config(uint32_t mask, uint8_t access_mode) {
   effect_config_t config = {};
-  config.inputCfg.samplingRate = config.outputCfg.samplingRate = 48000;
+  config.inputCfg.samplingRate = config.outputCfg.samplingRate = ORVANE_SAMPLE_RATE;
   config.inputCfg.channels = mask;
   config.outputCfg.channels = AUDIO_CHANNEL_OUT_STEREO;
   config.inputCfg.format = config.outputCfg.format = AUDIO_FORMAT_PCM_FLOAT;

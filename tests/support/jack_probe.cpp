@@ -2,9 +2,11 @@
 
 #include <utility>
 
+#include "base/limits.h"
+
 namespace {
 
-constexpr size_t kRoom = 30 * 48000;  // frames
+constexpr size_t kRoom = 30 * size_t{ORVANE_SAMPLE_RATE};  // frames
 
 jack_client_t* open_client() {
   jack_status_t status = {};

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "base/limits.h"
 #include "tools/render/pending_file.h"
 #include "tools/render/speakers.h"
 
@@ -20,7 +21,7 @@ enum class SampleFormat { kFloat32, kInt24 };
 
 struct AudioSpec {
   size_t channels = 2;
-  int sample_rate_hz = 48000;
+  int sample_rate_hz = ORVANE_SAMPLE_RATE;
   uint64_t expected_frames = 0;               // a .wav of 4 GiB or more becomes RF64
   std::optional<SampleFormat> sample_format;  // unset: float, or 24-bit where the file has no float
   std::vector<Speaker> speakers;              // written as the channel map unless empty

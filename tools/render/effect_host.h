@@ -9,13 +9,15 @@
 #include <memory>
 #include <string>
 
+#include "ambisonics/binauralizer.h"
+#include "base/limits.h"
 #include "platform/effect_abi.h"
 
 namespace render {
 
-constexpr int kEffectRateHz = 48000;         // what the effect's filters are made for
-constexpr size_t kEffectMaxFrames = 1024;    // longest block it takes
-constexpr unsigned kEarLatencyFrames = 145;  // from an impulse of the bed to its peak at the ears
+constexpr int kEffectRateHz = ORVANE_SAMPLE_RATE;  // what the effect's filters are made for
+constexpr size_t kEffectMaxFrames = ORVANE_MAX_FRAME_SIZE;    // longest block it takes
+constexpr unsigned kEarLatencyFrames = BINAURALIZER_LATENCY;  // from the bed to the ears
 
 // Where the library is: `requested` if not empty, else next to this program or in the library
 // directory of its installation, else left to the loader's search.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ambisonics/binauralizer.h"
+#include "room/shoebox.h"
 #include "tools/render/effect_host.h"
 #include "tools/render/failure.h"
 #include "tools/render/text.h"
@@ -10,8 +12,8 @@
 namespace render {
 namespace {
 
-constexpr size_t kEarFilterTaps = 256;
-constexpr double kSpeedOfSound = 343.0;  // metres per second, as the effect has it
+constexpr size_t kEarFilterTaps = BINAURALIZER_TAPS;
+constexpr double kSpeedOfSound = double{SHOEBOX_SPEED_OF_SOUND};
 
 // Absorption and material of a wall are one value in the effect, where the last write counts.
 int32_t same_wall(int32_t number) {

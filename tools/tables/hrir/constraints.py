@@ -2,17 +2,17 @@
 
 import numpy as np
 
-from . import table_format
+from .table_format import TAPS, TIME_ZERO_TAP
 
 # (tap, channel): value. The two large ones are the main peaks of channels 0 and 1.
 PINNED = {
     (0, 0): 0.0015932900132611394,
     (0, 1): 0.0020018299110233784,
     (1, 0): -2.798000059556216e-05,
-    (145, 0): -0.03594272956252098,
-    (146, 1): -0.07282113283872604,
+    (TIME_ZERO_TAP, 0): -0.03594272956252098,
+    (TIME_ZERO_TAP + 1, 1): -0.07282113283872604,
 }
-PINNED_PEAKS = [(145, 0), (146, 1)]
+PINNED_PEAKS = [(TIME_ZERO_TAP, 0), (TIME_ZERO_TAP + 1, 1)]
 PEAK_RANGE = (139, 155)  # taps that may hold a channel's main peak, both included
 PEAK_MARGIN = 0.95  # the next largest value relative to the peak
 
@@ -24,7 +24,7 @@ def impose(taps):
     result holds them without any doubt after rounding.
     """
     held = taps.copy()
-    inside = np.zeros(table_format.TAPS, bool)
+    inside = np.zeros(TAPS, bool)
     inside[PEAK_RANGE[0] + 1 : PEAK_RANGE[1]] = True
     for channel in range(len(held)):
         limit = PEAK_MARGIN * np.abs(held[channel, inside]).max()

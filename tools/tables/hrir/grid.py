@@ -4,7 +4,9 @@ from functools import lru_cache
 
 import numpy as np
 
-SAMPLE_RATE = 48000
+from cpp_writer import constant
+
+SAMPLE_RATE = constant("base/limits.h", "ORVANE_SAMPLE_RATE")
 FFT_SIZE = 1024
 NUM_BINS = FFT_SIZE // 2 + 1
 FREQUENCIES = np.arange(NUM_BINS) * SAMPLE_RATE / FFT_SIZE  # Hz
