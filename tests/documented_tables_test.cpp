@@ -89,7 +89,6 @@ TEST(DocumentedConstantTest, OrdersLengthsAndLatency) {
   expect_holds("orvane-live.md", "| " + latency + ", of the ear filters");
   expect_holds("orvane-live.md",
                "longer than " + std::to_string(ORVANE_MAX_FRAME_SIZE) + " frames");
-  expect_holds("validation.md", "| `latency.ear_filters` | " + latency + " samples |");
 }
 
 std::string range_text(const orvane_parameter_t& parameter) {

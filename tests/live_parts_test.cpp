@@ -163,11 +163,11 @@ TEST(HeadGlideTest, BlocksBetweenPosesTurnTheHeadEvenly) {
         glide.aim(render::pose_rotation({.yaw_deg = 0.9 * static_cast<double>(++sent)}));
       }
       const double now = yaw_degrees(glide.advance(block).value_or(Rotation()));
-      const double even = 90.0 * static_cast<double>(block) / 48000.0;
+      const double even = 90.0 * static_cast<double>(block) / render::kEffectRateHz;
       if (begin > 9600) {
         EXPECT_NEAR(even, now - last, 0.7 * even) << block << " at " << begin;
       }
-      EXPECT_NEAR(90.0 * static_cast<double>(begin + block) / 48000.0, now, 2.0);
+      EXPECT_NEAR(90.0 * static_cast<double>(begin + block) / render::kEffectRateHz, now, 2.0);
       last = now;
     }
   }

@@ -12,6 +12,7 @@ ROOT = Path(__file__).resolve().parents[1]
 sys.path.append(str(ROOT / "tools"))
 
 from measure import charts, decay, ears, erb, levels, sine, sphere
+from measure.constants import SAMPLE_RATE_HZ
 from measure.random import Random
 from validate import geometry
 from validate.limits import Limit, limits
@@ -19,7 +20,7 @@ from validate.report import Report
 from validate.room_model import Room, echoes
 from validate.section import Section
 
-RATE_HZ = 48000
+RATE_HZ = SAMPLE_RATE_HZ
 
 
 class SineTest(unittest.TestCase):

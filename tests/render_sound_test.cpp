@@ -69,7 +69,7 @@ TEST_F(RenderedSoundTest, ATurningHeadSoundsTheSameAtEveryBlockLength) {
   for (size_t i = 0; i < 24000; ++i) {
     bed[6 * i + 2] = 0.5f * std::sin(static_cast<float>(i % 48) * 6.2831853f / 48.0f);
   }
-  write("bed.wav", "5.1", 48000, bed);
+  write("bed.wav", "5.1", kEffectRateHz, bed);
   std::ofstream(path("turn.csv")) << "time,yaw,pitch,roll\n0,0,0,0\n0.5,45,0,0\n";
   ASSERT_EQ(0, run("bed.wav out.wav --dry --trajectory turn.csv")) << errors_;
   const std::vector<float> usual = read("out.wav");

@@ -9,7 +9,9 @@ from math import factorial
 import numpy as np
 from scipy.special import lpmv
 
-ORDER = 4
+from measure import constants
+
+ORDER = constants.MAX_ORDER
 
 
 def channel_degrees(order=ORDER):

@@ -9,12 +9,6 @@ import numpy as np
 ROOT = Path(__file__).resolve().parents[2]  # of the source tree
 sys.path.append(str(ROOT / "tools"))
 
-
-def constant(header, name):
-    """The integer that a header of the library gives an enumerator."""
-    return int(re.search(rf"\b{name} = (\d+),", (ROOT / header).read_text())[1])
-
-
 FLOAT = re.compile(r"[-+]?\d+\.?\d*(?:e[-+]?\d+)?(?=f)")
 
 

@@ -7,6 +7,8 @@ give: they hold what is there and show a table, a layout or a ramp that changed.
 
 from dataclasses import dataclass
 
+from measure.constants import LATENCY, MAX_ORDER
+
 
 @dataclass(frozen=True)
 class Limit:
@@ -48,7 +50,7 @@ AVERAGE = "largest distance of the average from the diffuse field"
 
 _ROWS = [
     *((f"rotation.order_{n}", f"worst error of a turned plane wave, order {n}", "dB", None, -110.0, ROUNDING)
-      for n in range(1, 5)),
+      for n in range(1, MAX_ORDER + 1)),
     ("consistency.round_trip", "worst error of a signal encoded, turned and decoded", "dB", None, -110.0, ROUNDING),
     ("consistency.facing", "ears of a loudspeaker faced by the head against the centre's", "dB", None, -110.0, ROUNDING),
     ("ears.time_mean", "error of the time difference, mean over azimuth", "µs", None, 7.5, DATA),
@@ -68,10 +70,10 @@ _ROWS = [
     ("loudspeakers.average_22.2", "the same for 22.2", "dB", None, 2.0, EVEN),
     ("loudspeakers.asymmetry", "ears of a right loudspeaker against the exchanged ears of the left", "dB", None, -110.0,
      "rounding: a pair gives exchanged ears"),
-    ("latency.centre", "from an impulse at the centre to the peak at the ears", "samples", 144.0, 146.0,
+    ("latency.centre", "from an impulse at the centre to the peak at the ears", "samples", LATENCY - 1, LATENCY + 1,
      "data: peaks of the table's first channels"),
     ("latency.field", "of encoder and rotator", "samples", 0.0, 0.0, "exact: both are products of matrices"),
-    ("latency.ear_filters", "of the ear filters", "samples", 145.0, 145.0, "exact: peak of the omnidirectional channel"),
+    ("latency.ear_filters", "of the ear filters", "samples", LATENCY, LATENCY, "exact: peak of the omnidirectional channel"),
     ("latency.reverb", "from an impulse to the first pulse of the tail", "samples", 1440.0, 1520.0,
      "exact: the pre-delay of 30 ms, and a pulse within 80 samples"),
     ("latency.pose_begins", "from a pose to where it begins to be heard", "samples", 0.0, 160.0,
@@ -80,7 +82,7 @@ _ROWS = [
      "exact: the block and the 255 samples of a response"),
     ("reverb.time", "largest deviation of a band's reverberation time from the setting", "%", None, 5.0,
      "chance leaves less than half of it; also the least difference that is heard (ISO 3382-1)"),
-    ("reverb.density", "largest deviation of the pulses per second from 48000 / spacing", "%", None, 1.0,
+    ("reverb.density", "largest deviation of the pulses per second from rate / spacing", "%", None, 1.0,
      "pulses that fall together"),
     ("reverb.envelope", "largest distance of a pulse from the envelope", "dB", None, 0.01,
      "rounding, 80 dB below the first pulse"),

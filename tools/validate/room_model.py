@@ -5,8 +5,8 @@ from dataclasses import dataclass
 import numpy as np
 
 from measure import sphere
+from measure.constants import SPEED_OF_SOUND
 
-SPEED_OF_SOUND = 343.0  # metres per second
 LOSS_PER_METRE = 0.00137  # of the amplitude, see docs/parameters.md
 
 

@@ -4,9 +4,9 @@ from functools import lru_cache
 
 import numpy as np
 
-from cpp_writer import constant
+from measure import constants
 
-SAMPLE_RATE = constant("base/limits.h", "ORVANE_SAMPLE_RATE")
+SAMPLE_RATE = constants.SAMPLE_RATE_HZ
 FFT_SIZE = 1024
 NUM_BINS = FFT_SIZE // 2 + 1
 FREQUENCIES = np.arange(NUM_BINS) * SAMPLE_RATE / FFT_SIZE  # Hz

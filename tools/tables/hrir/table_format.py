@@ -2,12 +2,11 @@
 
 import numpy as np
 
-from cpp_writer import constant
+from measure.constants import LATENCY, TAPS
 
 from . import grid
 
-TAPS = constant("ambisonics/binauralizer.h", "BINAURALIZER_TAPS")
-TIME_ZERO_TAP = constant("ambisonics/binauralizer.h", "BINAURALIZER_LATENCY")  # where sound would reach the middle of the head
+TIME_ZERO_TAP = LATENCY  # where sound would reach the middle of the head
 FADE_IN_TAPS, FADE_OUT_TAPS = 16, 32
 # The main peaks are negative. Diffuse-field level: 20 log10(GAIN) dB.
 GAIN = 0.2339

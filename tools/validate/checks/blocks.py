@@ -3,6 +3,7 @@
 import numpy as np
 
 from measure import charts
+from measure.constants import MAX_BLOCK
 from measure.levels import difference_db
 from measure.random import Random
 
@@ -10,8 +11,7 @@ from ..geometry import head
 from ..section import Section
 
 FRAMES = 24000
-REFERENCE_BLOCK = 1024
-ANY = "1 to 1024"
+ANY = f"1 to {MAX_BLOCK}"
 BLOCKS = (480, 256, 64, 7, ANY)
 ERROR = charts.Axis("difference (dB)", -200.0, -80.0, 20.0)
 
@@ -34,17 +34,17 @@ def render(subject, scene, block):
         bed.settle_head(head(70.0, -20.0, 10.0))
     random = Random(1)
     samples = random.noise((FRAMES, bed.channels)).T
-    return bed.render(samples, (lambda _: 1 + int(random.integers(1)[0]) % 1024) if block == ANY else block)
+    return bed.render(samples, (lambda _: 1 + int(random.integers(1)[0]) % MAX_BLOCK) if block == ANY else block)
 
 
 def check(subject, limits):
     section = Section(
         "blocks", "The same sound in any blocks",
-        "Noise in all channels, rendered in blocks of other lengths than 1024: the largest difference against the peak"
+        f"Noise in all channels, rendered in blocks of other lengths than {MAX_BLOCK}: the largest difference against the peak"
         " of the ears.", limits)  # fmt: skip
-    chart = charts.Chart("Difference from blocks of 1024", charts.Axis("frames per block", 0.0, len(BLOCKS)), ERROR)
+    chart = charts.Chart(f"Difference from blocks of {MAX_BLOCK}", charts.Axis("frames per block", 0.0, len(BLOCKS)), ERROR)
     for i, scene in enumerate(SCENES):
-        reference = render(subject, scene, REFERENCE_BLOCK)
+        reference = render(subject, scene, MAX_BLOCK)
         errors = [difference_db(render(subject, scene, block), reference) for block in BLOCKS]
         limit = section.add(scene[0], np.max(errors))
         chart.dots(np.arange(len(BLOCKS)) + 0.5 + 0.15 * (i - 1), errors, charts.SERIES[i], scene[1])

@@ -110,7 +110,7 @@ def check_pulses(subject, section):
         chart.line((np.arange(len(counted)) + 0.5) * WINDOW_S, counted, colour, f"spacing {spacing:g}")
         density.append(100.0 * abs(found.sum() * rate_hz / length * spacing / rate_hz - 1.0))
         envelope += [envelope_error_db(ear, start, decay_s, level, rate_hz) for ear in heard]
-    chart.words(0.5 * decay_s, 100.0, "dashed: 48000 / spacing", colour=charts.REFERENCE)
+    chart.words(0.5 * decay_s, 100.0, "dashed: rate / spacing", colour=charts.REFERENCE)
     section.add("density", np.max(density))
     section.add("envelope", np.max(envelope))
     section.draw(chart)
