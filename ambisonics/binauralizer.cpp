@@ -148,7 +148,9 @@ void transform_responses(binauralizer_t* b, const binauralizer_transform_t& tran
       rows[lane] = taps;
       if (first + lane >= lanes.count) continue;
       const float* const responses = binauralizer_sh_hrir + lanes.channels[first + lane];
-      for (uint32_t k = 0; k < SH_HRIR_TAPS; ++k) taps[k] = responses[k * SH_HRIR_CHANNELS];
+      for (uint32_t k = 0; k < SH_HRIR_TAPS; ++k) {
+        taps[k] = responses[size_t{k} * SH_HRIR_CHANNELS];
+      }
     }
     lane_transform_forward(transform.channels, rows, SH_HRIR_TAPS, batch);
     unpack_spectra(transform.channels, batch, 0.5f / static_cast<float>(transform.size));

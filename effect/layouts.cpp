@@ -2,6 +2,8 @@
 
 #include <errno.h>
 
+#include <algorithm>
+
 #include "platform/effect_abi.h"
 #include "platform/log.h"
 #include "renderer/loudspeaker_layouts.h"
@@ -20,13 +22,8 @@ constexpr bool is_consistent(const orvane_layout_t& layout) {
   return mask == layout.mask;
 }
 
-constexpr bool are_consistent() {
-  for (const orvane_layout_t& layout : orvane_layouts) {
-    if (!is_consistent(layout)) return false;
-  }
-  return true;
-}
-static_assert(are_consistent(), "a layout's mask, loudspeakers or LFEs contradict each other");
+static_assert(std::ranges::all_of(orvane_layouts, is_consistent),
+              "a layout's mask, loudspeakers or LFEs contradict each other");
 
 }  // namespace
 

@@ -122,9 +122,8 @@ std::vector<float> pick_samples(const std::vector<float>& sound) {
 void write_reference(const char* path) {
   FILE* file = fopen(path, "w");
   ASSERT_NE(nullptr, file);
-  fputs(
-      "// Made by ORVANE_TEST_TARGET=lowest ORVANE_WRITE_REFERENCE=tests/equivalence_table.inc\n",
-      file);
+  fputs("// Made by ORVANE_TEST_TARGET=lowest ORVANE_WRITE_REFERENCE=tests/equivalence_table.inc\n",
+        file);
   fputs(
       "// build/release/tests/orvane_tests "
       "--gtest_filter=EquivalenceTest.ProcessorsDoNotShowInTheSound\n",

@@ -112,7 +112,8 @@ void compute(memory_t* m, const ubr_t& r) {
 
 // Channel 0 of the field that the block skips.
 void encode_omni(const memory_t& m, uint32_t num_audible, const block_t& block, float* omni) {
-  mix_channels({m.gains, AMBISONICS_MAX_CHANNELS, 1}, {m.audible, num_audible}, {&omni, 1},
+  float* const field[] = {omni};
+  mix_channels({m.gains, AMBISONICS_MAX_CHANNELS, 1}, {m.audible, num_audible}, {field, 1},
                block.frames, false);
 }
 
