@@ -30,8 +30,9 @@ struct route_t {
 
 extern const route_t kAtRestRoute, kTurningRoute, kPlainRoute;
 
-constexpr uint32_t kNumRoutes = 3;
-extern const route_t* const kRoutes[kNumRoutes];  // in the order in which they are asked
+// All routes, in the order in which they are asked.
+extern const route_t* const kRoutes[];
+extern const uint32_t kNumRoutes;
 
 // Makes what the routes keep between blocks, once all modules are built. Returns UBR_OK or
 // UBR_NO_MEMORY; a renderer without room records has nowhere to keep it and needs nothing.

@@ -1,8 +1,11 @@
+#include <iterator>
+
 #include "base/memory.h"
 #include "base/result.h"
 #include "renderer/routes/route.h"
 
-const route_t* const kRoutes[kNumRoutes] = {&kAtRestRoute, &kTurningRoute, &kPlainRoute};
+const route_t* const kRoutes[] = {&kAtRestRoute, &kTurningRoute, &kPlainRoute};
+const uint32_t kNumRoutes = std::size(kRoutes);
 
 uint32_t routes_init(ubr_t* renderer) {
   if (!renderer->reflections) return UBR_OK;
