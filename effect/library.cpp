@@ -63,6 +63,8 @@ void destroy_module(orvane_module_s* module) {
   release(module);
 }
 
+}  // namespace
+
 int32_t orvaneLib_Create(const effect_uuid_t* uuid, int32_t /*sessionId*/, int32_t /*ioId*/,
                          effect_handle_t* pHandle) {
   ORVANE_LOGI("orvaneLib_Create()");
@@ -103,8 +105,6 @@ int32_t orvaneLib_GetDescriptor(const effect_uuid_t* uuid, effect_descriptor_t* 
   *pDescriptor = gOrvaneDescriptor;
   return 0;
 }
-
-}  // namespace
 
 int32_t orvane_GetDescriptor(effect_handle_t self, effect_descriptor_t* pDescriptor) {
   if (!self || orvane_state(orvane_module(self)) == ORVANE_STATE_UNINITIALIZED) return -EINVAL;

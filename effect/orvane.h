@@ -13,6 +13,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "base/export.h"
 #include "platform/effect_abi.h"
 #include "renderer/ubr.h"
 
@@ -83,14 +84,14 @@ inline void orvane_set_state(orvane_module_s* module, uint32_t state) {
 // and keeps it as it is otherwise; frees the planar buffers. Takes the mutex, so a block under way
 // ends first, in the old configuration, and a block that waits is refused. Returns 0, -1 when there
 // is no memory for the renderer, or -EINVAL.
-int32_t orvane_Init(orvane_module_s* module);
+ORVANE_EXTERN_C int32_t orvane_Init(orvane_module_s* module);
 
 // Number of channels of an AUDIO_CHANNEL_* mask; 0 for a representation other than positions or
 // indices.
-int32_t orvane_channel_count(uint32_t mask);
+ORVANE_EXTERN_C int32_t orvane_channel_count(uint32_t mask);
 
 // Frees the planar buffers, `channels` of them on the input side, if there are any.
-void orvane_deallocateBuffers(orvane_object_t* object, int32_t channels);
+ORVANE_EXTERN_C void orvane_deallocateBuffers(orvane_object_t* object, int32_t channels);
 
 // Whether the effect can run in a configuration: equal sampling rates, stereo output, float
 // samples. Does not look at the input channels. Returns 0, or -EINVAL after logging.
@@ -108,10 +109,19 @@ int32_t orvane_Configure(orvane_module_s* module, const void* config_data);
 void orvane_Reset(orvane_module_s* module);
 
 // Slots of the interface table.
-ORVANE_NONBLOCKING int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer,
-                                          audio_buffer_t* outBuffer);
-int32_t orvane_Command(effect_handle_t self, uint32_t cmdCode, uint32_t cmdSize, void* pCmdData,
-                       uint32_t* replySize, void* pReplyData);
-int32_t orvane_GetDescriptor(effect_handle_t self, effect_descriptor_t* pDescriptor);
+ORVANE_EXTERN_C ORVANE_NONBLOCKING int32_t orvane_Process(effect_handle_t self,
+                                                          audio_buffer_t* inBuffer,
+                                                          audio_buffer_t* outBuffer);
+ORVANE_EXTERN_C int32_t orvane_Command(effect_handle_t self, uint32_t cmdCode, uint32_t cmdSize,
+                                       void* pCmdData, uint32_t* replySize, void* pReplyData);
+ORVANE_EXTERN_C int32_t orvane_GetDescriptor(effect_handle_t self,
+                                             effect_descriptor_t* pDescriptor);
+
+// Slots of AELI: creation and release of an instance, and the descriptor by its UUID.
+ORVANE_EXTERN_C int32_t orvaneLib_Create(const effect_uuid_t* uuid, int32_t sessionId, int32_t ioId,
+                                         effect_handle_t* pHandle);
+ORVANE_EXTERN_C int32_t orvaneLib_Release(effect_handle_t handle);
+ORVANE_EXTERN_C int32_t orvaneLib_GetDescriptor(const effect_uuid_t* uuid,
+                                                effect_descriptor_t* pDescriptor);
 
 #endif  // ORVANE_EFFECT_ORVANE_H_
