@@ -2,6 +2,7 @@
 #include "ambisonics/binauralizer.h"
 
 #include <math.h>
+#include <stddef.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -18,6 +19,11 @@
 #include "numerics/pair_transform.h"
 
 static_assert(int{SH_HRIR_CHANNELS} == int{AMBISONICS_MAX_CHANNELS}, "one response per channel");
+static_assert(is_laid_out(sizeof(binauralizer_t), 80));
+static_assert(offsetof(binauralizer_t, sh_degree_m) == 24);
+static_assert(is_laid_out(offsetof(binauralizer_t, overlap_tails), 40));
+static_assert(is_laid_out(offsetof(binauralizer_t, hrtf_spectra), 56));
+static_assert(is_laid_out(offsetof(binauralizer_t, fft_setup), 72));
 
 namespace {
 

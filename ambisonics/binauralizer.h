@@ -10,8 +10,6 @@
 #ifndef ORVANE_AMBISONICS_BINAURALIZER_H_
 #define ORVANE_AMBISONICS_BINAURALIZER_H_
 
-#include <assert.h>
-#include <stddef.h>
 #include <stdint.h>
 
 #include "base/export.h"
@@ -43,16 +41,6 @@ typedef struct binauralizer_t {
                         // the samples of the ears
   struct binauralizer_transforms_t* fft_setup;  // private: the transforms of all lengths
 } binauralizer_t;
-
-static_assert(sizeof(void*) != 8 || sizeof(binauralizer_t) == 80, "callers hold the record");
-static_assert(sizeof(void*) != 8 || offsetof(binauralizer_t, sh_degree_m) == 24,
-              "callers hold the record");
-static_assert(sizeof(void*) != 8 || offsetof(binauralizer_t, overlap_tails) == 40,
-              "callers hold the record");
-static_assert(sizeof(void*) != 8 || offsetof(binauralizer_t, hrtf_spectra) == 56,
-              "callers hold the record");
-static_assert(sizeof(void*) != 8 || offsetof(binauralizer_t, fft_setup) == 72,
-              "callers hold the record");
 
 // Builds a binauralizer for orders 0 to 4 and blocks of up to `max_frame_size` samples.
 // Returns UBR_OK; 1 when the transforms or the table of orders m cannot be made; UBR_NO_MEMORY for

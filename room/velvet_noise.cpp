@@ -23,10 +23,9 @@ static_assert(sizeof(vn_config_t) == VN_NUM_SETTINGS * sizeof(float));
 static_assert(offsetof(vn_state_t, response_length) == 20 &&
               offsetof(vn_state_t, convolution_length) == 44);
 static_assert(offsetof(vn_state_t, settings) == 48 && offsetof(vn_state_t, num_work_vectors) == 88);
-#if __SIZEOF_POINTER__ == 8
-static_assert(offsetof(vn_state_t, ring_buffers) == 96 && offsetof(vn_state_t, fft_setup) == 120);
-static_assert(sizeof(vn_state_t) == 128);
-#endif
+static_assert(is_laid_out(offsetof(vn_state_t, ring_buffers), 96));
+static_assert(is_laid_out(offsetof(vn_state_t, fft_setup), 120));
+static_assert(is_laid_out(sizeof(vn_state_t), 128));
 
 void release_buffers(vn_state_t& s) {
   if (s.fft_setup) {
