@@ -6,11 +6,9 @@
 
 #include "base/memory.h"
 #include "base/result.h"
+#include "renderer/parameters.h"
 #include "renderer/reverb_internal.h"
-#include "renderer/ubr.h"
 #include "room/velvet_noise_internal.h"
-
-static_assert(int{VN_MAX_BLOCK_SIZE} >= int{UBR_MAX_FRAME_SIZE}, "every renderer has its tail");
 
 namespace {
 
@@ -84,16 +82,6 @@ void reverb_change_apply(ubr_reverb_t* reverb, reverb_change_t* change) {
 }
 
 void reverb_change_release(reverb_change_t* change) { vn_terminate(&change->state); }
-
-uint32_t ubr_set_reverb_param(ubr_t* renderer, uint32_t id, float value) {
-  if (!renderer) return UBR_MISSING;
-  reverb_change_t change;
-  if (const uint32_t code = reverb_change_begin(renderer->reverb, id, value, &change)) return code;
-  reverb_change_prepare(renderer->reverb, &change);
-  reverb_change_apply(renderer->reverb, &change);
-  reverb_change_release(&change);
-  return UBR_OK;
-}
 
 void reverb_cleanup(ubr_reverb_t* reverb) {
   if (!reverb) return;

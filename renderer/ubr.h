@@ -41,10 +41,16 @@ enum {
   UBR_DOWNMIX_INPUTS = 8,
 };
 
-// The two fields hold the last block that needed them. Blocks of discrete sources often do not:
-// with a static scene neither is written, but for channel 0 of hoa_buffer_b where the reverb is on;
-// while the head turns without reflections, hoa_buffer_b alone. hoa_buffer_a is current after every
-// block with reflections, hoa_buffer_b after every block of an ambisonic input that is rotated.
+// The fields hoa_buffer_a and hoa_buffer_b keep an older block where this one took a shortcut:
+//
+//   discrete sources, reflections on         both are current
+//   discrete sources, static scene           neither, but for channel 0 of hoa_buffer_b while the
+//                                            reverb is on
+//   discrete sources, turning head           hoa_buffer_b, but not hoa_buffer_a
+//   ambisonic input, UBR_MODE_BINAURAL_TRACKED  hoa_buffer_b, the only one
+//
+// Whether a block of discrete sources without reflections takes a shortcut depends on its length
+// and on the number of sources; if it takes none, both are current.
 typedef struct ubr_t {
   uint32_t input_type;   // ubr_input_type
   uint32_t render_mode;  // ubr_render_mode
@@ -53,8 +59,8 @@ typedef struct ubr_t {
   ambisonics_config_t ambi_config;
   uint32_t frame_size;                     // samples of the current block
   uint32_t max_frame_size;                 // capacity of every buffer
-  float** hoa_buffer_a;                    // field before rotation, see below
-  float** hoa_buffer_b;                    // field that enters the binauralizer
+  float** hoa_buffer_a;                    // field before rotation, see above
+  float** hoa_buffer_b;                    // field that enters the binauralizer, see above
   float downmix_left[UBR_DOWNMIX_INPUTS];  // gain of each input in the stereo downmix
   float downmix_right[UBR_DOWNMIX_INPUTS];
   binauralizer_t* binauralizer;  // every pointer is owned, and null where the module is not built
@@ -100,8 +106,8 @@ ORVANE_API uint32_t ubr_set_downmix_coefficients(ubr_t* renderer);
 // Returns UBR_OK, UBR_MISSING for null, or the failing module's code.
 ORVANE_API uint32_t ubr_reset(ubr_t* renderer);
 
-// Frees every module and buffer and zeroes the renderer (not the object itself, which is its
-// owner's). Zero-filled and half-built renderers are accepted.
+// Frees every module and buffer and zeroes the renderer but for input_type and render_mode. The
+// object itself is its owner's. Zero-filled and half-built renderers are accepted.
 // Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t ubr_cleanup(ubr_t* renderer);
 

@@ -1,7 +1,8 @@
-// Parameters of the room, one value at a time: checked against renderer/parameters.h, then put in
-// their place.
+// Parameters of room and reverb, one value at a time: checked against renderer/parameters.h, then
+// put in their place.
 #include "base/result.h"
 #include "renderer/reflections_internal.h"
+#include "renderer/reverb_internal.h"
 #include "renderer/ubr.h"
 
 namespace {
@@ -81,4 +82,14 @@ uint32_t ubr_set_reflections_param(ubr_t* renderer, uint32_t id, float value) {
 uint32_t ubr_compute_reflections(ubr_t* renderer) {
   if (!renderer || !renderer->reflections) return UBR_MISSING;
   return reflections_compute(renderer->reflections, renderer->ambisonics, renderer->max_frame_size);
+}
+
+uint32_t ubr_set_reverb_param(ubr_t* renderer, uint32_t id, float value) {
+  if (!renderer) return UBR_MISSING;
+  reverb_change_t change;
+  if (const uint32_t code = reverb_change_begin(renderer->reverb, id, value, &change)) return code;
+  reverb_change_prepare(renderer->reverb, &change);
+  reverb_change_apply(renderer->reverb, &change);
+  reverb_change_release(&change);
+  return UBR_OK;
 }
