@@ -18,6 +18,7 @@ double energy(const std::vector<float>& ears, size_t ear, size_t begin, size_t e
 }
 
 TEST_F(RenderedSoundTest, LengthAndLatencyAreTheSameAtEverySampleRate) {
+  size_t usual = 0;
   for (const int rate_hz : {kEffectRateHz, 44100, 96000}) {
     const size_t frames = static_cast<size_t>(rate_hz);
     std::vector<float> bed(6 * frames);
@@ -30,7 +31,9 @@ TEST_F(RenderedSoundTest, LengthAndLatencyAreTheSameAtEverySampleRate) {
     for (size_t i = 0; i < ears.size(); ++i) {
       if (std::fabs(ears[i]) > std::fabs(ears[peak])) peak = i;
     }
-    EXPECT_NEAR(24000.0 + double{kEarLatencyFrames}, static_cast<double>(peak / 2), 1.0) << rate_hz;
+    EXPECT_NEAR(24000.0 + double{kEarLatencyFrames}, static_cast<double>(peak / 2), 4.0) << rate_hz;
+    if (rate_hz == kEffectRateHz) usual = peak / 2;
+    EXPECT_NEAR(static_cast<double>(usual), static_cast<double>(peak / 2), 1.0) << rate_hz;
   }
 }
 

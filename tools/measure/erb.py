@@ -9,20 +9,31 @@ import numpy as np
 LOWEST_HZ, HIGHEST_HZ = 100.0, 16000.0  # centres of the first and at most the last band
 TRANSFORM = 1024  # the grid on which responses are judged
 SILENCE = 1e-12  # of the power
+NARROWEST_HZ = 30.0  # about what TRANSFORM resolves
 
 
 def _number(hz):
     return 21.4 * np.log10(1.0 + 0.00437 * hz)
 
 
-NUMBERS = np.arange(_number(LOWEST_HZ), _number(HIGHEST_HZ) + 1e-6)
-CENTRES_HZ = (10.0 ** (NUMBERS / 21.4) - 1.0) / 0.00437
+def centres(lowest_hz, highest_hz, step=1.0):
+    """Frequencies in Hz from `lowest_hz` to at most `highest_hz`, `step` bands apart."""
+    numbers = np.arange(_number(lowest_hz), _number(highest_hz) + 1e-6, step)
+    return (10.0 ** (numbers / 21.4) - 1.0) / 0.00437
 
 
-def weights(frequencies_hz):
-    """Weight of every frequency in every band, shape (bands, frequencies); those of a band add up to 1."""
-    bandwidths = 1.019 * 24.7 * (0.00437 * CENTRES_HZ + 1.0)
-    offset = (np.asarray(frequencies_hz)[None, :] - CENTRES_HZ[:, None]) / bandwidths[:, None]
+CENTRES_HZ = centres(LOWEST_HZ, HIGHEST_HZ)
+
+
+def weights(frequencies_hz, centres_hz=CENTRES_HZ, width=1.0):
+    """Weight of every frequency in every band, shape (bands, frequencies); those of a band add up to 1.
+
+    Bands are `width` times as wide as the ear's; narrower ones never less than NARROWEST_HZ.
+    """
+    bandwidths = 1.019 * 24.7 * (0.00437 * centres_hz + 1.0) * width
+    if width < 1.0:
+        bandwidths = np.maximum(bandwidths, NARROWEST_HZ)
+    offset = (np.asarray(frequencies_hz)[None, :] - centres_hz[:, None]) / bandwidths[:, None]
     response = (1.0 + offset**2) ** -4.0
     return response / response.sum(axis=1, keepdims=True)
 

@@ -13,28 +13,37 @@ PINNED = {
     (TIME_ZERO_TAP + 1, 1): -0.07282113283872604,
 }
 PINNED_PEAKS = [(TIME_ZERO_TAP, 0), (TIME_ZERO_TAP + 1, 1)]
-PEAK_RANGE = (139, 155)  # taps that may hold a channel's main peak, both included
+PEAK_RANGE = (140, 151)  # taps that may hold a channel's main peak, both included
 PEAK_MARGIN = 0.95  # the next largest value relative to the peak
 
 
 def impose(taps):
     """Returns the nearest taps (channels, taps) that hold the constraints.
 
-    The range is narrowed by a tap on either side and lower peaks get a margin, so that the
-    result holds them without any doubt after rounding.
+    Other values get a margin below the peak, so that the result holds them without any doubt
+    after rounding.
     """
     held = taps.copy()
-    inside = np.zeros(TAPS, bool)
-    inside[PEAK_RANGE[0] + 1 : PEAK_RANGE[1]] = True
-    for channel in range(len(held)):
-        limit = PEAK_MARGIN * np.abs(held[channel, inside]).max()
-        held[channel, ~inside] = np.clip(held[channel, ~inside], -limit, limit)
-    for tap, channel in PINNED_PEAKS:
-        limit = PEAK_MARGIN * abs(PINNED[tap, channel])
-        held[channel] = np.clip(held[channel], -limit, limit)
     for (tap, channel), value in PINNED.items():
         held[channel, tap] = value
+    for channel, values in enumerate(held):
+        peak, others = peak_and_others(channel, values)
+        limit = PEAK_MARGIN * abs(values[peak])
+        values[others] = np.clip(values[others], -limit, limit)
     return held
+
+
+def peak_and_others(channel, taps):
+    """Tap of a channel's main peak within the range, and a mask of the taps that must stay below.
+
+    Pinned peaks are where they are pinned, and all other taps must stay below them.
+    """
+    inside = np.zeros(TAPS, bool)
+    inside[PEAK_RANGE[0] : PEAK_RANGE[1] + 1] = True
+    pinned = [tap for tap, pinned_channel in PINNED_PEAKS if pinned_channel == channel]
+    peak = pinned[0] if pinned else int(np.argmax(np.where(inside, np.abs(taps), -1.0)))
+    others = np.arange(TAPS) != peak if pinned else ~inside
+    return peak, others
 
 
 def main_peaks(table):

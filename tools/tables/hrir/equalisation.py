@@ -20,8 +20,7 @@ BAND_LIMIT_HZ = (19000.0, 22000.0)
 
 def equalise(measured):
     """All steps that come before the gap below the lowest ring is filled."""
-    equalised = measured.with_spectra(remove_bulk_delay(measured))
-    equalised = equalised.with_spectra(equalise_diffuse_field(equalised))
+    equalised = measured.with_spectra(equalise_diffuse_field(measured))
     equalised = equalised.with_spectra(extend_low_frequencies(equalised.spectra))
     return equalised.with_spectra(remove_common_group_delay(equalised))
 
@@ -34,13 +33,13 @@ def finish(complete):
     return complete.with_spectra(complete.spectra * gain * band_limit())
 
 
-def remove_bulk_delay(hrtfs):
-    """Takes out the mean travel time, read from the phase slopes at low frequencies."""
+def without_bulk_delay(hrtfs):
+    """The set without its mean travel time, read from the phase slopes at low frequencies."""
     low, high = BULK_DELAY_BAND_HZ
     band = (grid.FREQUENCIES >= low) & (grid.FREQUENCIES <= high)
     phase = np.unwrap(np.angle(hrtfs.spectra[:, band]), axis=1)
     slope = np.polyfit(2.0 * np.pi * grid.FREQUENCIES[band], phase.T, 1)[0]
-    return hrtfs.spectra * grid.delay_phase(hrtfs.weights @ slope)
+    return hrtfs.with_spectra(hrtfs.spectra * grid.delay_phase(hrtfs.weights @ slope))
 
 
 def equalise_diffuse_field(hrtfs):

@@ -1,4 +1,4 @@
-"""The plot of docs/data.md: four views of how the table compares with the measurement."""
+"""The plot of docs/data.md: views of how the table compares with the measurement."""
 
 import matplotlib
 
@@ -10,29 +10,26 @@ import numpy as np
 from matplotlib.ticker import FuncFormatter, NullFormatter
 
 from . import quality, sphere
-from .pipeline import table_spectra
+from .pipeline import TABLE, method_spectra
 
-METHOD_COLOURS = {
-    "least squares": "#999999",
-    "least squares, diffuse field matched": "#d98200",
-    "the table": "#0060a8",
-}
+METHOD_COLOURS = ("#999999", "#d98200", "#0060a8")  # the table last
+MEASURED = {"color": "#222222", "linewidth": 0.9, "linestyle": "--", "label": "measured"}
 VIEWED_AZIMUTHS = {0: "#222222", 45: "#0060a8", 90: "#1a8a3c", 270: "#c23b22"}  # degrees
 TICKS_HZ = [100, 200, 500, 1000, 2000, 5000, 10000]
 
 
 def draw(result, path):
     """Draws all views into an image file."""
-    figure, axes = plt.subplots(2, 2, figsize=(11.0, 7.6), layout="constrained")
-    spectra = {
-        "least squares": result.least_squares,
-        "least squares, diffuse field matched": result.least_squares_equalised,
-        "the table": table_spectra(result.table),
-    }
-    draw_level_error(axes[0, 0], spectra, result.hrtfs)
-    draw_diffuse_field(axes[0, 1], spectra)
-    draw_directions(axes[1, 0], spectra["the table"], result.hrtfs)
-    draw_impulse_responses(axes[1, 1], result.table)
+    figure, axes = plt.subplots(3, 2, figsize=(11.0, 11.4), layout="constrained")
+    spectra = method_spectra(result)
+    everywhere = np.arange(result.hrtfs.num_measured)
+    ears = {name: quality.Ears(values, result.hrtfs, everywhere) for name, values in spectra.items()}
+    draw_level_error(axes[0, 0], ears)
+    draw_envelope_delays(axes[0, 1], ears)
+    draw_coherence(axes[1, 0], spectra, result.hrtfs)
+    draw_phantom_centre(axes[1, 1], ears)
+    draw_directions(axes[2, 0], ears[TABLE])
+    draw_impulse_responses(axes[2, 1], result.table)
     for axis in axes.flat:
         axis.grid(alpha=0.25, linewidth=0.6)
         axis.spines[["top", "right"]].set_visible(False)
@@ -40,39 +37,60 @@ def draw(result, path):
     plt.close(figure)
 
 
-def draw_level_error(axis, spectra, hrtfs):
+def draw_level_error(axis, ears):
     """Mean absolute level error of the left ear over all measured directions."""
-    measured = slice(0, hrtfs.num_measured)
-    basis = sphere.harmonics(hrtfs.azimuth[measured], hrtfs.elevation[measured])
-    wanted = quality.band_levels(hrtfs.spectra[measured])
-    weights = hrtfs.weights[measured] / hrtfs.weights[measured].sum()
-    for name, values in spectra.items():
-        error = weights @ np.abs(quality.band_levels(basis @ values) - wanted)
-        axis.plot(quality.CENTRES, error, color=METHOD_COLOURS[name], label=name)
+    for (name, heard), colour in zip(ears.items(), METHOD_COLOURS):
+        levels = quality.band_levels(heard.left) - quality.band_levels(heard.measured_left)
+        axis.plot(quality.CENTRES, heard.weights @ np.abs(levels), color=colour, label=name)
     label_frequencies(axis)
     axis.set(title="Level error, mean over directions", ylabel="error (dB)", ylim=(0.0, None))
     axis.legend(frameon=False)
 
 
-def draw_diffuse_field(axis, spectra):
-    """Response of one ear to sound from everywhere at once."""
-    for name, values in spectra.items():
-        power = quality.BAND_WEIGHTS @ quality.diffuse_power(values)
-        axis.plot(quality.CENTRES, 10.0 * np.log10(power), color=METHOD_COLOURS[name], label=name)
+def draw_envelope_delays(axis, ears):
+    """Interaural delay of the envelope by azimuth, at the horizon around 4 kHz."""
+    band = quality.ENVELOPE_CENTRES_HZ.index(4000.0)
+    first = next(iter(ears.values()))
+    level = np.flatnonzero(np.abs(first.elevation) < 0.01)
+    level = level[np.argsort(first.azimuth[level])]
+    degrees = np.degrees(first.azimuth[level])
+    for (name, heard), colour in zip(ears.items(), METHOD_COLOURS):
+        delays = quality.envelope_time_differences(heard.left[level], heard.right[level])
+        axis.plot(degrees, delays[band], color=colour, label=name)
+    measured = first.measured_left[level], first.measured_right[level]
+    axis.plot(degrees, quality.envelope_time_differences(*measured)[band], **MEASURED)
+    axis.set(title="Interaural delay of the envelope around 4 kHz", ylabel="left leads (µs)")
+    axis.set(xlabel="azimuth at the horizon (degrees)", xticks=range(0, 361, 45))
+
+
+def draw_coherence(axis, spectra, hrtfs):
+    """Interaural coherence in a diffuse field."""
+    for values, colour in zip(spectra.values(), METHOD_COLOURS):
+        axis.plot(quality.CENTRES, quality.table_coherence(values), color=colour)
+    axis.plot(quality.CENTRES, quality.measured_coherence(hrtfs), **MEASURED)
     label_frequencies(axis)
-    axis.set(title="Diffuse-field response (flat is right)", ylabel="level (dB)")
+    axis.set(title="Interaural coherence in a diffuse field", ylabel="coherence")
+    axis.legend(frameon=False)
 
 
-def draw_directions(axis, spectra, hrtfs):
+def draw_phantom_centre(axis, ears):
+    """Colour of a phantom centre from loudspeakers at 30 and, thinner, 45 degrees."""
+    for degrees, width in ((30, 1.5), (45, 0.8)):
+        for heard, colour in zip(ears.values(), METHOD_COLOURS):
+            pair = [heard.nearest(degrees), heard.nearest(-degrees)]
+            reached = quality.band_levels(heard.left[pair].sum(axis=0)[None])
+            measured = quality.band_levels(heard.measured_left[pair].sum(axis=0)[None])
+            axis.plot(quality.CENTRES, (reached - measured)[0], color=colour, linewidth=width)
+    label_frequencies(axis)
+    axis.set(title="Error of a phantom centre of ±30°, thin ±45°", ylabel="error (dB)")
+
+
+def draw_directions(axis, ears):
     """Left ear for single horizontal directions, measured beside the table."""
-    measured = slice(0, hrtfs.num_measured)
-    azimuths, elevations = hrtfs.azimuth[measured], hrtfs.elevation[measured]
     for degrees, colour in VIEWED_AZIMUTHS.items():
-        nearest = sphere.nearest_direction(azimuths, elevations, np.radians(degrees), 0.0)
-        wanted = quality.band_levels(hrtfs.spectra[nearest])
-        basis = sphere.harmonics(azimuths[[nearest]], elevations[[nearest]])
+        nearest = [ears.nearest(degrees)]
+        wanted, reached = (quality.band_levels(x[nearest])[0] for x in (ears.measured_left, ears.left))
         axis.plot(quality.CENTRES, wanted, color=colour, linewidth=0.9, linestyle="--")
-        reached = quality.band_levels(basis @ spectra)[0]
         axis.plot(quality.CENTRES, reached, color=colour, label=f"{degrees}°")
     label_frequencies(axis)
     axis.set(title="Left ear by azimuth (dashed: measured)", ylabel="level (dB)")

@@ -1,26 +1,23 @@
 """The quality figures as the Markdown table that docs/data.md shows."""
 
-HEAD = (
-    "| | level, mean | below 2 kHz | above 2 kHz | 99th percentile | level difference |"
-    " time difference, mean / 95 % | diffuse field, largest | coherence, mean / largest |\n"
-    "|---|---|---|---|---|---|---|---|---|"
-)
+
+def table(methods):
+    """Lines of a table with a row per figure and a column per method.
+
+    `methods` maps a method's name to its figures by name.
+    """
+    names = list(next(iter(methods.values())))
+    lines = ["| | " + " | ".join(methods) + " |", "|---|" + "---|" * len(methods)]
+    for name in names:
+        values = (_text(name, figures[name]) for figures in methods.values())
+        lines.append(f"| {name} | " + " | ".join(values) + " |")
+    return lines
 
 
-def row(name, quality):
-    """One method's figures: dB, microseconds for the time difference, none for coherence."""
-    q = quality
-    return (
-        f"| {name} | {q.level:.2f} | {q.level_below_split:.2f} | {q.level_above_split:.2f}"
-        f" | {q.level_99th_percentile:.1f} | {q.level_difference:.2f}"
-        f" | {q.time_difference_us:.1f} / {q.time_difference_95th_percentile_us:.1f}"
-        f" | {q.diffuse_field:.2f} | {q.coherence:.2f} / {q.coherence_largest:.2f} |"
-    )
-
-
-def rows(qualities):
-    """Rows of several methods, given as a mapping from name to Quality."""
-    return [row(name, quality) for name, quality in qualities.items()]
+def _text(name, value):
+    if "envelope" in name:
+        return f"{value:.0f}"
+    return f"{value:.1f}" if "(us)" in name or "energy" in name else f"{value:.2f}"
 
 
 def peaks_line(peaks):

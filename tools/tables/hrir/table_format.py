@@ -36,3 +36,10 @@ def to_taps(spectra):
 def to_spectra(taps):
     """The inverse of to_taps for a response that the window leaves as it is."""
     return np.fft.rfft(taps, grid.FFT_SIZE, axis=-1) / (_ORIGIN_PHASE * GAIN * POLARITY)
+
+
+def taps_slope(spectra_slope):
+    """Slope of the taps from the slope of to_spectra's result (dJ/dRe + i dJ/dIm), the adjoint."""
+    turned = spectra_slope / np.conj(_ORIGIN_PHASE * GAIN * POLARITY)
+    turned[..., 1:-1] *= 0.5  # irfft counts these bins twice
+    return np.fft.irfft(turned, grid.FFT_SIZE, axis=-1)[..., :TAPS] * grid.FFT_SIZE
