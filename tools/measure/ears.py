@@ -36,9 +36,11 @@ def itd_us(ears, rate_hz):
     """
     left, right = (np.convolve(ear, low_pass_taps(rate_hz), "valid") for ear in np.asarray(ears, float))
     reach = round(MAX_LAG_S * rate_hz)
-    correlation = np.correlate(right, left, "full")  # of right, `lag` later, with left
-    middle = len(left) - 1
-    values = correlation[middle - reach : middle + reach + 1]
+    frames = len(left)
+    values = np.array([
+        left[max(0, -lag) : frames - max(0, lag)] @ right[max(0, lag) : frames - max(0, -lag)]  # which is `lag` later
+        for lag in range(-reach, reach + 1)
+    ])  # fmt: skip
     peak = 1 + int(values[1:-1].argmax())
     before, highest, after = values[peak - 1 : peak + 2]
     curvature = before - 2.0 * highest + after
