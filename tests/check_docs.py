@@ -30,6 +30,7 @@ exec timeout --preserve-status --signal=INT 5 build/release/orvane-live "$@"
 kNotRun = {
     ".ci/run": "runs this",
     "scripts/bench": "takes minutes and a quiet machine",
+    "scripts/mutants": "takes an hour",
     "ctest --preset arm64": ".ci/run runs all tests of that preset",
     "cmake --preset deb": "tests/check_package.sh runs it",
 }

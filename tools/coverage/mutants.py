@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Changes the library in one place at a time and tells which tests notice: those that catch most, and changes that none does.
 
-Works in a copy of the checkout, FOLDER, which it makes. The changes are drawn from a seed: the same ones every time from the
+Works in a copy of the checkout, FOLDER, which it makes if it is not there. The changes are drawn from a seed: the same ones every time from the
 same sources. scripts/mutants runs it.
 """
 
@@ -84,7 +84,7 @@ def failures(folder, wanted):
     except (OSError, subprocess.TimeoutExpired, ValueError):
         return ["crash"]
     return [f"{test['classname'].split('/')[-1]}.{test['name'].split('/')[0]}" for suite in suites
-            for test in suite["testsuite"] if test.get("failures")]
+            for test in suite["testsuite"] if test.get("failures")]  # without the prefix and the index of their values
 
 
 def try_change(folder, place, wanted):
@@ -103,8 +103,8 @@ def try_change(folder, place, wanted):
 def main():
     arguments = parse_arguments()
     folder, begin = arguments.folder.resolve(), time.monotonic()
-    subprocess.run(["git", "-C", ROOT, "worktree", "add", "--force", "--detach", folder], check=True)
-    subprocess.run(["cp", "-r", ROOT / "third_party", folder], check=False)
+    if not folder.exists():
+        subprocess.run(["git", "-C", ROOT, "worktree", "add", "--detach", folder], check=True)
     subprocess.run(["cmake", "--preset", "release"], cwd=folder, check=True, stdout=subprocess.DEVNULL)
     if not build(folder) or failures(folder, arguments.filter):
         sys.exit("the tests do not pass as they are")
