@@ -23,7 +23,7 @@ TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
     const char* before = "";
   } cases[] = {
       {"none.wav out.wav", 1, "none.wav: No such file or directory"},
-      {"errors out.wav", 1, "errors: is no audio file"},
+      {"errors out.wav", 1, "errors: cannot be read as audio"},
       {"bed.wav bed.wav", 1, "bed.wav: is the input file as well"},
       {"bed.wav ./none/out.wav", 1, "./none/out.wav: No such file or directory"},
       {"bed.wav out.mp3", 1, "out.mp3: the extension says no format"},
@@ -34,11 +34,11 @@ TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
       {"long.wav out.wav", 1, "out.wav: File too large", "ulimit -f 16; "},
       {"long.wav out.flac", 1, "out.flac: File too large", "ulimit -f 1; "},
       {"bed.wav out.wav --block 1025", 2, "--block: "},
-      {"bed.wav out.wav --pose 1,2", 2, "--pose: 1,2 is no YAW,PITCH,ROLL"},
+      {"bed.wav out.wav --pose 1,2", 2, "--pose: 1,2 is not YAW,PITCH,ROLL"},
       {"bed.wav out.wav --trajectory errors", 1, "errors: holds no pose"},
       {"bed.wav out.wav --trajectory none --pose 0,0,0", 2, "--pose excludes --trajectory"},
       {"long.wav out.wav --dry --gain 60 --fail-on-clip", 1, " samples clip, the peak is +40."},
-      {"bed.wav out.wav --room 5x4", 2, "--room: 5x4 is no LxWxH"},
+      {"bed.wav out.wav --room 5x4", 2, "--room: 5x4 is not LxWxH"},
       {"bed.wav out.wav --room 0.6x5x4", 2, "--room: room.length takes 1 to 14, not 0.6"},
       {"bed.wav out.wav --room 5x4x15", 2, "--room: room.height takes 1 to 14, not 15"},
       {"bed.wav out.wav --listener 0,-3.1,1", 2, "listener.y takes -3 to 3 in this room, not -3.1"},
@@ -46,12 +46,13 @@ TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
        "--absorption: there is no parameter absorption.up"},
       {"bed.wav out.wav --reverb decay=2.1", 2, "--reverb: reverb.decay takes 0 to 2, not 2.1"},
       {"bed.wav out.wav --param 110=1", 2, "--param: there is no parameter 110"},
-      {"bed.wav out.wav --preset attic", 2, "attic is no preset: there is dry, hall, living-room"},
+      {"bed.wav out.wav --preset attic", 2,
+       "there is no preset attic: it may be dry, hall, living-room"},
       {"bed.wav", 2, "OUT is required"},
       {"identify out.wav", 2, "--layout is required"},
       {"identify out.flac --layout 5.1.4 --bed", 1, "out.flac: "},
       {"bed.wav out.wav --relabel", 2, "--relabel needs --layout or --channels"},
-      {"bed.wav out.wav --channels FL,XX", 2, "--channels: XX is no channel"},
+      {"bed.wav out.wav --channels FL,XX", 2, "--channels: there is no channel XX"},
       {"identify out.wav --layout 5.1 --bed --dry", 2, "--bed: is not rendered"},
   };
   for (const auto& c : cases) {

@@ -75,7 +75,7 @@ TEST(TextFileTest, RefusesALineByItsNumber) {
       {read_trajectory, "time,rx,ry,rz\n0,1.7e308,1.7e308,0\n", ":2: the rotation vector is too"},
       {read_preset, "# fine\nreverb.decay = 0.5 \n", ""},
       {read_preset, "\n reverb.decay = 3", ":2: reverb.decay takes 0 to 2, not 3"},
-      {read_preset, "reverb.decay 1\n", ":1: reverb.decay 1 is no NAME=VALUE"},
+      {read_preset, "reverb.decay 1\n", ":1: reverb.decay 1 is not NAME=VALUE"},
       {read_preset, "decay = 1\n", ":1: there is no parameter decay: --parameters lists them"},
       {read_preset, "absorption.door=1",
        ":1: there is no parameter absorption.door: it may be absorption.fro"},

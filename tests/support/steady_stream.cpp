@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "renderer/parameters.h"
 #include "tests/support/signals.h"
 
 SteadyStream::SteadyStream(const stream_scene_t& scene)
@@ -11,8 +12,10 @@ SteadyStream::SteadyStream(const stream_scene_t& scene)
       in_(noise_),
       out_(2 * size_t{scene.frames}) {
   EXPECT_EQ(0, host_.configure_and_enable(scene.layout.mask));
-  EXPECT_EQ(0, host_.set_float(102, scene.dense_tail ? 3.0f : 80.0f));  // samples per pulse
-  EXPECT_EQ(0, host_.set_float(200, static_cast<float>(scene.reflections_mode)));
+  EXPECT_EQ(0, host_.set_float(orvane_reverb_parameter(UBR_REVERB_PULSE_SPACING)->number,
+                               scene.dense_tail ? 3.0f : 80.0f));  // samples per pulse
+  EXPECT_EQ(0,
+            host_.set_float(ORVANE_PARAM_REFLECTIONS, static_cast<float>(scene.reflections_mode)));
   for (int block = 0; block < 4; ++block)
     EXPECT_TRUE((block >= 2 || turn_head()) && render_block());
 }

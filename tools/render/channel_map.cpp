@@ -224,8 +224,8 @@ void channel_request_check(const ChannelRequest& request) {
   const ChannelLabels labels = labels_read(request.channels, ',');
   for (const std::string& name : labels.names) {
     if (name.empty()) continue;
-    throw BadText("--channels: " + name + " is no channel: take names as in FL,FR,FC,LFE, or " +
-                  file_order_choices());
+    throw BadText("--channels: there is no channel " + name +
+                  ": take names as in FL,FR,FC,LFE, or " + file_order_choices());
   }
 }
 

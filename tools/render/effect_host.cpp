@@ -37,7 +37,7 @@ Failure effect_failure(const std::string& path, const std::string& what) {
 const audio_effect_library_t& find_record(const std::string& path, void* library) {
   const auto* record = static_cast<const audio_effect_library_t*>(dlsym(library, "AELI"));
   if (!record || record->tag != AUDIO_EFFECT_LIBRARY_TAG) {
-    throw Failure(path, "is no audio effect library");
+    throw Failure(path, "is not an audio effect library");
   }
   if (record->version >> 16 != kLibraryApiMajor) {
     throw Failure(path, "has an effect library interface of another version");

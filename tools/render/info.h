@@ -9,8 +9,8 @@
 namespace render {
 
 // The whole job of `orvane-render info`: prints format, rate, length, channel map, layout and the
-// road and peak of every channel of options.input, which is read to its end. Returns whether it
-// would be rendered; why not is the last line printed. Throws Failure for what is no audio file,
+// route and peak of every channel of options.input, which is read to its end. Returns whether it
+// would be rendered; why not is the last line printed. Throws Failure for a file that is not audio,
 // or Interrupted.
 bool info_run(std::ostream& out, const Options& options);
 

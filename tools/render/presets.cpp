@@ -31,7 +31,7 @@ void preset_read(const std::string& path, Settings* settings) {
 std::string preset_find(const std::string& name) {
   const std::vector<std::string> names = preset_names();
   if (std::find(names.begin(), names.end(), name) == names.end()) {
-    throw BadText(name + " is no preset: there is " + text_choices(names));
+    throw BadText("there is no preset " + name + ": it may be " + text_choices(names));
   }
   return preset_folder() / (name + kExtension);
 }

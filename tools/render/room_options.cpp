@@ -52,7 +52,7 @@ void add_assignments(CLI::App* app, const std::string& name, const std::string& 
 Read read_numbers(Settings* settings, int32_t first, char separator, const std::string& type) {
   return [=](std::string_view text) {
     const std::vector<std::string_view> parts = text_split(text, separator);
-    if (parts.size() != 3) throw BadText(std::string(text) + " is no " + type);
+    if (parts.size() != 3) throw BadText(std::string(text) + " is not " + type);
     for (int32_t i = 0; i < 3; ++i) {
       settings->set(parameter(first + i), parts[static_cast<size_t>(i)]);
     }

@@ -52,7 +52,7 @@ void Settings::set(const Parameter& parameter, std::string_view value) {
 void Settings::set_assignment(std::string_view family, std::string_view text) {
   const size_t equals = text.find('=');
   if (equals == std::string_view::npos) {
-    throw BadText(std::string(text) + " is no NAME=VALUE");
+    throw BadText(std::string(text) + " is not NAME=VALUE");
   }
   const std::string name = std::string(family) + std::string(text_trim(text.substr(0, equals)));
   set(parameter_find(name), text_trim(text.substr(equals + 1)));

@@ -74,7 +74,7 @@ void channel_options_add(CLI::App* app, ChannelRequest* channels) {
 CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std::string& help) {
   const auto parse = [pose](const std::string& text) {
     *pose = pose_parse(text);
-    if (!*pose) throw CLI::ValidationError("--pose", text + " is no YAW,PITCH,ROLL in degrees");
+    if (!*pose) throw CLI::ValidationError("--pose", text + " is not YAW,PITCH,ROLL in degrees");
   };
   return app->add_option_function<std::string>("--pose", parse, help + " in degrees (see below)")
       ->type_name("YAW,PITCH,ROLL");

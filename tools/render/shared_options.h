@@ -27,7 +27,7 @@ CLI::Option* choice_option_add(CLI::App* app, const std::string& name, Target* t
   for (const auto& choice : choices) words += (words.empty() ? "" : "|") + choice.first;
   const auto choose = [=](const std::string& text) {
     const auto found = choices.find(text);
-    if (found == choices.end()) throw CLI::ValidationError(name, text + " is none of " + words);
+    if (found == choices.end()) throw CLI::ValidationError(name, text + " is not one of " + words);
     *target = found->second;
   };
   return app->add_option_function<std::string>(name, choose, help)->type_name(words);
