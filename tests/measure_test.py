@@ -128,7 +128,7 @@ class ReportTest(unittest.TestCase):
         report = Report([section], table, [])
         self.assertFalse(report.missed)
         self.assertFalse(report.passed)
-        section.add("centre", 143.0)
+        section.add("centre", 139.0)
         section.add("field", np.nan)
         report = Report([section], table, [("commit", "<none>")])
         self.assertEqual(["latency.centre", "latency.field"], [figure.limit.id for figure in report.missed])

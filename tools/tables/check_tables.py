@@ -14,7 +14,7 @@ import numpy as np
 
 import make_sphere_directions
 from cpp_writer import ROOT
-from hrir import constraints, measured_ears, pipeline, provenance, report, sphere, table_file
+from hrir import constraints, measured_ears, measured_field, pipeline, provenance, report, sphere, table_file
 from hrir.magnitude_fit import MagnitudeFit
 
 DOCUMENT = ROOT / "docs" / "data.md"
@@ -97,6 +97,14 @@ def check_measured_ears(hrtfs):
         yield f"{measured_ears.PATH.name} is not as the generator prints its values"
 
 
+def check_measured_field(hrtfs):
+    """Likewise what they hear of several sources at once."""
+    made, committed = measured_field.make(hrtfs), measured_field.read()
+    for new, old in zip(made, committed, strict=True):
+        if new[:2] != old[:2] or not np.abs(new[2] - old[2]).max() <= measured_field.TOLERANCE:
+            yield f"{measured_field.PATH.name}: {old[0]} {old[1]} differs from a new run"
+
+
 def check_limits(figures):
     """Limits that any table has to keep, whatever it is made from."""
     for name, limit in LIMITS.items():
@@ -130,6 +138,7 @@ def main():
         *check_directions(),
         *check_hrir(hrtfs, arguments.again),
         *check_measured_ears(hrtfs),
+        *check_measured_field(hrtfs),
     ]
     for problem in problems:
         print(f"error: {problem}", file=sys.stderr)

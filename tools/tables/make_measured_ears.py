@@ -5,11 +5,13 @@ Needs the Debian packages libmysofa1 (the measured set), python3-numpy, python3-
 """
 
 import cpp_writer  # which finds the shared modules
-from hrir import measured_ears, pipeline
+from hrir import measured_ears, measured_field, pipeline
 
 
 def main():
-    measured_ears.PATH.write_text(measured_ears.render(measured_ears.make(pipeline.prepare())))
+    hrtfs = pipeline.prepare()
+    for table in (measured_ears, measured_field):
+        table.PATH.write_text(table.render(table.make(hrtfs)))
 
 
 if __name__ == "__main__":

@@ -10,6 +10,7 @@ from pathlib import Path
 import numpy as np
 
 PATH = Path(__file__).with_name("measured_ears.csv")
+FIELD_PATH = Path(__file__).with_name("measured_field.csv")
 
 
 @dataclass(frozen=True)
@@ -25,6 +26,13 @@ class MeasuredEars:
     def ild_db(self):
         """Per ERB band, left minus right."""
         return self.level_db[:, 0] - self.level_db[:, 1]
+
+
+def field(what):
+    """What measured_field.csv has of "coherence", "front", "phantom", "bed" (per ERB band) or "envelope" (microseconds per
+    centre of measure.ears): the values by degrees, or by 0."""
+    with open(FIELD_PATH, newline="") as file:
+        return {int(row[1]): np.array(row[2:], float) for row in csv.reader(file) if row[0] == what}
 
 
 def read(arc):

@@ -16,7 +16,7 @@ from . import measured_set
 FOLDER = Path(__file__).resolve().parent
 PATH = FOLDER / "table.sha256"
 # What only judges and shows the table.
-APART = {"__init__", "measured_ears", "provenance", "quality", "quality_plot", "report", "table_file"}
+APART = {"__init__", "measured_ears", "measured_field", "provenance", "quality", "quality_plot", "report", "table_file"}
 
 
 def sources():

@@ -10,12 +10,7 @@ from .magnitude_fit import diffuse_power
 SPLITS_HZ = (2000.0, 5000.0, 10000.0)
 LEVEL_DIFFERENCE_LOWEST_HZ = 1500.0
 TIME_DIFFERENCE_ELEVATION = np.radians(31.0)
-ENVELOPE_CENTRES_HZ = (2000.0, 3000.0, 4000.0, 6000.0, 8000.0)
-ENVELOPE_WIDTH = 0.25  # standard deviation of the band, relative to its centre
-ENVELOPE_LIMIT_S = 1.5e-3
 NEAR_EAR_SINE, FAR_EAR_SINE = 0.3, -0.7  # of the angle out of the median plane
-ONSET_LEAD_S = 0.7e-3  # sound earlier than that before the main peak is heard before it
-ONSET_BAND_HZ = (500.0, 18000.0)
 BASS_HZ, LFE_HZ = (30.0, 100.0), 60.0
 BED_DEGREES = [(45, 0), (-45, 0), (0, 0), (135, 0), (-135, 0), (90, 0), (-90, 0),
                (45, 45), (-45, 45), (135, 45), (-135, 45)]  # 7.1.4
@@ -45,49 +40,10 @@ def diffuse_coherence(even_power, odd_power):
 
 
 def envelope_time_differences(left, right):
-    """Interaural delays of the envelopes in microseconds, positive where the left ear leads.
-
-    Shape (centres, directions): the lag of the largest cross-correlation of the Hilbert envelopes in
-    Gaussian bands around ENVELOPE_CENTRES_HZ, interpolated with a parabola.
-    """
+    """Interaural delays of the envelopes in microseconds, shape (centres, directions)."""
     return np.stack(
-        [_envelope_lags(_envelopes(left, hz), _envelopes(right, hz)) for hz in ENVELOPE_CENTRES_HZ]
+        [ears.envelope_itd_us(left, right, hz, grid.SAMPLE_RATE) for hz in ears.ENVELOPE_CENTRES_HZ]
     )
-
-
-def _envelopes(spectra, centre):
-    size = 2 * grid.FFT_SIZE  # the time grid is twice as fine as it needs to be
-    analytic = np.zeros((len(spectra), size), complex)
-    band = np.exp(-0.5 * ((grid.FREQUENCIES - centre) / (ENVELOPE_WIDTH * centre)) ** 2)
-    analytic[:, : grid.NUM_BINS] = spectra * band
-    return np.abs(np.fft.ifft(analytic, axis=1))
-
-
-def _envelope_lags(left, right):
-    size = left.shape[1]
-    cross = np.conj(np.fft.rfft(left)) * np.fft.rfft(right)
-    rate = 2 * grid.SAMPLE_RATE
-    reach = int(ENVELOPE_LIMIT_S * rate)
-    correlation = np.fft.fftshift(np.fft.irfft(cross, size), axes=1)
-    near = correlation[:, size // 2 - reach : size // 2 + reach + 1]
-    peak = np.clip(near.argmax(axis=1), 1, 2 * reach - 1)
-    row = np.arange(len(near))
-    before, at, after = (near[row, peak + step] for step in (-1, 0, 1))
-    offset = 0.5 * (before - after) / np.minimum(before - 2.0 * at + after, -1e-20)
-    return (peak + np.clip(offset, -1.0, 1.0) - reach) / rate * 1e6
-
-
-def energy_before_onset(spectra):
-    """Share of each response's energy, in dB, that comes more than ONSET_LEAD_S before its main peak."""
-    low, high = ONSET_BAND_HZ
-    inside = (grid.FREQUENCIES > low) & (grid.FREQUENCIES < high)
-    energy = np.fft.irfft(spectra * inside, grid.FFT_SIZE, axis=1) ** 2
-    peak = energy.argmax(axis=1)
-    half = grid.FFT_SIZE // 2
-    around = (peak[:, None] + np.arange(-half, half)) % grid.FFT_SIZE
-    turned = np.take_along_axis(energy, around, axis=1)
-    early = turned[:, : half - int(ONSET_LEAD_S * grid.SAMPLE_RATE)].sum(axis=1)
-    return hearing.decibels(early / turned.sum(axis=1))
 
 
 class Ears:
@@ -182,7 +138,7 @@ def _time_figures(heard):
         "time difference, mean (us)": weights @ fine,
         "time difference, 95th percentile (us)": np.percentile(fine, 95),
     }
-    for hz, error in zip(ENVELOPE_CENTRES_HZ, envelopes):
+    for hz, error in zip(ears.ENVELOPE_CENTRES_HZ, envelopes):
         figures[f"envelope time difference, {hz / 1000.0:g} kHz (us)"] = error
     return figures
 
@@ -215,7 +171,7 @@ def _largest(reached, measured):
 
 
 def _onset_figures(heard):
-    level = energy_before_onset(heard.left)
+    level = ears.energy_before_onset_db(heard.left, grid.SAMPLE_RATE)
     return {
         "energy before the onset, mean": hearing.decibels(heard.weights @ 10.0 ** (level / 10.0)),
         "energy before the onset, 95th percentile": np.percentile(level, 95),

@@ -9,6 +9,8 @@ import matplotlib.pyplot as plt
 import numpy as np
 from matplotlib.ticker import FuncFormatter, NullFormatter
 
+from measure.ears import ENVELOPE_CENTRES_HZ
+
 from . import quality, sphere
 from .pipeline import TABLE, method_spectra
 
@@ -49,7 +51,7 @@ def draw_level_error(axis, ears):
 
 def draw_envelope_delays(axis, ears):
     """Interaural delay of the envelope by azimuth, at the horizon around 4 kHz."""
-    band = quality.ENVELOPE_CENTRES_HZ.index(4000.0)
+    band = ENVELOPE_CENTRES_HZ.index(4000.0)
     first = next(iter(ears.values()))
     level = np.flatnonzero(np.abs(first.elevation) < 0.01)
     level = level[np.argsort(first.azimuth[level])]
