@@ -47,7 +47,7 @@ TEST_F(RenderProgramTest, RefusesWithOneLineAndLeavesNothing) {
       {"bed.wav out.wav --reverb decay=2.1", 2, "--reverb: reverb.decay takes 0 to 2, not 2.1"},
       {"bed.wav out.wav --param 110=1", 2, "--param: there is no parameter 110"},
       {"bed.wav out.wav --preset attic", 2,
-       "there is no preset attic: it may be dry, hall, living-room"},
+       "there is no preset attic: it may be cinema, dry, hall, living-room"},
       {"bed.wav", 2, "OUT is required"},
       {"identify out.wav", 2, "--layout is required"},
       {"identify out.flac --layout 5.1.4 --bed", 1, "out.flac: "},

@@ -175,7 +175,7 @@ class Search:
 # What the check holds: some octaves have so few periods of so short a tail that chance decides.
 LEAD_TOLERANCE_DB = 1.0  # mean over octaves
 GAP_LIMIT_MS = 5.0
-BALANCE_SLACK_DB = 0.1
+BALANCE_SLACK_DB = 0.25
 LOUDNESS_SLACK = 0.2  # LU beyond LOUDNESS_LIMIT, for the hall
 
 
