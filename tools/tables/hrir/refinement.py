@@ -15,7 +15,7 @@ from .cost_ears import EnvelopeDelays, FineStructure, Levels, LoudspeakerPairs, 
 from .cost_field import Compactness, DiffuseField, Peaks
 from .cost_target import Field, Target
 
-ITERATIONS = 600
+ITERATIONS = 2000
 MEMORY = 20  # past steps that shape the next one
 
 
@@ -25,16 +25,16 @@ class Weights:
 
     front: float = 3.0  # of directions there, in all terms
     level: float = 2.0
-    loudness_exponent: float = 0.1  # more weight to loud directions
+    loudness_exponent: float = 0.3  # more weight to loud directions
     level_difference: float = 0.3
     fine_structure: float = 0.25
     low_frequencies: float = 100.0
     envelope_delay: float = 0.15
     envelope_difference: float = 0.3
     pairs: float = 0.3
-    front_pairs: float = 1.0
+    front_pairs: float = 1.5
     diffuse_level: float = 2.0
-    coherence: float = 20.0
+    coherence: float = 30.0
     compactness: float = 1.0
     peaks: float = 2e4
 
