@@ -16,9 +16,13 @@ constexpr bool is_table_consistent() {
         is_reverb ? ORVANE_PARAM_REVERB + i : ORVANE_PARAM_REFLECTIONS + i - UBR_NUM_REVERB_PARAMS;
     if (parameter.number != static_cast<int32_t>(number)) return false;
     if (parameter.limit == ORVANE_LIMIT_NONE) continue;
-    const orvane_parameter_t* limiting = orvane_find_parameter(parameter.limiting);
-    if (!limiting && parameter.limit != ORVANE_LIMIT_ORDER) return false;
-    const float limit = limiting ? limiting->maximum : float{ORVANE_MAX_ORDER};
+    float limit = ORVANE_MAX_ORDER;
+    if (parameter.limit != ORVANE_LIMIT_ORDER) {
+      limit = 0.0f;
+      for (const orvane_parameter_t& other : orvane_parameters) {
+        if (other.number == parameter.limiting) limit = other.maximum;
+      }
+    }
     const orvane_range_t widest = orvane_parameter_range(&parameter, limit);
     if (parameter.minimum != widest.minimum || parameter.maximum != widest.maximum) return false;
   }
