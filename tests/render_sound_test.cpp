@@ -120,7 +120,7 @@ TEST_F(RenderedSoundTest, TheOutputEndsWhenTheRoomHasFallenSilent) {
       {"", 480 + 1440 + 12000 - 1, 100},  // pre-delay and decay of the effect's own start
       {"--reverb decay=2,predelay=100,level=1", 480 + 4800 + 96000 - 1, 100},
       {"--no-reverb --reflections 4 --room 14x14x14 --listener 7,7,14", 480 + 255 + 4059, 300},
-      {"--preset hall", 480 + 3166 + 2294 + 33826 - 1, 5000},
+      {"--preset hall", 480 + 2978 + 2001 + 35564 - 1, 5000},
   };
   for (const auto& c : cases) {
     ASSERT_EQ(0, run(std::string("bed.wav out.wav ") + c.arguments)) << errors_;
