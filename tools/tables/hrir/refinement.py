@@ -21,7 +21,7 @@ MEMORY = 20  # past steps that shape the next one
 
 @dataclass(frozen=True)
 class Weights:
-    """What each term counts; chosen by the figures on directions left out of the fit."""
+    """What each term counts: a balance of the figures in docs/data.md, which hold on unseen directions."""
 
     front: float = 3.0  # of directions there, in all terms
     level: float = 2.0
