@@ -3,6 +3,7 @@
 #include <errno.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "platform/effect_abi.h"
 #include "platform/log.h"
@@ -22,7 +23,7 @@ constexpr bool is_consistent(const orvane_layout_t& layout) {
   return mask == layout.mask;
 }
 
-static_assert(std::ranges::all_of(orvane_layouts, is_consistent),
+static_assert(std::all_of(std::begin(orvane_layouts), std::end(orvane_layouts), is_consistent),
               "a layout's mask, loudspeakers or LFEs contradict each other");
 
 }  // namespace
