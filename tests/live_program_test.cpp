@@ -242,7 +242,7 @@ TEST_F(LiveProgramTest, FollowsTheHeadWithinOnePeriod) {
     const size_t end = ears.recorded_frames();
     const double left = energy(recorded, 0, end - kLong, end);
     const double right = energy(recorded, 1, end - kLong, end);
-    EXPECT_GT(turn % 2 == 0 ? right / left : left / right, 2.0) << angle;
+    EXPECT_GT(turn % 2 == 0 ? right / left : left / right, 1.5) << angle;  // much of it is bass
   }
   std::sort(delays.begin(), delays.end());
   std::printf("delays of %zu to %zu frames at a period of %zu\n", delays.front(), delays.back(),
