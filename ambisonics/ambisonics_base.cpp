@@ -73,7 +73,7 @@ float azimuth_factor(int32_t m, float azimuth) {
 }  // namespace
 
 uint32_t ambisonics_base_init(ambisonics_base_t* b, ambisonics_config_t config) {
-  if (!b) return UBR_NO_MEMORY;  // Deliberate: inits report a missing record as 3.
+  if (!b) return UBR_NO_MEMORY;  // Deliberate: a record is null where it could not be allocated.
   *b = {};
   if (config.order > AMBISONICS_MAX_ORDER) return UBR_INVALID;
   if (config.num_channels > AMBISONICS_MAX_CHANNELS) return UBR_NO_MEMORY;

@@ -1,6 +1,6 @@
 // The ambisonic channel set: which spherical harmonics exist, their order, their normalisation, and
-// the SH weights (the beam) of a direction. This is the single definition of the
-// conventions for every other module:
+// the SH weights (the beam) of a direction. This is the single definition of the conventions for
+// every other module:
 //
 //   - ACN channel order: channel n*n + n + m holds degree n, order m (-n <= m <= n);
 //   - SN3D normalisation, no Condon-Shortley phase;

@@ -1,5 +1,5 @@
-// For the library's own use: SH weights of directions, without what ambisonics_base_generate_beam
-// needs or takes.
+// For the library's own use: SH weights of directions without a channel set, and without
+// trigonometric functions.
 #ifndef ORVANE_AMBISONICS_AMBISONICS_BASE_INTERNAL_H_
 #define ORVANE_AMBISONICS_AMBISONICS_BASE_INTERNAL_H_
 

@@ -30,8 +30,8 @@ namespace {
 constexpr uint32_t kNumEars = 2;
 constexpr uint32_t kMaxFftSize = 1u << 30;
 
-// The power of two that holds a block and the response to its last sample: what the overlap is
-// counted by.
+// The power of two that holds a block and the response to its last sample. It is the length that
+// the overlap is counted by.
 uint32_t choose_fft_size(uint32_t max_frame_size) {
   constexpr float kLn2 = 0.6931472f;
   const uint32_t needed = checked_add(max_frame_size, uint32_t{SH_HRIR_TAPS});
@@ -108,7 +108,8 @@ size_t spectrum_buffer_size(const binauralizer_t& b) {
   return batch_size(longest_transform(b)) * count_batches(most);
 }
 
-// The responses of all lengths; the symmetric sum has the larger share of the channels.
+// Makes room for the responses of all lengths. Both rows have the size of the symmetric one, which
+// has more channels.
 uint32_t make_response_rows(binauralizer_t* b) {
   const uint32_t batches = count_batches(binauralizer_find_channels(*b, false).count);
   const binauralizer_transform_t& longest = b->fft_setup->lengths[b->fft_setup->count - 1];
@@ -140,8 +141,8 @@ void release_response_rows(binauralizer_t* b) {
   release(b->hrtf_spectra);
 }
 
-// The responses at one transform length, eight at a time. Scaled here, products need no scaling for
-// the way back. The spectrum buffer holds their taps meanwhile.
+// Transforms the responses at one length, eight at a time. They are scaled here, so that products
+// need no scaling for the inverse transform. The spectrum buffer holds their taps meanwhile.
 void transform_responses(binauralizer_t* b, const binauralizer_transform_t& transform,
                          bool antisymmetric) {
   const lane_channels_t lanes = binauralizer_find_channels(*b, antisymmetric);
@@ -173,7 +174,7 @@ uint32_t rebuild(binauralizer_t* b, uint32_t max_frame_size) {
 }  // namespace
 
 uint32_t binauralizer_init(binauralizer_t* b, uint32_t order, int32_t max_frame_size) {
-  if (!b) return UBR_NO_MEMORY;  // Deliberate: inits report a missing record as 3.
+  if (!b) return UBR_NO_MEMORY;  // Deliberate: a record is null where it could not be allocated.
   *b = {};
   checked_index(order, AMBISONICS_MAX_ORDER + 1);
   const uint32_t frames = static_cast<uint32_t>(max_frame_size);  // negative: beyond every N
@@ -184,7 +185,7 @@ uint32_t binauralizer_init(binauralizer_t* b, uint32_t order, int32_t max_frame_
   b->tail_length = b->fft_size - frames;
   b->prev_tail_length = b->tail_length;
   if (const uint32_t code = make_transforms(b, frames)) return code;
-  // Deliberate: without memory for the transforms or this table the result is 1, otherwise 3.
+  // Deliberate: 1, not 3, without memory for the transforms or this table, as callers know it.
   if (const uint32_t code = make_degree_table(b, static_cast<int32_t>(order))) return code;
   if (const uint32_t code = make_buffers(b)) return code;
   for (uint32_t k = 0; k < b->fft_setup->count; ++k) {

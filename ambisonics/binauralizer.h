@@ -61,8 +61,8 @@ ORVANE_API uint32_t binauralizer_init(binauralizer_t* binauralizer, uint32_t ord
 ORVANE_API uint32_t binauralizer_process(binauralizer_t* binauralizer, const float* const* sh_in,
                                          float* const* ears_out, uint32_t frame_size);
 
-// Silences all state. The transforms have none, so there is nothing to make anew. Returns UBR_OK,
-// also for a null or zero-filled record.
+// Silences all state and keeps the transforms, which have none. Returns UBR_OK, also for a null or
+// zero-filled record.
 ORVANE_API uint32_t binauralizer_reset(binauralizer_t* binauralizer);
 
 // Grows for blocks of up to `max_frame_size` samples and carries the overlap on; never shrinks. A
@@ -70,8 +70,9 @@ ORVANE_API uint32_t binauralizer_reset(binauralizer_t* binauralizer);
 //
 //   save_buffers  num_ears arrays of at least prev_tail_length floats; zeroed after use
 //
-// Deliberate: returns UBR_OK even when memory ran out. The overlap is lost then, the binauralizer
-// renders silence, and the next call builds again for the maximum that it is given.
+// Deliberate: returns UBR_OK even when memory ran out, because the binauralizer can be used
+// further: without its overlap it renders silence, and the next call builds it again for the
+// maximum that it is given.
 ORVANE_API uint32_t binauralizer_reset_max_frame_size(binauralizer_t* binauralizer,
                                                       uint32_t max_frame_size,
                                                       float* const* save_buffers);

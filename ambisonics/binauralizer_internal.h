@@ -1,7 +1,7 @@
-// For the library's own use: the transforms of a binauralizer, and the shortcut of sources straight
-// to two ears, without a field between. While neither SH weights nor rotation move, a source's path
-// through the field is one symmetric and one antisymmetric response, its folded HRIRs (see
-// binauralizer.h). A block then takes one transform per source in the place of one per channel.
+// For the library's own use: the transforms of a binauralizer, and the shortcut from sources
+// straight to two ears, without a field. While neither SH weights nor rotation change, a source's
+// path through the field is one symmetric and one antisymmetric response, its folded HRIRs (see
+// binauralizer.h). A block then takes one transform per source instead of one per channel.
 #ifndef ORVANE_AMBISONICS_BINAURALIZER_INTERNAL_H_
 #define ORVANE_AMBISONICS_BINAURALIZER_INTERNAL_H_
 
@@ -33,7 +33,7 @@ struct binauralizer_transforms_t {
 };
 
 // Whether every buffer of a successful binauralizer_init exists. Growing a binauralizer reports no
-// failure, so its owner looks.
+// failure, so its owner asks here.
 bool binauralizer_is_built(const binauralizer_t& binauralizer);
 
 // Of a binauralizer that is built, the shortest transform for a block of `frames`; the longest if
@@ -49,7 +49,8 @@ struct lane_channels_t {
 };
 lane_channels_t binauralizer_find_channels(const binauralizer_t& binauralizer, bool antisymmetric);
 
-// Spectra of the responses of one of these sums, which has so many channels, batch after batch.
+// Spectra of the responses of one of these sums, which has num_channels channels, batch after
+// batch.
 float* binauralizer_find_responses(const binauralizer_t& binauralizer,
                                    const binauralizer_transform_t& transform, bool antisymmetric,
                                    uint32_t num_channels);

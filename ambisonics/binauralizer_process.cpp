@@ -63,7 +63,7 @@ float* find_folded_spectra(const folded_hrirs_t& hrirs, bool antisymmetric) {
 }
 
 // Adds the overlap to an ear's samples, and saves what is beyond `frames`. A block may be shorter
-// than the overlap, which then sounds on after it.
+// than the overlap, whose rest is then saved with it.
 void overlap_add(const float* samples, float* overlap, float* output, uint32_t frames) {
   const uint32_t met = std::min(frames, kResponseOverlap);
   for (uint32_t i = 0; i < met; ++i) output[i] = samples[i] + overlap[i];
@@ -73,8 +73,8 @@ void overlap_add(const float* samples, float* overlap, float* output, uint32_t f
   for (uint32_t i = 0; i < kResponseOverlap; ++i) overlap[i] += samples[frames + i];
 }
 
-// From the two spectra to the ears. The channels' spectra are no longer needed, so that their
-// buffer is the work area.
+// From the two spectra to the ears. The channels' spectra are no longer needed, so their buffer
+// serves as the work area.
 void close_piece(binauralizer_t* b, const binauralizer_transform_t& transform,
                  float* const* ears_out, uint32_t begin, uint32_t frames) {
   float *const left = b->ear_spectra[0], *const right = b->ear_spectra[1];

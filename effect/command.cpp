@@ -91,7 +91,7 @@ int32_t orvane_Command(effect_handle_t self, uint32_t cmdCode, uint32_t cmdSize,
     case EFFECT_CMD_SET_DEVICE:
     case EFFECT_CMD_SET_AUDIO_MODE:
       return ignore_int32(command);
-    case EFFECT_CMD_SET_VOLUME:  // Deliberate: the effect does not take over volume control.
+    case EFFECT_CMD_SET_VOLUME:  // Deliberate: the platform keeps control of the volume.
       return refuse(cmdCode);
     case EFFECT_CMD_SET_CONFIG_REVERSE:
     case EFFECT_CMD_SET_INPUT_DEVICE:

@@ -25,9 +25,9 @@ int32_t find_layout(uint32_t mask, int32_t* layout_index) {
   return 0;
 }
 
-// Takes over a configuration and puts a fresh renderer in the place of the one in use. Returns a
-// renderer's code; after a failure the renderer is empty. Blocks wait meanwhile, so each meets
-// either the old configuration or the new one.
+// Stores a configuration and builds the renderer anew for it. Returns the renderer's code; after a
+// failure the renderer is empty. Blocks wait meanwhile, so each sees either the old configuration
+// or the new one.
 uint32_t rebuild_renderer(orvane_module_s* module, const effect_config_t& config,
                           int32_t layout_index) {
   orvane_object_t* object = &module->object;
@@ -67,7 +67,8 @@ int32_t orvane_Configure(orvane_module_s* module, const void* config_data) {
 
   int32_t layout_index = 0;
   if (const int32_t code = find_layout(config.inputCfg.channels, &layout_index)) {
-    // Deliberate: the configuration stays, although its channels have no layout.
+    // Deliberate: it is stored although its channels have no layout. Blocks now come in this
+    // format, and the renderer refuses any other number of channels than its own.
     const ScopedLock lock(&module->object.mutex);
     module->config = config;
     return code;

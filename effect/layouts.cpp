@@ -11,7 +11,8 @@
 
 namespace {
 
-// The channels of a mask are those of its loudspeakers, and an LFE is one by both accounts.
+// Whether the mask has exactly the channels of the loudspeakers, and the rows of the LFE channels
+// are those that are marked as LFE.
 constexpr bool is_consistent(const orvane_layout_t& layout) {
   uint32_t mask = 0;
   for (uint32_t i = 0; i < layout.num_channels; ++i) {
@@ -35,7 +36,7 @@ int32_t audio_channel_mask_to_LAYOUT_INDEX(uint32_t mask, int32_t* layout_index)
   }
   switch (mask) {
     case AUDIO_CHANNEL_OUT_7POINT1POINT2:
-      break;  // Deliberate: advertised among the supported masks, yet without a layout.
+      break;  // Deliberate: hosts are told that it is supported, but no positions are defined.
     case AUDIO_CHANNEL_OUT_9POINT1POINT4:
     case AUDIO_CHANNEL_OUT_9POINT1POINT6:
       ORVANE_LOGE("audio_channel_mask_to_LAYOUT_INDEX: 0x%x unsupported in library", mask);

@@ -3,9 +3,9 @@
 // orvane_Process from its audio thread.
 //
 // Two mutexes of the instance keep them apart. A command holds command_mutex from beginning to end,
-// so commands come one after another. Whatever touches what a block reads or writes (the
-// configuration, the planar buffers, the renderer) holds mutex as well, for as short as it can; a
-// block holds that one and no other. Whoever holds both took command_mutex first.
+// so commands come one after another. While it changes what a block reads or writes (configuration,
+// planar buffers, renderer) it holds mutex as well, as briefly as possible. A block holds mutex and
+// no other. Whoever holds both took command_mutex first.
 #ifndef ORVANE_EFFECT_ORVANE_H_
 #define ORVANE_EFFECT_ORVANE_H_
 
@@ -40,9 +40,9 @@ typedef struct orvane_object_t {
   size_t out_frames;
   pthread_mutex_t* lock;  // to `mutex` from SET_CONFIG on, null after INIT
 
-  int32_t buffer_channels;  // how many in_buffers there are, whatever the configuration says by now
-  pthread_mutex_t mutex;    // of a block, and of what must not happen during one
-  pthread_mutex_t command_mutex;  // of a command; no block takes it
+  int32_t buffer_channels;  // number of in_buffers; the configuration may have changed since
+  pthread_mutex_t mutex;    // held by a block, and by a command that changes what a block uses
+  pthread_mutex_t command_mutex;  // held by a command from beginning to end, and by no block
 } orvane_object_t;
 
 struct orvane_module_s {
@@ -80,8 +80,8 @@ inline void orvane_set_state(orvane_module_s* module, uint32_t state) {
   __atomic_store_n(&module->object.state, state, __ATOMIC_RELEASE);
 }
 
-// Puts a context, new or used, into its defaults and state 1. Makes a renderer if there is none,
-// and keeps it as it is otherwise; frees the planar buffers. Takes the mutex, so a block under way
+// Puts a new or used context into its defaults and state 1. Allocates a renderer if there is none,
+// and otherwise keeps it as it is. Frees the planar buffers. Takes the mutex: a block under way
 // ends first, in the old configuration, and a block that waits is refused. Returns 0, -1 when there
 // is no memory for the renderer, or -EINVAL.
 ORVANE_EXTERN_C int32_t orvane_Init(orvane_module_s* module);
@@ -97,7 +97,7 @@ ORVANE_EXTERN_C void orvane_deallocateBuffers(orvane_object_t* object, int32_t c
 // samples. Does not look at the input channels. Returns 0, or -EINVAL after logging.
 int32_t orvane_check_config(const effect_config_t* config);
 
-// Takes over an effect_config_t (at any alignment), builds the renderer for its input channels and
+// Stores an effect_config_t (at any alignment), builds the renderer for its input channels and
 // places their loudspeakers. Returns 0, or -EINVAL after logging:
 //   - bad rate, format or output channels: nothing has changed
 //   - input channels without a layout: `config` has changed, the renderer goes on as it was

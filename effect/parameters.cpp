@@ -16,7 +16,8 @@
 
 namespace {
 
-// An effect_param_t, which may end in an array of no fixed size, and the id behind it.
+// An effect_param_t and the id that follows it. The platform's record may end in a flexible array,
+// so it cannot be a member here.
 struct parameter_header_t {
   int32_t status;
   uint32_t psize, vsize;
@@ -24,11 +25,11 @@ struct parameter_header_t {
 };
 static_assert(sizeof(parameter_header_t) == sizeof(effect_param_t) + sizeof(int32_t));
 
-// The masks of all layouts, and one more.
+// The masks of all layouts, and that of 7.1.2.
 constexpr uint32_t kNumSupportedMasks = ORVANE_NUM_LAYOUTS + 1;
 using supported_masks_t = uint32_t[1 + kNumSupportedMasks];
 
-// What a parameter reads as; the masks take the most room.
+// The value of a parameter that is read; the masks are the longest.
 struct value_t {
   uint8_t bytes[sizeof(supported_masks_t)];
   uint32_t size;
@@ -45,7 +46,7 @@ value_t supported_channel_masks() {
   uint32_t next = 1;
   for (const orvane_layout_t& layout : orvane_layouts) {
     masks[next++] = layout.mask;
-    // Deliberate: 7.1.2 is advertised, although no configuration with it is accepted.
+    // Deliberate: hosts know the list with 7.1.2, although no configuration with it is accepted.
     if (layout.mask == AUDIO_CHANNEL_OUT_7POINT1) masks[next++] = AUDIO_CHANNEL_OUT_7POINT1POINT2;
   }
   value_t value = {{}, sizeof(masks)};
@@ -56,7 +57,8 @@ value_t supported_channel_masks() {
   return value;
 }
 
-// Reads parameter `id`. Returns 0, or -EINVAL, `value` untouched, for one that cannot be read.
+// Reads parameter `id`. Returns 0, or -EINVAL for one that cannot be read; `value` then stays as it
+// was.
 int32_t get_value(int32_t id, value_t* value) {
   switch (id) {
     case SPATIALIZER_PARAM_SUPPORTED_LEVELS:
@@ -64,7 +66,7 @@ int32_t get_value(int32_t id, value_t* value) {
       ORVANE_LOGI("orvane_getParameter %d SPATIALIZER_PARAM_SUPPORTED_LEVELS is %d %d",
                   value->bytes[0], value->bytes[1], value->bytes[2]);
       return 0;
-    case SPATIALIZER_PARAM_LEVEL:  // Deliberate: the same whatever was set, see set_level.
+    case SPATIALIZER_PARAM_LEVEL:  // Deliberate: set_level stores nothing.
       *value = byte_value(SPATIALIZATION_LEVEL_MULTICHANNEL);
       ORVANE_LOGI("orvane_getParameter SPATIALIZER_PARAM_LEVEL is %d", value->bytes[0]);
       return 0;
@@ -82,7 +84,7 @@ int32_t get_value(int32_t id, value_t* value) {
           "orvane_getParameter %d SPATIALIZER_PARAM_SUPPORTED_SPATIALIZATION_MODES are %d %d",
           value->bytes[0], value->bytes[1], value->bytes[2]);
       return 0;
-    default:  // Deliberate: the head-tracking mode can be set but not read.
+    default:  // Deliberate: the head-tracking mode cannot be read, since none is stored.
       ORVANE_LOGE("orvane_getParameter unknown parameter %d", id);
       return -EINVAL;
   }
@@ -129,8 +131,8 @@ float float_value(const void* value) {
   return number;
 }
 
-// Draws the response between two holds of the mutex, so that no block waits for it. No other
-// command comes between the two.
+// Takes the mutex twice, for a short time each, and draws the response in between, so that no block
+// waits for it. The command mutex keeps other commands out meanwhile.
 int32_t set_reverb(orvane_module_s* module, int32_t id, const void* value) {
   const float number = float_value(value);
   const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REVERB);
@@ -155,7 +157,7 @@ int32_t set_reverb(orvane_module_s* module, int32_t id, const void* value) {
   return 0;
 }
 
-// Holds the mutex through both steps, so that no block meets reflections that are half changed.
+// Holds the mutex through both steps, so that no block is rendered with half-changed reflections.
 int32_t set_reflections(orvane_module_s* module, int32_t id, const void* value) {
   const float number = float_value(value);
   const uint32_t param = static_cast<uint32_t>(id - ORVANE_PARAM_REFLECTIONS);

@@ -8,7 +8,7 @@
 #include "effect/orvane.h"
 
 // As the platform passes them: any pointer may be null, and data and reply need not be aligned.
-// `reply_size` states the room for the reply, and takes the length of the reply.
+// `reply_size` holds the room for the reply and receives the reply's length.
 struct command_buffers_t {
   uint32_t size;
   const void* data;

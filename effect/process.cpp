@@ -41,7 +41,7 @@ bool allocate_planar(const char* side, float*** buffers, int32_t channels, size_
   return true;
 }
 
-// Replaces the planar buffers. More frames than the renderer can count, in 32 bits, are a failure.
+// Replaces the planar buffers. Fails for more frames than the renderer's 32-bit count can hold.
 bool orvane_allocateBuffers(orvane_object_t* object, int32_t channels, size_t frames) {
   orvane_deallocateBuffers(object, object->buffer_channels);
   if (frames > UINT32_MAX) return false;
@@ -67,9 +67,9 @@ int32_t render(orvane_module_s* module, const float* in, float* out, size_t fram
     ORVANE_LOGE("orvane_Process error: orvane buffer allocation error");
     return -EINVAL;
   }
-  // After a refused channel mask a caller may still send blocks of the earlier channels. The
-  // renderer refuses the new count, so the input, which may be shorter than that count says, is not
-  // read.
+  // After a refused channel mask a caller may still send blocks with fewer channels than the
+  // configuration says. The renderer refuses such a block by its channel count, so the input, which
+  // may end early, is not read.
   if (static_cast<uint32_t>(channels) == object->renderer->num_inputs) {
     deinterleave(in, static_cast<size_t>(channels), frames, object->in_buffers);
   }
@@ -93,7 +93,7 @@ int32_t orvane_Process(effect_handle_t self, audio_buffer_t* inBuffer, audio_buf
   }
   if (const int32_t code = check_state(module)) return code;
   const size_t frames = inBuffer->frameCount;
-  if (frames == 0) return 0;  // The renderer takes 0 frames for a full block.
+  if (frames == 0) return 0;  // To the renderer 0 frames mean a full block.
 
   const ScopedLock lock(&module->object.mutex);
   // A command may have disabled or initialised the effect since.

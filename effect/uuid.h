@@ -1,5 +1,5 @@
-// The identity under which an installation's effect list names this implementation, for whoever
-// creates an instance.
+// The UUID of this implementation: a device's list of effects names it, and hosts create instances
+// by it.
 #ifndef ORVANE_EFFECT_UUID_H_
 #define ORVANE_EFFECT_UUID_H_
 

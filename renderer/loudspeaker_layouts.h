@@ -81,7 +81,7 @@ typedef struct orvane_loudspeaker_t {
 // clang-format off
 #define ORVANE_LFE_ROW {ORVANE_LFE, 1, 0.683f, 0.683f, -0.259f}
 
-// Deliberate: the front pair stands at 30 degrees, not at 45 as in 5.1.
+// The front pair stands at 30 degrees here, and at 45 degrees in the other layouts.
 #define ORVANE_ROWS_BELOW_HEIGHTS               \
   {ORVANE_FRONT_LEFT, 0, 0.866f, 0.5f, 0.0f},   \
   {ORVANE_FRONT_RIGHT, 0, 0.866f, -0.5f, 0.0f}, \
@@ -105,8 +105,8 @@ ORVANE_CONSTANT orvane_loudspeaker_t orvane_5point1point4[] = {
     {ORVANE_TOP_BACK_RIGHT, 0, -0.2802f, -0.7698f, 0.5736f},
 };
 
-// 5.1 takes the first six, 7.1 the first eight, 7.1.4 the first twelve. Deliberate: the rows meet
-// the channels of 22.2 in this order, which is not that of the mask's bits.
+// 5.1 takes the first six, 7.1 the first eight, 7.1.4 the first twelve. Deliberate: 22.2 takes its
+// channels in this order too, not in that of the mask's bits, so that one table serves all four.
 ORVANE_CONSTANT orvane_loudspeaker_t orvane_22point2[] = {
     {ORVANE_FRONT_LEFT, 0, 0.7071f, 0.7071f, 0.0f},
     {ORVANE_FRONT_RIGHT, 0, 0.7071f, -0.7071f, 0.0f},

@@ -23,7 +23,7 @@ namespace {
 
 constexpr float kEarHeight = 1.6f;
 constexpr uint32_t kPiece = 128;      // samples of a block that all taps add at once
-constexpr float kMaxDelay = 0x1p24f;  // samples; further on a float skips whole numbers
+constexpr float kMaxDelay = 0x1p24f;  // samples; above, a float cannot hold every whole number
 
 uint32_t num_loudspeakers(const ubr_reflections_t& r) {
   return static_cast<uint32_t>(r.scene.source_count);
@@ -34,7 +34,7 @@ uint32_t padded_loudspeakers(const ubr_reflections_t& r) {
 }
 
 // Places the loudspeakers in the room; the delays of all taps become whole samples, of which the
-// largest is returned through `longest`. A room without a meaning is refused.
+// largest is returned through `longest`. Refuses a room whose taps are not finite.
 uint32_t place_in_room(ubr_reflections_t* r, uint32_t* longest) {
   shoebox_set_scene(&r->room, &r->scene, r->listener_position, &r->virtual_sources[0].azimuth,
                     r->cartesian_sources, r->relative_sources);
@@ -65,8 +65,8 @@ uint32_t make_delay_lines(ubr_reflections_t* r, uint32_t longest, uint32_t max_f
   return r->delay_lines ? UBR_OK : UBR_NO_MEMORY;
 }
 
-// Lines that a mode left behind when it was switched off stay, but for too short ones: a reset
-// counts on each to hold the longest block.
+// Delay lines stay when the reflections are switched off. Lines that are too short grow, because a
+// reset counts on each to hold the longest block.
 uint32_t keep_delay_lines(ubr_reflections_t* r, uint32_t max_frame_size) {
   if (!r->delay_lines || r->delay_line_length >= max_frame_size) return UBR_OK;
   if (const uint32_t code = replace_zeroed(
@@ -93,7 +93,7 @@ uint32_t make_block_buffers(ubr_reflections_t* r, uint32_t num_channels, uint32_
   return ubr_init_float_matrix(&r->reflection_buffers, r->reflection_count, kPiece);
 }
 
-// Every tap is a source of its own, at unit gain: its gain joins the weights in every block.
+// Every tap is a source of its own, at unit gain; weigh_taps multiplies its gain in.
 uint32_t make_encoder(ubr_reflections_t* r, const ambisonics_base_t* ambisonics,
                       uint32_t max_frame_size) {
   encoder_cleanup(r->reflections_encoder);
@@ -140,7 +140,7 @@ void write_delay_lines(ubr_reflections_t* r, const float* const* input, uint32_t
   decode(r, input, before_wrap, frames - before_wrap, 0);
 }
 
-// Multiplied anew in every block: a moved listener changes the gains between two computes.
+// Called for every block, because a listener who moves changes the gains between two computes.
 void weigh_taps(ubr_reflections_t* r) {
   const uint32_t channels = r->reflections_encoder->ambisonics->num_channels;
   const uint32_t padded = r->reflections_encoder->padded_channels;
@@ -217,7 +217,7 @@ void reflections_cleanup(ubr_reflections_t* r) {
 uint32_t ubr_set_reflections_mode(ubr_reflections_t* r, uint32_t mode) {
   if (!r) return UBR_MISSING;
   if (mode == r->reflections_mode) return UBR_OK;
-  // Deliberate: stored before it is looked at, so that an unknown mode stops the reflections.
+  // Deliberate: it is stored before it is checked, so that an unknown mode stops the reflections.
   r->reflections_mode = mode;
   r->ready = 0;
   if (mode > REFLECTIONS_MAX_MODE) return UBR_INVALID;

@@ -4,7 +4,8 @@
 // they arrive.
 //
 // A new room, listener or mode is heard from the next ubr_compute_reflections (renderer/ubr.h) on.
-// Deliberate: it replaces every delay, gain and direction at once, without a crossfade.
+// Deliberate: there is no crossfade, because a compute also clears the delay lines that the earlier
+// reflections would be read from.
 #ifndef ORVANE_RENDERER_REFLECTIONS_H_
 #define ORVANE_RENDERER_REFLECTIONS_H_
 
@@ -16,8 +17,8 @@
 #include "room/shoebox_scene.h"
 
 enum {
-  REFLECTIONS_SAMPLE_RATE = ORVANE_SAMPLE_RATE,  // Hz, of delays, whatever the stream runs at
-  REFLECTIONS_MAX_MODE = ORVANE_MAX_ORDER,       // modes are 0, off, and the order that is decoded
+  REFLECTIONS_SAMPLE_RATE = ORVANE_SAMPLE_RATE,        // Hz, of delays, whatever the stream runs at
+  REFLECTIONS_MAX_MODE = ORVANE_MAX_ORDER,             // mode 0 is off, n decodes ambisonic order n
   REFLECTIONS_MAX_LOUDSPEAKERS = ORVANE_MAX_CHANNELS,  // of the highest mode
   // That count rounded up to a multiple of four.
   REFLECTIONS_MAX_PADDED = (REFLECTIONS_MAX_LOUDSPEAKERS + 3) / 4 * 4,
@@ -52,8 +53,8 @@ typedef struct ubr_reflections_t {
   shoebox_scene_t scene;           // its delays are in whole samples once computed
   shoebox_config_t room;
 
-  uint32_t num_delay_lines;  // that delay_lines has room for
-  uint32_t max_frame_size;   // the longest block that they and the buffers hold
+  uint32_t num_delay_lines;  // lines that delay_lines has room for
+  uint32_t max_frame_size;   // the longest block that the lines hold
   float* tap_weights;        // reflection_count x padded channels: gain times beam of every tap
   float decoding_storage[REFLECTIONS_MAX_PADDED * REFLECTIONS_MAX_PADDED];
   void** route_memory;  // what the routes of the renderer keep between blocks; or null
@@ -71,7 +72,8 @@ ORVANE_API uint32_t ubr_set_reflections_mode(ubr_reflections_t* reflections, uin
 //   output  as many channels as the field that the reflections were computed for has
 //   frames  at most the longest block they were computed for
 //
-// Without reflections_encoder, or with one for shorter blocks, time goes on and nothing is added.
+// Without reflections_encoder, or with one for shorter blocks, the delay lines are written and
+// nothing is added.
 // Returns UBR_OK, nothing done, in mode 0; UBR_MISSING, nothing done, for null, a longer block, or
 // when there is no successful compute since the mode was set. Allocates nothing.
 ORVANE_API uint32_t ubr_process_reflections(ubr_reflections_t* reflections,

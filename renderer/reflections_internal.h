@@ -6,8 +6,8 @@
 
 #include "renderer/reflections.h"
 
-// Makes a record that is zero-filled, with the defaults: off, in a room of 5 x 6 x 4 m, the
-// listener in its middle at a height of 1.6 m. Returns UBR_OK or UBR_NO_MEMORY.
+// Sets a zero-filled record to the defaults: off, in a room of 5 x 6 x 4 m, the listener in its
+// middle at a height of 1.6 m. Returns UBR_OK or UBR_NO_MEMORY.
 uint32_t reflections_init(ubr_reflections_t* reflections);
 
 // ubr_compute_reflections for a field of `ambisonics` and blocks of up to `max_frame_size` samples.
@@ -17,7 +17,7 @@ uint32_t reflections_compute(ubr_reflections_t* reflections, const ambisonics_ba
 // Frees what the record owns and zeroes it; null and half-built records are accepted.
 void reflections_cleanup(ubr_reflections_t* reflections);
 
-// Whether a block passes without reflections; false for null, which no block may meet.
+// Whether reflections are switched off; false for a missing record, which a block refuses.
 inline bool reflections_are_off(const ubr_reflections_t* reflections) {
   return reflections && reflections->reflections_mode == 0;
 }

@@ -15,7 +15,7 @@ namespace {
 constexpr uint32_t kNumOutputs = 2;
 constexpr float kWetGain = 0.2f;
 
-// Deliberate: the ids do not follow the order in which the settings are stored.
+// Deliberate: hosts number the parameters in another order than the settings are stored in.
 constexpr float vn_config_t::*kSlots[UBR_NUM_REVERB_PARAMS] = {
     &vn_config_t::enable,      &vn_config_t::stereo,    &vn_config_t::pulse_spacing,
     &vn_config_t::decay_s,     &vn_config_t::level,     &vn_config_t::pre_delay_ms,
@@ -46,8 +46,8 @@ uint32_t reverb_set_max_frame_size(ubr_reverb_t* reverb, uint32_t max_frame_size
 }
 
 uint32_t reverb_prepare(ubr_reverb_t* reverb) {
-  // Not the length of the last block: a response made for short blocks loses the tail of longer
-  // ones.
+  // The longest block, not the last one: a response made for short blocks loses the tail of longer
+  // blocks.
   reverb->velvet_noise.block_size = static_cast<int32_t>(reverb->scratch_frames);
   return vn_prepare_to_play(reverb->generator, &reverb->velvet_noise);
 }
@@ -61,7 +61,7 @@ uint32_t reverb_change_begin(const ubr_reverb_t* reverb, uint32_t id, float valu
   }
   vn_copy_unprepared(reverb->velvet_noise, &change->state);
   change->state.block_size = static_cast<int32_t>(reverb->scratch_frames);
-  // Deliberate: a switch is stored with its fraction.
+  // Deliberate: a switch keeps its fraction, because the reverberator compares what was sent.
   change->state.settings.*kSlots[id] = value;
   return UBR_OK;
 }
@@ -71,13 +71,14 @@ void reverb_change_prepare(ubr_reverb_t* reverb, reverb_change_t* change) {
 }
 
 void reverb_change_apply(ubr_reverb_t* reverb, reverb_change_t* change) {
-  // Settings without a meaning are stored, and the earlier response goes on.
+  // Settings that mean nothing are stored, and the earlier response stays in use.
   if (change->code == UBR_INVALID) {
     reverb->velvet_noise.settings = change->state.settings;
     reverb->velvet_noise.block_size = change->state.block_size;
     return;
   }
-  // Deliberate: a preparation that ran out of memory is reported by the next block.
+  // Deliberate: when a preparation ran out of memory its state is taken all the same, because the
+  // earlier response is not that of the settings any more. The blocks report it.
   std::swap(reverb->velvet_noise, change->state);
 }
 
@@ -101,7 +102,7 @@ uint32_t ubr_process_reverb(ubr_reverb_t* reverb, const float* omni, float* cons
                                   static_cast<int32_t>(reverb->num_outputs)};
   if (const uint32_t code = vn_process(reverb->generator, &reverb->velvet_noise, omni, input_size,
                                        reverb->scratch, output_size)) {
-    return code;  // Silence is mixed in; the scratch holds an earlier block.
+    return code;  // Nothing is mixed in, because the scratch holds an earlier block.
   }
   for (uint32_t c = 0; c < reverb->num_outputs; ++c) {
     const float* tail = reverb->scratch + size_t{c} * frames;

@@ -6,18 +6,18 @@
 
 #include "renderer/reverb.h"
 
-// Makes a record that is zero-filled, with the default settings and a generator that starts afresh.
+// Gives a zero-filled record the default settings and a generator that starts afresh.
 // Returns UBR_OK, UBR_INVALID for blocks longer than the reverberator takes, or UBR_NO_MEMORY.
 uint32_t reverb_init(ubr_reverb_t* reverb, uint32_t max_frame_size);
 
-// Makes it ready for blocks of up to `max_frame_size` samples with a new response, which drops the
-// tail. Returns as reverb_init, UBR_INVALID with nothing changed.
+// Prepares it for blocks of up to `max_frame_size` samples with a new response, which drops the
+// tail. Returns as reverb_init; UBR_INVALID changes nothing.
 uint32_t reverb_set_max_frame_size(ubr_reverb_t* reverb, uint32_t max_frame_size);
 
 // Draws a new response for the settings; drops the tail. Returns vn_prepare_to_play's code.
 uint32_t reverb_prepare(ubr_reverb_t* reverb);
 
-// Whether there is a tail at all.
+// Whether the reverb is switched on.
 inline bool reverb_is_on(const ubr_reverb_t& reverb) {
   return reverb.velvet_noise.settings.enable != 0.0f;
 }

@@ -28,7 +28,7 @@ uint32_t add_head_locked_sources(const ubr_t& r, const block_t& block, float* co
 
 uint32_t binauralize_field(const ubr_t& r, const block_t& block, const float* const* field) {
   if (!r.binauralizer) return UBR_MISSING;
-  // Deliberate: a binauralizer that lost its buffers is silent, which is no failure of the block.
+  // Deliberate: the code is not checked, because a binauralizer without buffers renders silence.
   binauralizer_process(r.binauralizer, field, block.outputs, block.frames);
   return UBR_OK;
 }

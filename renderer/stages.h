@@ -1,5 +1,5 @@
 // For the renderer's own use: the stages of a block, in the order in which it passes them. Each
-// looks for its module and calls it.
+// checks that its module exists, and calls it.
 //
 // A field is num_channels rows of `frames` samples. All return UBR_OK, UBR_MISSING where a module
 // or a field does not exist or cannot take the block, or the module's code.
@@ -16,23 +16,23 @@ struct block_t {
   uint32_t frames;
 };
 
-// Whether the encoder can take the block: what every encoding stage asks first.
+// Whether the encoder can take the block. Every encoding stage checks this first.
 bool encoder_takes(const ubr_t& renderer, const block_t& block);
 
-// Writes the sources that stay put in the room, over `field`.
+// Overwrites `field` with the sources that stay in place while the head turns.
 uint32_t encode_room_sources(const ubr_t& renderer, const block_t& block, float* const* field);
 
 // Adds the early reflections of `field` to it.
 uint32_t add_reflections(const ubr_t& renderer, const block_t& block, float* const* field);
 
-// Turns `field` against the head, over `turned`.
+// Overwrites `turned` with `field`, rotated against the head.
 uint32_t rotate_field(const ubr_t& renderer, const block_t& block, const float* const* field,
                       float* const* turned);
 
 // Adds the sources that move with the head, and the LFE, to `field`.
 uint32_t add_head_locked_sources(const ubr_t& renderer, const block_t& block, float* const* field);
 
-// Writes what the two ears hear of `field` over the block's outputs.
+// Overwrites the block's outputs with what the two ears hear of `field`.
 uint32_t binauralize_field(const ubr_t& renderer, const block_t& block, const float* const* field);
 
 // Adds the reverberation of channel 0 of `field` to the block's outputs.

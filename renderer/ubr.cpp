@@ -36,8 +36,8 @@ bool is_binaural(const ubr_t& r) {
   return r.render_mode == UBR_MODE_BINAURAL_TRACKED || r.render_mode == UBR_MODE_BINAURAL;
 }
 
-// Order of a field of `num_channels` channels, or 0 (which no caller accepts) when no full order
-// has that many.
+// Order of a field of `num_channels` channels, or 0, which no caller accepts, if that is not the
+// number of channels of a full order.
 uint32_t order_of_channels(uint32_t num_channels) {
   const double order = sqrt(num_channels) - 1.0;
   return order > 0.0 && order == floor(order) ? static_cast<uint32_t>(order) : 0;
@@ -47,7 +47,7 @@ bool frame_size_is_offered(uint32_t frames) {
   return frames >= UBR_MIN_FRAME_SIZE && frames <= UBR_MAX_FRAME_SIZE;
 }
 
-// Order of the input, or 0, which no renderer takes, for an input that is not offered.
+// Order of the input, or 0, which no caller accepts, for an input that is not supported.
 uint32_t find_input_order(const ubr_t& r, uint32_t requested_order) {
   if (takes_ambisonics(r)) return order_of_channels(r.num_inputs);
   return r.num_inputs >= 1 && r.num_inputs <= UBR_MAX_INPUTS ? requested_order : 0;
@@ -71,7 +71,7 @@ uint32_t configure_field(ubr_t* r, uint32_t max_frame_size, uint32_t order) {
   return UBR_OK;
 }
 
-// Stores as it goes: what a refusal leaves in the fields is what was accepted before it.
+// Stores every value once it is accepted, so a refusal leaves in the fields what came before it.
 uint32_t configure(ubr_t* r, uint32_t num_inputs, uint32_t max_frame_size,
                    uint32_t requested_order) {
   const bool is_downmix = r->render_mode == UBR_MODE_DOWNMIX;
@@ -219,7 +219,7 @@ uint32_t ubr_cleanup(ubr_t* renderer) {
   ubr_free_float_matrix(r.hoa_buffer_b, r.ambi_config.num_channels);
   const uint32_t input_type = r.input_type, render_mode = r.render_mode;
   r = {};
-  r.input_type = input_type;  // Deliberate: what was asked for outlives what was built.
+  r.input_type = input_type;  // Deliberate: both are what a caller asked for, not what was built.
   r.render_mode = render_mode;
   return UBR_OK;
 }

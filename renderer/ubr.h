@@ -28,9 +28,9 @@ enum ubr_input_type {
 // What comes out, and which inputs may use the mode.
 enum ubr_render_mode {
   UBR_MODE_AMBISONIC = 0,          // ambisonic field; sources only
-  UBR_MODE_AMBISONIC_TRACKED = 1,  // ambisonic field turned against the head
-  UBR_MODE_BINAURAL_TRACKED = 2,   // two ears, turned against the head
-  UBR_MODE_BINAURAL = 3,           // two ears, head at rest
+  UBR_MODE_AMBISONIC_TRACKED = 1,  // ambisonic field rotated against the head
+  UBR_MODE_BINAURAL_TRACKED = 2,   // two ears, rotated against the head
+  UBR_MODE_BINAURAL = 3,           // two ears, without head tracking
   UBR_MODE_DOWNMIX = 4,            // plain stereo downmix; sources only
 };
 
@@ -77,12 +77,12 @@ typedef struct ubr_t {
 //
 //   num_inputs      sources: 1 to UBR_MAX_INPUTS; ambisonics: a perfect square
 //   max_frame_size  UBR_MIN_FRAME_SIZE to UBR_MAX_FRAME_SIZE samples
-//   order           sources: 1 to 4; ambisonics: the input's own order, itself 1 to 4, is truncated
-//                   to it
+//   order           sources: 1 to 4; ambisonics: the input, of order 1 to 4, is truncated to this
+//                   order
 //
 // Returns UBR_OK, UBR_MISSING for a null renderer, UBR_INVALID for an argument or a combination
-// that is not offered, UBR_NO_MEMORY or a module's code. After a failure call ubr_cleanup, nothing
-// else.
+// that is not supported, UBR_NO_MEMORY or a module's code. After a failure only ubr_cleanup may
+// follow.
 ORVANE_API uint32_t ubr_init(ubr_t* renderer, uint32_t input_type, uint32_t num_inputs,
                              uint32_t render_mode, uint32_t max_frame_size, uint32_t order);
 
@@ -101,9 +101,10 @@ ORVANE_API uint32_t ubr_init_reverb(ubr_t* renderer);
 // left, back right, side left, side right. Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t ubr_set_downmix_coefficients(ubr_t* renderer);
 
-// Silences every module, puts the listener at the origin and the head straight ahead. Modules that
-// do not exist are passed over. Reflections that ubr_set_user_position moved wait for a compute.
-// Returns UBR_OK, UBR_MISSING for null, or the failing module's code.
+// Silences every module, puts the listener at the origin and turns the head straight ahead. Modules
+// that do not exist are skipped. Reflections that ubr_set_user_position has changed stay so until
+// the next ubr_compute_reflections. Returns UBR_OK, UBR_MISSING for null, or the failing module's
+// code.
 ORVANE_API uint32_t ubr_reset(ubr_t* renderer);
 
 // Frees every module and buffer and zeroes the renderer but for input_type and render_mode. The
@@ -112,13 +113,14 @@ ORVANE_API uint32_t ubr_reset(ubr_t* renderer);
 ORVANE_API uint32_t ubr_cleanup(ubr_t* renderer);
 
 // Grows every module for blocks of up to `max_frame_size` samples; a smaller size changes nothing.
-// Sound in flight is carried on, but for reflections and reverb tail: both are made anew. There is
-// no limit but the reverb's, UBR_MAX_FRAME_SIZE in binaural modes. Returns UBR_OK, UBR_MISSING for
-// null, UBR_INVALID, nothing changed, beyond the limit, or UBR_NO_MEMORY, or UBR_INVALID for a
-// reflections mode that cannot be computed; after these max_frame_size is the old one and a retry
-// does the work again; until then blocks of the old length still render. The module that ran out of
-// memory while it was rebuilt is silent meanwhile; reverb and reflections make such blocks report
-// UBR_MISSING as well.
+// Sound in flight continues, except that reflections and reverb tail start anew. In binaural modes
+// the reverb limits the size to UBR_MAX_FRAME_SIZE; the other modes have no limit.
+//
+// Returns UBR_OK; UBR_MISSING for null; UBR_INVALID, nothing changed, beyond the limit. After
+// UBR_NO_MEMORY, or UBR_INVALID for a reflections mode that cannot be computed, max_frame_size has
+// its old value, blocks of the old length still render, and a retry does the work again. Until then
+// the module that ran out of memory is silent; if it is the reverb or the reflections, blocks
+// report UBR_MISSING.
 ORVANE_API uint32_t ubr_set_max_frame_size(ubr_t* renderer, uint32_t max_frame_size);
 
 // Renders one block.
@@ -127,9 +129,10 @@ ORVANE_API uint32_t ubr_set_max_frame_size(ubr_t* renderer, uint32_t max_frame_s
 //   outputs  num_outputs channels, overwritten
 //   frames   samples per channel, at most max_frame_size; 0 means max_frame_size
 //
-// Subnormal samples count as zeros, and none comes out: they would take many times as long. Returns
-// UBR_OK; UBR_MISSING for a null renderer, an unsupported mode or a module that does not exist or
-// is not ready; UBR_INVALID for channel counts or a length that do not match. Allocates nothing.
+// Subnormal samples count as zeros and none is written, because arithmetic with them takes many
+// times as long. Returns UBR_OK; UBR_MISSING for a null renderer, an unsupported mode or a module
+// that does not exist or is not ready; UBR_INVALID for channel counts or a length that do not
+// match. Allocates nothing.
 ORVANE_API uint32_t ubr_process(ubr_t* renderer, const float* const* inputs, uint32_t num_inputs,
                                 float* const* outputs, uint32_t num_outputs, uint32_t frames);
 
@@ -144,21 +147,23 @@ ORVANE_API uint32_t ubr_process_hoa(ubr_t* renderer, const float* const* inputs,
 // Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t ubr_downmix(ubr_t* renderer, const float* const* inputs, float* const* outputs);
 
-// Type of one source (encoder_source_type); set it before the position, whose beam it shapes.
-// Returns UBR_OK; UBR_MISSING for a null renderer, an ambisonic input or no encoder; UBR_INVALID
-// for an index not below num_inputs.
+// Type of one source (encoder_source_type). Set it before the position: the beam is computed with
+// the position. Returns UBR_OK; UBR_MISSING for a null renderer, an ambisonic input or no encoder;
+// UBR_INVALID for an index not below num_inputs.
 ORVANE_API uint32_t ubr_set_source_type(ubr_t* renderer, uint32_t index, uint32_t type);
 
 // Position of one source in metres (+x ahead, +y left, +z up), from the next block on. Not checked:
-// one that is not a number spoils the output until the next. Returns as ubr_set_source_type.
+// a position that is not finite spoils the output until the next one. Returns as
+// ubr_set_source_type.
 ORVANE_API uint32_t ubr_set_source_position(ubr_t* renderer, uint32_t index, float x, float y,
                                             float z);
 
-// Listener position in metres. Geometry and gain of world sources follow at once, their beams at
-// their next position. Reflections that are on take the gains of a listener who stands that far
-// from their own listener position, but no delays: follow with ubr_compute_reflections, which goes
-// back to that position. Returns UBR_OK, UBR_MISSING for null, UBR_INVALID, nothing changed, for a
-// position that is not finite.
+// Listener position in metres. Geometry and gain of world sources follow at once, the beam of each
+// when it is positioned again. If reflections are on, their gains become those of a listener at the
+// sum of `position` and the listener position of the room, and they play without delay. Call
+// ubr_compute_reflections afterwards: it computes delays and gains for the listener position of the
+// room alone. Returns UBR_OK, UBR_MISSING for null, UBR_INVALID, nothing changed, for a position
+// that is not finite.
 ORVANE_API uint32_t ubr_set_user_position(ubr_t* renderer, const float position[3]);
 
 // Head orientation in a rotator_orientation_format, faded in over the next block.
@@ -169,8 +174,8 @@ ORVANE_API uint32_t ubr_set_user_orientation(ubr_t* renderer, const float orient
 
 // Sets one parameter of the reflections (ubr_reflections_param): of the room, the listener in it
 // and the virtual loudspeakers. Absorption and material of a wall are one value: the last one set
-// counts. Nothing is heard before ubr_compute_reflections, and a new mode stops the reflections
-// until then. Returns UBR_OK; UBR_MISSING for a null renderer or one without reflections;
+// counts. A change is heard after ubr_compute_reflections; a new mode stops the reflections until
+// then. Returns UBR_OK; UBR_MISSING for a null renderer or one without reflections;
 // UBR_INVALID, nothing changed, for an unknown parameter or a value outside its range.
 ORVANE_API uint32_t ubr_set_reflections_param(ubr_t* renderer, uint32_t id, float value);
 

@@ -1,8 +1,8 @@
 // Growing a renderer for longer blocks while sound is in flight.
 //
-// Each module keeps its old capacity, or already has the new one, when memory runs out half-way:
-// either way it still serves blocks of the old maximum, which is why that is replaced last. Only
-// the module that was being rebuilt, reverb, reflections or binauralizer, is silent until a retry.
+// When memory runs out half-way, a module has either its old capacity or already the new one. Both
+// serve blocks of the old maximum, so that is replaced last. Only the module that was being rebuilt
+// (reverb, reflections or binauralizer) is silent until a retry.
 #include "ambisonics/binauralizer_internal.h"
 #include "base/memory.h"
 #include "base/result.h"
@@ -21,7 +21,7 @@ uint32_t grow_hoa_buffer(float** rows, uint32_t num_rows, uint32_t max_frame_siz
   return UBR_OK;
 }
 
-// Fails with the binauralizer as it was, or with one that renders silence until a retry succeeds.
+// After a failure the binauralizer is as it was, or renders silence until a retry succeeds.
 uint32_t grow_binauralizer(binauralizer_t* binauralizer, uint32_t max_frame_size) {
   if (!binauralizer) return UBR_OK;
   // The overlap can be longer than a row of the renderer's own buffers.
@@ -37,7 +37,7 @@ uint32_t grow_binauralizer(binauralizer_t* binauralizer, uint32_t max_frame_size
 }
 
 uint32_t grow_modules(const ubr_t& r, uint32_t max_frame_size) {
-  // First, as it alone has a limit.
+  // The reverb comes first, because it alone has a limit.
   if (r.reverb) {
     if (const uint32_t code = reverb_set_max_frame_size(r.reverb, max_frame_size)) return code;
   }

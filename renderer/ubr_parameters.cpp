@@ -7,7 +7,7 @@
 
 namespace {
 
-// Every row stands at the place of its id, and a limited range is widest where the limit is.
+// Every row stands at the index of its id, and states a limited range for the largest limit.
 constexpr bool is_table_consistent() {
   for (uint32_t i = 0; i < ORVANE_NUM_PARAMETERS; ++i) {
     const orvane_parameter_t& parameter = orvane_parameters[i];
@@ -49,12 +49,12 @@ float* find_slot(ubr_reflections_t* reflections, uint32_t id) {
     default:
       break;
   }
-  // Deliberate: the absorptions count walls from 0, the materials from 1.
+  // Deliberate: hosts count walls from 0 for absorptions, and from 1 for materials.
   const bool is_absorption = id >= UBR_REFLECTIONS_ABSORPTION && id < UBR_REFLECTIONS_MATERIAL;
   return is_absorption ? &room.absorption[id - UBR_REFLECTIONS_ABSORPTION] : nullptr;
 }
 
-// What limits a parameter at the moment; 0 where nothing does.
+// The value that limits a parameter at the moment; 0 if nothing does.
 float find_limit(const ubr_t* renderer, const orvane_parameter_t& parameter) {
   if (parameter.limit == ORVANE_LIMIT_NONE) return 0.0f;
   if (parameter.limit == ORVANE_LIMIT_ORDER) return static_cast<float>(renderer->ambi_config.order);
@@ -71,7 +71,8 @@ uint32_t ubr_set_reflections_param(ubr_t* renderer, uint32_t id, float value) {
   if (!orvane_parameter_accepts(&parameter, find_limit(renderer, parameter), value)) {
     return UBR_INVALID;
   }
-  // Deliberate: a room that shrinks does not move a listener accepted before; the scene does.
+  // Deliberate: a smaller room keeps a listener position that was accepted before, because the
+  // scene clamps it.
   if (float* slot = find_slot(renderer->reflections, id)) {
     *slot = value;
   } else if (id == UBR_REFLECTIONS_MODE) {

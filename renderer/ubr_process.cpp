@@ -36,7 +36,7 @@ uint32_t ubr_downmix(ubr_t* renderer, const float* const* inputs, float* const* 
   const uint32_t num_inputs = std::min<uint32_t>(renderer->num_inputs, UBR_DOWNMIX_INPUTS);
   if (num_inputs == 0) return UBR_OK;
   for (uint32_t f = 0; f < renderer->frame_size; ++f) {
-    // Not from a sum of zero, which would turn a -0 into a 0.
+    // The sum does not start from 0, which would turn a -0 into a 0.
     float l = inputs[0][f] * left[0], r = inputs[0][f] * right[0];
     for (uint32_t k = 1; k < num_inputs; ++k) {
       l += inputs[k][f] * left[k];

@@ -10,13 +10,13 @@ bool has_sources(const ubr_t* renderer) {
   return renderer && renderer->input_type != UBR_INPUT_AMBISONICS && renderer->encoder;
 }
 
-// Moves the listener in the room by `offset` from the stored position, which stays.
+// Computes the scene for a listener who is `offset` away from the stored position, which stays.
 void move_listener(ubr_reflections_t* r, const float offset[3]) {
   if (r->reflections_mode == 0) return;
   const float* stored = r->listener_position;
   const float listener[3] = {offset[0] + stored[0], offset[1] + stored[1], offset[2] + stored[2]};
-  // Deliberate: no compute follows, so delays stand in seconds until the next one, and every tap
-  // plays undelayed from its old direction.
+  // Deliberate: the caller chooses when to compute, because that drops the sound in flight. Until
+  // then delays are in seconds, so that every tap plays undelayed, from its old direction.
   shoebox_set_scene(&r->room, &r->scene, listener, &r->virtual_sources[0].azimuth,
                     r->cartesian_sources, r->relative_sources);
 }

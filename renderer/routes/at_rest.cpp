@@ -1,6 +1,6 @@
-// The route of a static scene. While no source, no weight and no orientation moves, each source has
-// one response per ear, and a block needs no field: SH weights, rotation and the HRIRs of the
-// channels are multiplied into folded HRIRs once, which serve until something moves.
+// The route of a static scene. While no source, weight or orientation changes, each source has one
+// response per ear, and a block needs no field: SH weights, rotation and the HRIRs of the channels
+// are multiplied into folded HRIRs once, which serve until something changes.
 #include <stddef.h>
 #include <string.h>
 
@@ -17,13 +17,13 @@
 
 namespace {
 
-// The scene that the last static block found, and what was computed from it.
+// The scene of the last static block, and what was computed from it.
 struct memory_t {
   uint32_t num_sources;
   encoder_source_t* sources;  // num_sources
   float* rotation;            // the rotator's matrix; null without head tracking
   uint32_t transform_size;
-  bool is_computed;  // whether the rest is that scene's
+  bool is_computed;  // whether the fields below belong to that scene
   float* gains;      // num_sources rows of AMBISONICS_MAX_CHANNELS: weights of the audible sources
                      // in the field that would enter the binauralizer
   const float** audible;  // num_sources: the samples of the audible sources in this block
@@ -57,8 +57,8 @@ void remember_scene(memory_t* m, const ubr_t& r, uint32_t transform_size) {
   m->is_computed = false;
 }
 
-// Deliberate: only the second block of a scene fits. A scene that moves every other block would
-// otherwise compute for one block what it uses once.
+// Deliberate: a scene fits from its second block on, so that nothing is computed for a scene that
+// lasts one block.
 bool fits(const ubr_t& r, const block_t& block, void* memory) {
   auto* const m = static_cast<memory_t*>(memory);
   if (!m || !is_static(r, block)) return false;
@@ -110,7 +110,7 @@ void compute(memory_t* m, const ubr_t& r) {
   m->is_computed = true;
 }
 
-// Channel 0 of the field that the block skips.
+// Channel 0 of the field, which the reverb needs though the block makes no field.
 void encode_omni(const memory_t& m, uint32_t num_audible, const block_t& block, float* omni) {
   float* const field[] = {omni};
   mix_channels({m.gains, AMBISONICS_MAX_CHANNELS, 1}, {m.audible, num_audible}, {field, 1},

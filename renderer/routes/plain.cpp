@@ -21,7 +21,7 @@ uint32_t encode_around_rotation(const ubr_t& r, const block_t& block, float* con
   return add_head_locked_sources(r, block, turned);
 }
 
-// `omni` is the field whose channel 0 the reverberation is made of.
+// The reverberation is made of channel 0 of `omni`.
 uint32_t render_ears(const ubr_t& r, const block_t& block, const float* const* field,
                      const float* const* omni) {
   if (const uint32_t code = binauralize_field(r, block, field)) return code;

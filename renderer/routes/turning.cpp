@@ -1,6 +1,6 @@
 // The route of a head that turns among few sources, without reflections: the SH weights of the
-// sources are rotated in the place of the field. Each source ramps from its weights turned by P to
-// those turned by R, so that encoding and rotation are one product.
+// sources are rotated instead of the field. The weights of each source ramp from those rotated by P
+// to those rotated by R, so that encoding and rotation are one product.
 #include "ambisonics/encoder_internal.h"
 #include "ambisonics/rotator_internal.h"
 #include "base/checked.h"
@@ -13,7 +13,7 @@
 namespace {
 
 constexpr uint32_t kMaxSources = AMBISONICS_MAX_CHANNELS / 2;
-constexpr uint32_t kMinFrames = 96;  // fewer do not make up for rotating the weights
+constexpr uint32_t kMinFrames = 96;  // shorter blocks save less than it costs to rotate the weights
 constexpr uint32_t kMaxPaddedChannels = round_up_to_4(AMBISONICS_MAX_CHANNELS);
 
 using rotated_weights_t = float[kMaxSources][kMaxPaddedChannels];
@@ -22,8 +22,9 @@ float* const* field_of(const ubr_t& r, const block_t& block) {
   return r.render_mode == UBR_MODE_BINAURAL_TRACKED ? r.hoa_buffer_b : block.outputs;
 }
 
-// A ramping weight is two multiply-adds: per source two for every channel here, in the plain route
-// one, and two for every weight of the rotation, which is sparse.
+// A weight that ramps takes two multiply-adds. Here every source has one such weight per channel;
+// the plain route takes one multiply-add for each of these and has the ramping weights of the
+// rotation, which are few.
 bool has_few_sources(const ubr_t& r) {
   return encoder_count_dynamic(*r.encoder) <= r.ambi_config.num_channels / 2;
 }
@@ -32,7 +33,7 @@ bool has_no_reflections(const ubr_t& r) {
   return r.render_mode == UBR_MODE_AMBISONIC_TRACKED || reflections_are_off(r.reflections);
 }
 
-// The caller's outputs may be its inputs, which one product cannot read while it writes them.
+// The caller's outputs may overlap its inputs. One product cannot read what it overwrites.
 bool can_write_over(float* const* field, const ubr_t& r, const block_t& block) {
   return field == r.hoa_buffer_b ||
          !channels_overlap({block.inputs, r.num_inputs}, {field, r.num_outputs}, block.frames);
