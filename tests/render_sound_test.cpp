@@ -141,8 +141,9 @@ TEST_F(RenderedSoundTest, AWallEchoesFromItsDistance) {
   ASSERT_EQ(0, run("bed.wav out.wav --no-reverb --reflections 4 --room 12x14x14 --listener 0,0,7 "
                    "--absorption back=1,left=1,right=1 --param 208=1 --material floor=1"));
   const std::vector<float> ears = read("out.wav");
-  const size_t echo = kEarLatencyFrames +
-                      static_cast<size_t>(11.0 / double{SHOEBOX_SPEED_OF_SOUND} * kEffectRateHz);
+  const size_t echo =
+      kEarLatencyFrames +
+      static_cast<size_t>(11.0 / static_cast<double>(SHOEBOX_SPEED_OF_SOUND) * kEffectRateHz);
   const double before = energy(ears, 0, 400, echo - 200);
   EXPECT_GT(energy(ears, 0, echo - 100, echo + 200), 100.0 * before);
   ASSERT_EQ(0, run("bed.wav out.wav --preset hall --dry"));

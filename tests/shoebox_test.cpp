@@ -110,7 +110,7 @@ void expect_taps(const TestRoom& t, size_t s, const Vector& size, const Vector& 
     // an arc sine near 1 and an azimuth near the zenith would magnify theirs.
     SCOPED_TRACE(testing::Message() << "source " << s << " wall " << w);
     const double azimuth = t.scene.azimuth[k], across = std::hypot(v[0], v[1]);
-    EXPECT_NEAR(path / double{SHOEBOX_SPEED_OF_SOUND}, t.scene.delay[k], 1e-8);
+    EXPECT_NEAR(path / static_cast<double>(SHOEBOX_SPEED_OF_SOUND), t.scene.delay[k], 1e-8);
     EXPECT_NEAR(gain - 0.00137 * longer, t.scene.gain[k], 2e-6);
     EXPECT_NEAR(v[0], across * std::cos(azimuth), 2e-6 * path);
     EXPECT_NEAR(v[1], across * std::sin(azimuth), 2e-6 * path);

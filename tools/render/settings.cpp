@@ -13,7 +13,7 @@ namespace render {
 namespace {
 
 constexpr size_t kEarFilterTaps = BINAURALIZER_TAPS;
-constexpr double kSpeedOfSound = double{SHOEBOX_SPEED_OF_SOUND};
+constexpr double kSpeedOfSound = static_cast<double>(SHOEBOX_SPEED_OF_SOUND);
 
 // Absorption and material of a wall are one value in the effect, where the last write counts.
 int32_t same_wall(int32_t number) {
