@@ -15,7 +15,6 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/lane_transform.h"
-#include "numerics/mix_spectra.h"
 #include "numerics/pair_transform.h"
 
 static_assert(int{SH_HRIR_CHANNELS} == int{AMBISONICS_MAX_CHANNELS}, "one response per channel");
@@ -61,13 +60,9 @@ bool has_rows(const float* const* matrix, uint32_t rows) {
   return matrix && std::all_of(matrix, matrix + rows, [](const float* row) { return row; });
 }
 
-uint32_t longest_transform(const binauralizer_t& b) {
-  return b.fft_setup->lengths[checked_index(b.fft_setup->count - 1, kMaxTransforms)].size;
-}
-
 // As many lengths as blocks of `max_frame_size` need, or all.
 uint32_t make_transforms(binauralizer_t* b, uint32_t max_frame_size) {
-  b->fft_setup = alloc_zeroed<binauralizer_transforms_t>(1u);
+  if (!b->fft_setup) b->fft_setup = alloc_zeroed<binauralizer_transforms_t>(1u);
   if (!b->fft_setup) return UBR_MISSING;
   uint32_t shorter = 0;
   for (const uint32_t size : kTransformSizes) {
@@ -83,12 +78,12 @@ uint32_t make_transforms(binauralizer_t* b, uint32_t max_frame_size) {
   return UBR_OK;
 }
 
-void release_transforms(binauralizer_t* b) {
-  for (uint32_t k = 0; b->fft_setup && k < b->fft_setup->count; ++k) {
-    lane_transform_cleanup(&b->fft_setup->lengths[k].channels);
-    pair_transform_cleanup(&b->fft_setup->lengths[k].ears);
+void release_transforms(binauralizer_transforms_t* transforms) {
+  for (uint32_t k = 0; k < transforms->count; ++k) {
+    lane_transform_cleanup(&transforms->lengths[k].channels);
+    pair_transform_cleanup(&transforms->lengths[k].ears);
   }
-  release(b->fft_setup);
+  transforms->count = 0;
 }
 
 uint32_t make_degree_table(binauralizer_t* b, int32_t order) {
@@ -101,74 +96,38 @@ uint32_t make_degree_table(binauralizer_t* b, int32_t order) {
   return UBR_OK;
 }
 
-// Floats of the spectrum buffer: the channels of the symmetric sum, or the sources of a static
-// scene, of which there are fewer than channels.
-size_t spectrum_buffer_size(const binauralizer_t& b) {
-  const uint32_t most = std::max(b.num_sh_channels - 1, 1u);
-  return batch_size(longest_transform(b)) * count_batches(most);
+uint32_t make_buffers(binauralizer_t* b) {
+  const uint32_t ear_size = pair_spectrum_size(binauralizer_longest_transform(*b).size);
+  if (const uint32_t code = binauralizer_make_response_buffers(b)) return code;
+  if (const uint32_t code = ubr_init_float_matrix(&b->ear_spectra, kNumEars, ear_size)) return code;
+  return ubr_init_float_matrix(&b->overlap_tails, kNumEars, b->fft_size - 1);
 }
 
-// Makes room for the responses of all lengths. Both rows have the size of the symmetric one, which
-// has more channels.
-uint32_t make_response_rows(binauralizer_t* b) {
-  const uint32_t batches = count_batches(binauralizer_find_channels(*b, false).count);
-  const binauralizer_transform_t& longest = b->fft_setup->lengths[b->fft_setup->count - 1];
-  b->hrtf_spectra = alloc_zeroed<float*>(kNumEars);
-  if (!b->hrtf_spectra) return UBR_NO_MEMORY;
-  for (uint32_t row = 0; row < kNumEars; ++row) {
-    b->hrtf_spectra[row] =
-        alloc_aligned<float>(batch_size(longest.shorter + longest.size), batches);
-    if (!b->hrtf_spectra[row]) return UBR_NO_MEMORY;
-  }
+// Builds a zero-filled record, whose fft_setup is null or has responses but no transforms.
+uint32_t build(binauralizer_t* b, uint32_t order, uint32_t max_frame_size) {
+  b->num_ears = kNumEars;
+  b->hrir_length = SH_HRIR_TAPS;
+  b->num_sh_channels = (order + 1) * (order + 1);
+  b->fft_size = choose_fft_size(max_frame_size);
+  b->tail_length = b->fft_size - max_frame_size;
+  b->prev_tail_length = b->tail_length;
+  if (const uint32_t code = make_transforms(b, max_frame_size)) return code;
+  // Deliberate: 1, not 3, without memory for the transforms or this table, as callers know it.
+  if (const uint32_t code = make_degree_table(b, static_cast<int32_t>(order))) return code;
+  if (const uint32_t code = make_buffers(b)) return code;
+  binauralizer_transform_responses(b);
   return UBR_OK;
 }
 
-uint32_t make_buffers(binauralizer_t* b) {
-  const uint32_t ear_size = pair_spectrum_size(longest_transform(*b));
-  b->spectrum_buffer = alloc_aligned<float>(spectrum_buffer_size(*b));
-  if (!b->spectrum_buffer) return UBR_NO_MEMORY;
-  if (const uint32_t code = ubr_init_float_matrix(&b->ear_spectra, kNumEars, ear_size)) return code;
-  if (const uint32_t code = ubr_init_float_matrix(&b->overlap_tails, kNumEars, b->fft_size - 1)) {
-    return code;
-  }
-  return make_response_rows(b);
-}
-
-void release_response_rows(binauralizer_t* b) {
-  for (uint32_t row = 0; b->hrtf_spectra && row < kNumEars; ++row) {
-    release_aligned(b->hrtf_spectra[row]);
-  }
-  release(b->hrtf_spectra);
-}
-
-// Transforms the responses at one length, eight at a time. They are scaled here, so that products
-// need no scaling for the inverse transform. The spectrum buffer holds their taps meanwhile.
-void transform_responses(binauralizer_t* b, const binauralizer_transform_t& transform,
-                         bool antisymmetric) {
-  const lane_channels_t lanes = binauralizer_find_channels(*b, antisymmetric);
-  float* batch = binauralizer_find_responses(*b, transform, antisymmetric, lanes.count);
-  for (uint32_t first = 0; first < lanes.count; first += kTransformLanes) {
-    const float* rows[kTransformLanes];
-    for (uint32_t lane = 0; lane < kTransformLanes; ++lane) {
-      float* const taps = b->spectrum_buffer + size_t{lane} * SH_HRIR_TAPS;
-      clear(taps, SH_HRIR_TAPS);
-      rows[lane] = taps;
-      if (first + lane >= lanes.count) continue;
-      const float* const responses = binauralizer_sh_hrir + lanes.channels[first + lane];
-      for (uint32_t k = 0; k < SH_HRIR_TAPS; ++k) {
-        taps[k] = responses[size_t{k} * SH_HRIR_CHANNELS];
-      }
-    }
-    lane_transform_forward(transform.channels, rows, SH_HRIR_TAPS, batch);
-    unpack_spectra(transform.channels, batch, 0.5f / static_cast<float>(transform.size));
-    batch += batch_size(transform.size);
-  }
-}
-
+// The responses stay.
 uint32_t rebuild(binauralizer_t* b, uint32_t max_frame_size) {
   const uint32_t order = order_of(*b);
+  binauralizer_transforms_t* const transforms = b->fft_setup;
+  b->fft_setup = nullptr;
   binauralizer_cleanup(b);
-  return binauralizer_init(b, order, static_cast<int32_t>(max_frame_size));
+  b->fft_setup = transforms;
+  if (transforms) release_transforms(transforms);
+  return build(b, order, max_frame_size);
 }
 
 }  // namespace
@@ -177,23 +136,7 @@ uint32_t binauralizer_init(binauralizer_t* b, uint32_t order, int32_t max_frame_
   if (!b) return UBR_NO_MEMORY;  // Deliberate: a record is null where it could not be allocated.
   *b = {};
   checked_index(order, AMBISONICS_MAX_ORDER + 1);
-  const uint32_t frames = static_cast<uint32_t>(max_frame_size);  // negative: beyond every N
-  b->num_ears = kNumEars;
-  b->hrir_length = SH_HRIR_TAPS;
-  b->num_sh_channels = (order + 1) * (order + 1);
-  b->fft_size = choose_fft_size(frames);
-  b->tail_length = b->fft_size - frames;
-  b->prev_tail_length = b->tail_length;
-  if (const uint32_t code = make_transforms(b, frames)) return code;
-  // Deliberate: 1, not 3, without memory for the transforms or this table, as callers know it.
-  if (const uint32_t code = make_degree_table(b, static_cast<int32_t>(order))) return code;
-  if (const uint32_t code = make_buffers(b)) return code;
-  for (uint32_t k = 0; k < b->fft_setup->count; ++k) {
-    for (const bool antisymmetric : {false, true}) {
-      transform_responses(b, b->fft_setup->lengths[k], antisymmetric);
-    }
-  }
-  return UBR_OK;
+  return build(b, order, static_cast<uint32_t>(max_frame_size));  // negative: beyond every N
 }
 
 bool binauralizer_is_built(const binauralizer_t& b) {
@@ -209,26 +152,25 @@ const binauralizer_transform_t& binauralizer_choose_transform(const binauralizer
   return b.fft_setup->lengths[k];
 }
 
+const binauralizer_transform_t& binauralizer_longest_transform(const binauralizer_t& b) {
+  return b.fft_setup->lengths[checked_index(b.fft_setup->count - 1, kMaxTransforms)];
+}
+
 lane_channels_t binauralizer_find_channels(const binauralizer_t& b, bool antisymmetric) {
   lane_channels_t found = {};
+  const bool takes_all = b.fft_setup->has_two_ears;
   for (uint32_t c = 0; c < b.num_sh_channels; ++c) {
-    if ((b.sh_degree_m[c] < 0) == antisymmetric) found.channels[found.count++] = c;
+    if (takes_all || (b.sh_degree_m[c] < 0) == antisymmetric) found.channels[found.count++] = c;
   }
   return found;
 }
 
-float* binauralizer_find_responses(const binauralizer_t& b,
-                                   const binauralizer_transform_t& transform, bool antisymmetric,
-                                   uint32_t num_channels) {
-  return b.hrtf_spectra[antisymmetric] +
-         batch_size(transform.shorter) * count_batches(num_channels);
-}
-
 uint32_t binauralizer_reset(binauralizer_t* b) {
   if (!b || !binauralizer_is_built(*b)) return UBR_OK;
-  memset(b->spectrum_buffer, 0, sizeof(float) * spectrum_buffer_size(*b));
+  memset(b->spectrum_buffer, 0, sizeof(float) * binauralizer_spectrum_buffer_size(*b));
   ubr_reset_float_matrix(b->overlap_tails, kNumEars, b->fft_size - 1);
-  ubr_reset_float_matrix(b->ear_spectra, kNumEars, pair_spectrum_size(longest_transform(*b)));
+  ubr_reset_float_matrix(b->ear_spectra, kNumEars,
+                         pair_spectrum_size(binauralizer_longest_transform(*b).size));
   return UBR_OK;
 }
 
@@ -256,12 +198,15 @@ uint32_t binauralizer_reset_max_frame_size(binauralizer_t* b, uint32_t max_frame
 
 uint32_t binauralizer_cleanup(binauralizer_t* b) {
   if (!b) return UBR_OK;
-  release_transforms(b);
+  if (b->fft_setup) {
+    release_transforms(b->fft_setup);
+    release(b->fft_setup->responses);
+    release(b->fft_setup);
+  }
   release(b->sh_degree_m);
-  release_aligned(b->spectrum_buffer);
   ubr_free_float_matrix(b->ear_spectra, kNumEars);
   ubr_free_float_matrix(b->overlap_tails, kNumEars);
-  release_response_rows(b);
+  binauralizer_release_response_buffers(b);
   *b = {};
   return UBR_OK;
 }

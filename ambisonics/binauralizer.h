@@ -1,9 +1,11 @@
-// Ambisonics to two ears: every channel is convolved with the compiled-in response of its spherical
-// harmonic and summed, by overlap-add in the frequency domain, one transform per block and channel.
-// Only left-ear responses are stored. The head is taken as symmetric, so the right ear is the same
-// sum with the channels of negative order m negated: the symmetric sum is over m >= 0, the
-// antisymmetric one over m < 0, the left ear is their sum and the right ear their difference. The
-// responses delay the signal by BINAURALIZER_LATENCY samples.
+// Ambisonics to two ears: every channel is convolved with the response of its spherical harmonic
+// and summed, by overlap-add in the frequency domain, one transform per block and channel. The
+// built-in responses are those of a left ear. Their head is taken as symmetric, so the right ear is
+// the same sum with the channels of negative order m negated: the symmetric sum is over m >= 0, the
+// antisymmetric one over m < 0, the left ear is their sum and the right ear their difference. They
+// delay the signal by BINAURALIZER_LATENCY samples. binauralizer_set_responses takes those of
+// another head, whose ears may differ: then all channels are in both sums, with half the sum and
+// half the difference of the two responses.
 //
 // Blocks are transformed at the shortest of a few lengths that holds them and the response, however
 // long the maximum; a block beyond the longest length is rendered in pieces.
@@ -13,10 +15,12 @@
 #include <stdint.h>
 
 #include "base/export.h"
+#include "base/limits.h"
 #include "numerics/float_matrix.h"
 
 enum {
-  BINAURALIZER_TAPS = 256,     // of a response
+  BINAURALIZER_TAPS = 256,                               // of a response
+  BINAURALIZER_RESPONSE_CHANNELS = ORVANE_MAX_CHANNELS,  // rows of a table of responses have
   BINAURALIZER_LATENCY = 145,  // samples from an impulse to its peak at the ears
 };
 
@@ -39,7 +43,7 @@ typedef struct binauralizer_t {
                                     // scaled by 0.5 / length
   float** ear_spectra;  // num_ears rows: the symmetric and the antisymmetric spectrum, and then
                         // the samples of the ears
-  struct binauralizer_transforms_t* fft_setup;  // private: the transforms of all lengths
+  struct binauralizer_transforms_t* fft_setup;  // private: transforms, responses that were set
 } binauralizer_t;
 
 // Builds a binauralizer for orders 0 to 4 and blocks of up to `max_frame_size` samples.
@@ -60,6 +64,22 @@ ORVANE_API uint32_t binauralizer_init(binauralizer_t* binauralizer, uint32_t ord
 // Allocates nothing.
 ORVANE_API uint32_t binauralizer_process(binauralizer_t* binauralizer, const float* const* sh_in,
                                          float* const* ears_out, uint32_t frame_size);
+
+// Replaces the responses, from the next block on; what is in flight ends with the old ones. They
+// are copied, and kept until they are replaced or the binauralizer is cleaned up.
+//
+//   left, right  tables of an ear: BINAURALIZER_TAPS rows (taps at 48 kHz) of
+//                BINAURALIZER_RESPONSE_CHANNELS (ACN order, SN3D normalisation, whatever the order
+//                in use). A null `right` is the left ear of a symmetric head; two nulls are the
+//                built-in responses
+//
+// A right table that only mirrors the left one costs nothing, and ears that differ take one more
+// product per channel of a field. Returns UBR_OK; or, with the old
+// responses in place: UBR_MISSING for a null record or one that is not built, UBR_INVALID for a
+// value that is not finite or a right ear without a left one, UBR_NO_MEMORY. Not for the audio
+// thread: it allocates.
+ORVANE_API uint32_t binauralizer_set_responses(binauralizer_t* binauralizer, const float* left,
+                                               const float* right);
 
 // Silences all state and keeps the transforms, which have none. Returns UBR_OK, also for a null or
 // zero-filled record.

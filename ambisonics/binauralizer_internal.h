@@ -27,9 +27,17 @@ struct binauralizer_transform_t {
   pair_transform_t ears;      // back, both ears at once
 };
 
+// What a binauralizer keeps beside its record: its transforms, and the responses that it was given.
 struct binauralizer_transforms_t {
   uint32_t count;
   binauralizer_transform_t lengths[kMaxTransforms];  // the shortest first
+
+  // Null for the built-in responses. Otherwise those of the left ear, and where has_two_ears those
+  // of the right ear after them, each of SH_HRIR_TAPS rows of SH_HRIR_CHANNELS. They outlive a
+  // rebuild, even one that fails.
+  float* responses;
+  bool has_two_ears;
+  uint32_t num_changes;  // how often responses were set
 };
 
 // Whether every buffer of a successful binauralizer_init exists. Growing a binauralizer reports no
@@ -41,8 +49,10 @@ bool binauralizer_is_built(const binauralizer_t& binauralizer);
 const binauralizer_transform_t& binauralizer_choose_transform(const binauralizer_t& binauralizer,
                                                               uint32_t frames);
 
+const binauralizer_transform_t& binauralizer_longest_transform(const binauralizer_t& binauralizer);
+
 // The channels of the symmetric sum (m >= 0) or of the antisymmetric one, in the order of their
-// lanes.
+// lanes. Where the ears have responses of their own, all channels are in both sums.
 struct lane_channels_t {
   uint32_t count;
   uint32_t channels[AMBISONICS_MAX_CHANNELS];
@@ -70,6 +80,22 @@ struct folded_hrirs_t {
 constexpr size_t count_folded_floats(uint32_t num_sources) {
   return batch_size(kTransformSizes[kMaxTransforms - 1]) * count_batches(num_sources) * 2;
 }
+
+// Floats of the spectrum buffer: the channels of a sum, or the sources of a static scene, of which
+// there are fewer than channels.
+size_t binauralizer_spectrum_buffer_size(const binauralizer_t& binauralizer);
+
+// Makes the spectrum buffer and the rows of the responses, once the transforms and the degree table
+// exist. Returns UBR_OK or UBR_NO_MEMORY; release accepts what a failure leaves.
+uint32_t binauralizer_make_response_buffers(binauralizer_t* binauralizer);
+void binauralizer_release_response_buffers(binauralizer_t* binauralizer);
+
+// Fills the rows with the spectra of the responses, at every length.
+void binauralizer_transform_responses(binauralizer_t* binauralizer);
+
+// How often the responses of a binauralizer that is built were set. What was made of them before
+// is no longer valid.
+uint32_t binauralizer_count_changes(const binauralizer_t& binauralizer);
 
 // Length of the transform that renders a block of `frames`; 0 when it takes several, or when the
 // record is not built.

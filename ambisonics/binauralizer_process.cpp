@@ -20,7 +20,7 @@ void clear(float* samples, uint32_t count) { memset(samples, 0, sizeof(float) * 
 
 // Samples that one transform renders.
 uint32_t longest_block(const binauralizer_t& b) {
-  return b.fft_setup->lengths[b.fft_setup->count - 1].size - kResponseOverlap;
+  return binauralizer_longest_transform(b).size - kResponseOverlap;
 }
 
 // Channels of this block, or sources. Room for every lane of their batches.
@@ -83,12 +83,31 @@ void close_piece(binauralizer_t* b, const binauralizer_transform_t& transform,
   overlap_add(right, b->overlap_tails[1], ears_out[1] + begin, frames);
 }
 
+// Both spectra at once, where the ears have responses of their own and every channel is in both.
+void sum_all_channels(const binauralizer_t& b, const binauralizer_transform_t& transform,
+                      const float* const* sh_in, uint32_t begin, uint32_t frames) {
+  const uint32_t count = b.num_sh_channels;
+  lane_rows_t channels;
+  for (; channels.count < count; ++channels.count) {
+    channels.rows[channels.count] = sh_in[channels.count] + begin;
+  }
+  transform_rows(b, transform, &channels, frames);
+  const spectrum_sum_t sums[] = {
+      {binauralizer_find_responses(b, transform, false, count), b.ear_spectra[0]},
+      {binauralizer_find_responses(b, transform, true, count), b.ear_spectra[1]}};
+  mix_spectra(transform.channels, b.spectrum_buffer, count_batches(count), sums, 2);
+}
+
 // Renders `frames` samples from `begin` on; the longest transform holds them and the response.
 void render_piece(binauralizer_t* b, const float* const* sh_in, float* const* ears_out,
                   uint32_t begin, uint32_t frames) {
   const binauralizer_transform_t& transform = binauralizer_choose_transform(*b, frames);
-  for (const bool antisymmetric : {false, true}) {
-    sum_channels(*b, transform, sh_in, begin, frames, antisymmetric);
+  if (b->fft_setup->has_two_ears) {
+    sum_all_channels(*b, transform, sh_in, begin, frames);
+  } else {
+    for (const bool antisymmetric : {false, true}) {
+      sum_channels(*b, transform, sh_in, begin, frames, antisymmetric);
+    }
   }
   close_piece(b, transform, ears_out, begin, frames);
 }

@@ -6,7 +6,6 @@
 #define ORVANE_AMBISONICS_SH_HRIR_H_
 
 #include "ambisonics/binauralizer.h"
-#include "base/limits.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -14,7 +13,7 @@ extern "C" {
 
 enum {
   SH_HRIR_TAPS = BINAURALIZER_TAPS,
-  SH_HRIR_CHANNELS = ORVANE_MAX_CHANNELS,
+  SH_HRIR_CHANNELS = BINAURALIZER_RESPONSE_CHANNELS,
 };
 
 // Left-ear response of each channel (ACN order, SN3D normalisation), tap-major: channel c at tap k

@@ -92,11 +92,15 @@ void reverberate(Run& run, float decay_s, float spacing, uint32_t frames) {
 }
 
 // A dry block of twelve sources by one route, which is asked first, as the renderer asks it; the
-// head turns before the block where the route does not fit a static one.
-void take_route(Run& run, uint32_t index, uint32_t frames) {
+// head turns before the block where the route does not fit a static one. Its ears may differ.
+void take_route(Run& run, uint32_t index, bool two_ears, uint32_t frames) {
   Renderer renderer(12);
   ubr_t& r = renderer.r;
   bool ok = ubr_set_reverb_param(&r, UBR_REVERB_ENABLE, 0.0f) == 0;
+  if (two_ears) {
+    const Planar ears = planar_noise(2, BINAURALIZER_TAPS * BINAURALIZER_RESPONSE_CHANNELS, 7);
+    ok &= ubr_set_responses(&r, ears.data()[0], ears.data()[1]) == 0;
+  }
   const Planar input = planar_noise(12, frames, 6);
   Planar ears(2, frames);
   const block_t block = {input.data(), ears.data(), frames};
@@ -126,8 +130,11 @@ void add_stage(const std::string& name, Body body) {
 void add_stage_benchmarks() {
   for (uint32_t i = 0; i < kNumRoutes; ++i) {
     for (const uint32_t frames : std::span(kBlockLengths).first(3)) {
-      add_benchmark(std::string("route/") + kRoutes[i]->name + "/" + std::to_string(frames),
-                    [=](Run& run) { take_route(run, i, frames); });
+      const std::string name = std::string("route/") + kRoutes[i]->name + "/";
+      const std::string length = std::to_string(frames);
+      add_benchmark(name + length, [=](Run& run) { take_route(run, i, false, frames); });
+      add_benchmark(name + "two-ears/" + length,
+                    [=](Run& run) { take_route(run, i, true, frames); });
     }
   }
   add_stage("encode/12", [](Run& run, uint32_t frames) { encode(run, 12, frames); });

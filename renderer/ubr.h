@@ -172,6 +172,12 @@ ORVANE_API uint32_t ubr_set_user_position(ubr_t* renderer, const float position[
 ORVANE_API uint32_t ubr_set_user_orientation(ubr_t* renderer, const float orientation[3],
                                              uint32_t format);
 
+// Replaces the responses of the ears, from the next block on: see binauralizer_set_responses, whose
+// tables and codes these are. They stay through ubr_reset and ubr_set_max_frame_size, until they
+// are replaced or the renderer is cleaned up. Reverb and reflections follow no ears of their own.
+// UBR_MISSING stands also for a renderer without binauralizer.
+ORVANE_API uint32_t ubr_set_responses(ubr_t* renderer, const float* left, const float* right);
+
 // Sets one parameter of the reflections (ubr_reflections_param): of the room, the listener in it
 // and the virtual loudspeakers. Absorption and material of a wall are one value: the last one set
 // counts. A change is heard after ubr_compute_reflections; a new mode stops the reflections until

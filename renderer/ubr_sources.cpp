@@ -1,4 +1,4 @@
-// Sources and listener.
+// Sources, listener, and the listener's ears.
 #include <math.h>
 
 #include "base/result.h"
@@ -48,4 +48,9 @@ uint32_t ubr_set_user_position(ubr_t* renderer, const float position[3]) {
 uint32_t ubr_set_user_orientation(ubr_t* renderer, const float orientation[3], uint32_t format) {
   if (!renderer || !renderer->rotator) return UBR_MISSING;
   return rotator_set_orientation(renderer->rotator, orientation, format);
+}
+
+uint32_t ubr_set_responses(ubr_t* renderer, const float* left, const float* right) {
+  if (!renderer) return UBR_MISSING;
+  return binauralizer_set_responses(renderer->binauralizer, left, right);
 }

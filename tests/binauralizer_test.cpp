@@ -1,7 +1,6 @@
 #include "ambisonics/binauralizer.h"
 
 #include <gtest/gtest.h>
-#include <math.h>
 
 #include <string>
 #include <vector>
@@ -9,15 +8,10 @@
 #include "ambisonics/sh_hrir.h"
 #include "base/result.h"
 #include "tests/support/failing_alloc.h"
+#include "tests/support/responses.h"
 #include "tests/support/signals.h"
 
 namespace {
-
-// ACN channels of negative order m: the right ear hears them negated.
-bool is_antisymmetric(uint32_t channel) {
-  const uint32_t n = static_cast<uint32_t>(sqrt(channel));
-  return channel < n * n + n;
-}
 
 // Both ears by direct convolution in double.
 Planar convolve(const Planar& input) {

@@ -30,6 +30,7 @@ struct OrderCase {
   std::string name;
   uint32_t input_type, num_inputs, mode, order;
   uint32_t mask;  // of a layout, or 0 for sources of every type anywhere
+  bool ears_differ = false;
 };
 
 // A renderer that takes one route wherever that fits, and the plain one elsewhere.
@@ -73,6 +74,7 @@ class Scene {
     for (uint32_t i = 0; has_routes && i < kNumRoutes; ++i) {
       followers_.push_back(std::make_unique<Follower>(i, c));
     }
+    if (c.ears_differ) set_ears({noise_responses(1), noise_responses(2)});
     if (!whole_.r.encoder) return;
     int32_t layout = 0;
     if (c.mask && audio_channel_mask_to_LAYOUT_INDEX(c.mask, &layout) == 0) {
@@ -126,6 +128,13 @@ class Scene {
   void each(Action action) {
     action(whole_);
     for (const auto& f : followers_) action(f->renderer);
+  }
+
+  void set_ears(const Ears& ears) {
+    each([&](TestRenderer& test) {
+      EXPECT_EQ(UBR_OK, ubr_set_responses(&test.r, ears.left.data(), ears.right.data()));
+    });
+    plain_.set_ears(ears);
   }
 
   uint32_t pick(uint32_t count) { return static_cast<uint32_t>(random_() % count); }
@@ -218,6 +227,9 @@ INSTANTIATE_TEST_SUITE_P(
                       OrderCase{"SourcesToTurnedField", 0, 7, UBR_MODE_AMBISONIC_TRACKED, 3, 0},
                       OrderCase{"SourcesUntracked", 0, 12, UBR_MODE_BINAURAL, 4, 0},
                       OrderCase{"Downmix", 0, 10, UBR_MODE_DOWNMIX, 1, 0},
+                      OrderCase{"SourcesToTwoEars", 0, 12, kTracked, 4, 0, true},
+                      OrderCase{"SourcesToTwoEarsUntracked", 0, 5, UBR_MODE_BINAURAL, 3, 0, true},
+                      OrderCase{"FieldToTwoEars", 1, 25, kTracked, 4, 0, true},
                       OrderCase{"FieldTurned", 1, 16, UBR_MODE_AMBISONIC_TRACKED, 2, 0},
                       OrderCase{"FieldToEars", 1, 25, kTracked, 4, 0},
                       OrderCase{"FieldUntracked", 1, 9, UBR_MODE_BINAURAL, 2, 0}),

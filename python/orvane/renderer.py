@@ -9,7 +9,7 @@ import numpy.typing as npt
 
 from orvane._library import Error, ffi, lib, lookup, names
 from orvane._player import Player
-from orvane._samples import Rows, Samples, as_vector
+from orvane._samples import Rows, Samples, as_samples, as_vector
 from orvane.parameters import Parameters, explain
 from orvane.rotations import Vector
 from orvane.tables import Parameter, find_layout
@@ -33,6 +33,8 @@ class Renderer(Player):
     mode        "binaural_tracked", or "binaural" for a head at rest, give two ears, "ambisonic" and
                 "ambisonic_tracked" a field, "downmix" plain stereo
     parameters  what to set at the start; the reverb is on by default, the reflections are off
+    ears        responses of other ears than the built-in ones, for `set_responses`: a table for the
+                left ear of a symmetric head, or one for each ear
 
     Threads: calls on one renderer wait for each other. The interpreter's lock is released while a
     block is rendered, so renderers run side by side. Raises Error where the library refuses,
@@ -40,7 +42,8 @@ class Renderer(Player):
     """
 
     def __init__(self, layout: str | npt.ArrayLike = "7.1.4", *, block: int = 480, order: int = 4,
-                 mode: str = "binaural_tracked", parameters: Mapping[str, float] | None = None) -> None:
+                 mode: str = "binaural_tracked", parameters: Mapping[str, float] | None = None,
+                 ears: npt.ArrayLike | None = None) -> None:
         self._record: Any = ffi.new("ubr_t *")
         self._is_open = True
         super().__init__()
@@ -54,6 +57,8 @@ class Renderer(Player):
             for i, (position, lfe) in enumerate(sources):
                 self.place(i, position, "lfe" if lfe else "loudspeaker")
             self.parameters.assign(parameters or {})
+            if ears is not None:
+                self.set_responses(*_tables(ears))
         except BaseException:
             self.close()
             raise
@@ -87,8 +92,19 @@ class Renderer(Player):
             self._call("ubr_set_source_type", source, lookup(_KINDS, kind, "kind of source"))
         self._call("ubr_set_source_position", source, x, y, z)
 
+    def set_responses(self, left: npt.ArrayLike | None, right: npt.ArrayLike | None = None) -> None:
+        """Renders for other ears, from the next block on. What is in flight ends with the old ones.
+
+        left, right  responses of the spherical harmonics, shape (256 taps at 48 kHz, 25 channels, ACN
+                     and SN3D); without `right` the head is symmetric, without both it is the
+                     built-in one
+        """
+        tables = [None if ear is None else _table(ear) for ear in (left, right)]
+        pointers = [ffi.NULL if ear is None else ffi.cast("float *", ear.ctypes.data) for ear in tables]
+        self._call("ubr_set_responses", *pointers)
+
     def reset(self) -> None:
-        """Silence, and the head straight ahead. Parameters and sources stay."""
+        """Silence, and the head straight ahead. Parameters, sources and ears stay."""
         self._call("ubr_reset")
         self._rotation_vector = np.zeros(3)
 
@@ -136,3 +152,17 @@ def _sources(layout: str | npt.ArrayLike) -> list[tuple[Vector, bool]]:
     if positions.ndim != 2 or positions.shape[1] != 3:
         raise ValueError(f"layout: positions of the shape (sources, 3) are needed, not {positions.shape}")
     return [(position, False) for position in positions]
+
+
+def _table(ear: npt.ArrayLike) -> Samples:
+    table = np.ascontiguousarray(as_samples(ear, name="responses"))
+    shape = (lib.BINAURALIZER_TAPS, lib.BINAURALIZER_RESPONSE_CHANNELS)
+    if table.shape != shape:
+        raise ValueError(f"responses: the shape {shape} is needed, not {table.shape}")
+    return table
+
+
+def _tables(ears: npt.ArrayLike) -> list[Any]:
+    """One table, or one for each ear."""
+    array = np.asarray(ears)
+    return list(array) if array.ndim == 3 and len(array) == 2 else [array]

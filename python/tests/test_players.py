@@ -220,3 +220,25 @@ def test_other_threads_run_while_a_block_is_rendered() -> None:
     field = np.zeros((25, 1 << 20), np.float32)  # tenths of a second
     # With the interpreter's lock held, each is above 0.8. The least of some, as the machine may be busy.
     assert min(longest_pause_in_a_call(field) for _ in range(3)) < 0.5
+
+
+def test_other_ears_are_heard_until_the_built_in_ones_are_set_again(rng: Generator) -> None:
+    left, right = np.zeros((2, 256, 25))
+    left[10, 0], right[20, 0] = 0.5, 0.25
+    bed = noise(rng, 1, 300)
+    dry = {"reverb.enable": 0}
+    with orvane.Renderer([(1, 0, 0)], parameters=dry, ears=[left, right]) as renderer, \
+            orvane.Renderer([(1, 0, 0)], parameters=dry) as built_in:
+        heard = renderer.render(bed)
+        assert np.allclose(heard[0, 10:], 0.5 * bed[0, :-10], atol=1e-6)
+        assert np.allclose(heard[1, 20:], 0.25 * bed[0, :-20], atol=1e-6)
+        renderer.set_responses(left)
+        renderer.reset()
+        assert np.allclose(renderer.render(bed)[1, 10:], 0.5 * bed[0, :-10], atol=1e-6)
+        with pytest.raises(orvane.Error, match="ubr_set_responses"):
+            renderer.set_responses(np.full((256, 25), np.nan))
+        with pytest.raises(ValueError, match="256, 25"):
+            renderer.set_responses(left[:255])
+        renderer.set_responses(None)
+        renderer.reset()
+        assert np.array_equal(renderer.render(bed), built_in.render(bed))

@@ -23,9 +23,10 @@ struct memory_t {
   encoder_source_t* sources;  // num_sources
   float* rotation;            // the rotator's matrix; null without head tracking
   uint32_t transform_size;
-  bool is_computed;  // whether the fields below belong to that scene
-  float* gains;      // num_sources rows of AMBISONICS_MAX_CHANNELS: weights of the audible sources
-                     // in the field that would enter the binauralizer
+  uint32_t response_changes;  // of the binauralizer
+  bool is_computed;           // whether the fields below belong to that scene
+  float* gains;  // num_sources rows of AMBISONICS_MAX_CHANNELS: weights of the audible sources
+                 // in the field that would enter the binauralizer
   const float** audible;  // num_sources: the samples of the audible sources in this block
   folded_hrirs_t hrirs;   // of the audible sources, with room for all at the longest transform
 };
@@ -43,6 +44,7 @@ bool is_static(const ubr_t& r, const block_t& block) {
 
 bool is_same_scene(const memory_t& m, const ubr_t& r, uint32_t transform_size) {
   return m.transform_size == transform_size &&
+         m.response_changes == binauralizer_count_changes(*r.binauralizer) &&
          memcmp(m.sources, r.encoder->sources, source_bytes(m)) == 0 &&
          (!r.rotator ||
           memcmp(m.rotation, r.rotator->current_matrix, rotator_matrix_bytes(*r.rotator)) == 0);
@@ -50,6 +52,7 @@ bool is_same_scene(const memory_t& m, const ubr_t& r, uint32_t transform_size) {
 
 void remember_scene(memory_t* m, const ubr_t& r, uint32_t transform_size) {
   m->transform_size = transform_size;
+  m->response_changes = binauralizer_count_changes(*r.binauralizer);
   memcpy(m->sources, r.encoder->sources, source_bytes(*m));
   if (r.rotator) {
     memcpy(m->rotation, r.rotator->current_matrix, rotator_matrix_bytes(*r.rotator));

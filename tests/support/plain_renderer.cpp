@@ -12,12 +12,6 @@ namespace {
 
 constexpr size_t kMemory = SH_HRIR_TAPS - 1;  // samples
 
-// ACN channels of negative order: the right ear hears them mirrored.
-bool is_mirrored(size_t channel) {
-  const auto degree = static_cast<size_t>(std::sqrt(channel));
-  return channel < degree * degree + degree;
-}
-
 Planar to_planar(const std::vector<std::vector<double>>& field) {
   Planar planar(field.size(), field[0].size());
   for (size_t c = 0; c < field.size(); ++c) {
@@ -42,6 +36,11 @@ PlainRenderer::PlainRenderer(const ubr_t& renderer) : r_(renderer) {
 }
 
 PlainRenderer::~PlainRenderer() { reverb_cleanup(&reverb_); }
+
+void PlainRenderer::set_ears(const Ears& ears) {
+  ears_ = ears;
+  ears_differ_ = true;
+}
 
 void PlainRenderer::reset() {
   silence_reflections();
@@ -117,20 +116,30 @@ PlainRenderer::Field PlainRenderer::rotate(const Field& field) {
   return rotated;
 }
 
+// What a channel that has been heard makes of one response, at the end of it.
+std::vector<double> PlainRenderer::convolve(size_t channel, const ResponseTable& table,
+                                            size_t frames) const {
+  std::vector<double> sum(frames);
+  for (size_t k = 0; k < SH_HRIR_TAPS; ++k) {
+    const double tap = static_cast<double>(table[k * SH_HRIR_CHANNELS + channel]);
+    for (size_t t = 0; t < frames; ++t) sum[t] += tap * heard_[channel][kMemory + t - k];
+  }
+  return sum;
+}
+
 Planar PlainRenderer::binauralize(const Field& field) {
   const size_t frames = field[0].size();
   heard_.resize(field.size(), std::vector<double>(kMemory));
   Field ears(2, std::vector<double>(frames));
   for (size_t c = 0; c < field.size(); ++c) {
     heard_[c].insert(heard_[c].end(), field[c].begin(), field[c].end());
-    std::vector<double> sum(frames);
-    for (size_t k = 0; k < SH_HRIR_TAPS; ++k) {
-      const double tap = static_cast<double>(binauralizer_sh_hrir[k * SH_HRIR_CHANNELS + c]);
-      for (size_t t = 0; t < frames; ++t) sum[t] += tap * heard_[c][kMemory + t - k];
-    }
+    const std::vector<double> left = convolve(c, ears_.left, frames);
+    const bool differs = ears_differ_;
+    const std::vector<double> right = differs ? convolve(c, ears_.right, frames) : left;
+    const double sign = !differs && is_antisymmetric(c) ? -1.0 : 1.0;
     for (size_t t = 0; t < frames; ++t) {
-      ears[0][t] += sum[t];
-      ears[1][t] += is_mirrored(c) ? -sum[t] : sum[t];
+      ears[0][t] += left[t];
+      ears[1][t] += sign * right[t];
     }
     heard_[c].erase(heard_[c].begin(), heard_[c].end() - kMemory);
   }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "renderer/ubr.h"
+#include "tests/support/responses.h"
 #include "tests/support/signals.h"
 
 // Follows a renderer: it reads the beams, the rotation and the image sources that are set there,
@@ -19,6 +20,7 @@ class PlainRenderer {
   PlainRenderer& operator=(const PlainRenderer&) = delete;
 
   Planar render(const Planar& in);
+  void set_ears(const Ears& ears);  // those that the renderer has been given; before all blocks
   void silence_reflections() { loudspeakers_.clear(); }
   void reset();
   ubr_reverb_t* reverb() { return &reverb_; }
@@ -30,6 +32,7 @@ class PlainRenderer {
   void add_head_locked(const Planar& in, Field* field) const;
   void add_reflections(Field* field);
   Field rotate(const Field& field);
+  std::vector<double> convolve(size_t channel, const ResponseTable& table, size_t frames) const;
   Planar binauralize(const Field& field);
   Planar downmix(const Planar& in) const;
   void add_tail(const std::vector<double>& omni, Planar* ears);
@@ -38,6 +41,8 @@ class PlainRenderer {
   std::vector<float> matrix_;  // that the last rotated block ended with
   Field loudspeakers_;         // all that they have played since the last compute
   Field heard_;                // the end of the field that has entered the ears
+  Ears ears_;
+  bool ears_differ_ = false;
   ubr_reverb_t reverb_ = {};
 };
 
