@@ -17,6 +17,7 @@
 #include "tests/support/effect_host.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/signals.h"
+#include "tests/support/velvet_reverb.h"
 
 namespace {
 
@@ -75,25 +76,14 @@ Prepared matrix() {
 
 // With few pulses, or with so many that the tail takes transforms.
 Prepared reverberator(float pulse_spacing) {
-  struct Reverb {
-    vn_state_t state = {};
-    std::vector<uint32_t> generator = std::vector<uint32_t>(RANDOM_STATE_WORDS);
-    ~Reverb() { vn_terminate(&state); }
-  };
-  const auto reverb = std::make_shared<Reverb>();
-  uint32_t* words = reverb->generator.data();
-  vn_init(&reverb->state, &words);
-  vn_set_fs(&reverb->state, ORVANE_SAMPLE_RATE);
-  vn_set_buf_size(&reverb->state, 128);
-  reverb->state.settings.pulse_spacing = pulse_spacing;
-  reverb->state.settings.decay_s = 0.05f;
-  return {[=] { return code(vn_prepare_to_play(reverb->generator.data(), &reverb->state)); },
+  const auto reverb = std::make_shared<VelvetReverb>(
+      std::vector<VelvetChange>{{&vn_config_t::pulse_spacing, pulse_spacing}});
+  return {[=] { return code(reverb->prepare()); },
           [=] {
             const std::vector<float> in = noise(128, 1);
             float out[2 * 128];
-            const int32_t in_size[] = {128, 1}, out_size[] = {128, 2};
             EXPECT_EQ(UBR_OK, vn_reset(&reverb->state));
-            return code(vn_process(words, &reverb->state, in.data(), in_size, out, out_size));
+            return code(reverb->process(in.data(), out, 128));
           }};
 }
 
