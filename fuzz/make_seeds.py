@@ -113,7 +113,8 @@ def renderer_seeds():
     return seeds
 
 
-# Settings: 0 with four times for a trajectory, 1 for a preset, 2 for a command line.
+# Settings: 0 with four times for a trajectory, 1 for a preset, 2 for a command line, 3 for ffprobe's answer,
+# 4 with the kind of samples for a stream.
 def settings_seeds():
     times = small(0.5) + small(1.5) + large(200) + large(-1)
     texts = {
@@ -138,6 +139,16 @@ def settings_seeds():
     }
     for name, line in lines.items():
         seeds[f"options-{name}"] = b"\2" + line.replace(" ", "\n").encode()
+    stream = "streams.stream.%d."
+    seeds["probe-film"] = b"\3" + "\n".join(
+        stream % i + line for i, kind, *lines in (
+            (0, "video"), (1, "audio", "channels=6", 'channel_layout="5.1(side)"', 'sample_rate="48000"'),
+            (2, "audio", "channels=8", 'channel_layout="8 channels (FL+FR+FC+LFE+BL+BR+TFL+TFR)"',
+             'tags.title="a \\"b\\"\\nc"')) for line in (f'codec_type="{kind}"', *lines)).encode()
+    seeds["stream-wave"] = b"\4\0" + wave(2, 48000, [0.1] * 40)
+    seeds["stream-open"] = b"\4\0" + wave(6, 48000, [0.1] * 60, mask=0x3F, size=0xFFFFFFFF)
+    seeds["stream-wrapped"] = b"\4\0" + wave(2, 48000, [0.1] * 40, size=64)
+    seeds["stream-raw"] = b"\4\x15" + struct.pack("<40h", *range(40))
     return seeds
 
 

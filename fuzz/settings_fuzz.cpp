@@ -1,4 +1,7 @@
-// What the host renderer reads from its user: trajectories, presets and command lines.
+// What the host renderer reads from its user and from pipes: trajectories, presets, command lines,
+// ffprobe's answers, WAV and raw samples.
+#include <fcntl.h>
+
 #include <cstdlib>
 
 #include "fuzz/input.h"
@@ -7,6 +10,8 @@
 #include "tools/render/failure.h"
 #include "tools/render/options.h"
 #include "tools/render/presets.h"
+#include "tools/render/probe.h"
+#include "tools/render/stream_input.h"
 #include "tools/render/text.h"
 #include "tools/render/trajectory.h"
 
@@ -66,20 +71,60 @@ void read_options(Input* input) {
   require_valid(options->settings);
 }
 
+// What ffprobe prints, up to the plan of the channels of each stream.
+void read_probe(Input* input) try {
+  const render::MediaInfo info = render::probe_parse(input->text());
+  for (const render::MediaStream& stream : info.streams) {
+    const auto labels = render::labels_from_ffmpeg(stream.layout, stream.channels);
+    require(labels.speakers.size() == stream.channels, "every channel has a label or none");
+    if (stream.channels == 0) continue;
+    const auto plan = render::channel_plan_make("film", labels, {});
+    require(plan.labels.size() == stream.channels, "every channel has its place");
+  }
+} catch (const render::BadText&) {
+  // What ffprobe does not write.
+}
+
+// A pipe of any length that may break off anywhere.
+void read_stream(Input* input) {
+  render::InputRequest request;
+  request.path = "-";
+  const uint8_t kind = input->take<uint8_t>();
+  if (kind & 1) request.raw = static_cast<render::RawSample>(kind / 2 % 6);
+  request.raw_channels = 1 + kind / 16;
+  const std::string text = input->text();
+  const MemoryFile file(text);
+  const int fd = open(file.path().c_str(), O_RDONLY | O_CLOEXEC);
+  render::StreamInput stream(std::make_unique<render::ByteSource>("-", fd), request);
+  std::vector<float> block(stream.channels() * 64);
+  uint64_t frames = 0;
+  while (const size_t count = stream.read(block.data(), 64)) {
+    require(count <= 64, "a stream delivers at most what was asked for");
+    frames += count;
+  }
+  require(frames * stream.channels() <= text.size(), "a stream delivers what is there");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
   try {
-    switch (input.below(3)) {
+    switch (input.below(5)) {
       case 0:
         read_trajectory(&input);
         break;
       case 1:
         read_preset(&input);
         break;
-      default:
+      case 2:
         read_options(&input);
+        break;
+      case 3:
+        read_probe(&input);
+        break;
+      default:
+        read_stream(&input);
     }
   } catch (const render::Failure&) {
     // What the user is told.

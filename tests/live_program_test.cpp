@@ -103,6 +103,7 @@ class LiveProgramTest : public ::testing::Test {
   // does not depend on what was before.
   std::vector<float> write_bed(const std::string& layout, size_t frames) {
     render::AudioSpec spec;
+    spec.expected_frames = frames;
     spec.channels = render::layout_find(layout)->rows.size();
     if (spec.channels < 24) spec.speakers = render::layout_find(layout)->rows;
     std::vector<float> bed(frames * spec.channels);
@@ -119,7 +120,7 @@ class LiveProgramTest : public ::testing::Test {
   std::vector<float> render(const std::string& arguments) {
     const std::string command = "cd " + folder_.string() +
                                 " && " ORVANE_RENDER_PROGRAM " --library " ORVANE_LIBRARY
-                                " bed.wav ears.wav --block " +
+                                " bed.wav ears.wav --keep-latency --block " +
                                 std::to_string(kPeriod) + " " + arguments;
     EXPECT_EQ(0, std::system((command + " >/dev/null").c_str()));
     render::AudioReader reader(path("ears.wav"));

@@ -59,6 +59,7 @@ class RenderProgramTest : public ::testing::Test {
     AudioSpec spec;
     spec.channels = layout_find(layout)->rows.size();
     spec.sample_rate_hz = rate_hz;
+    spec.expected_frames = samples.size() / spec.channels;
     if (spec.channels < 24) spec.speakers = layout_find(layout)->rows;
     AudioWriter writer(path(name), spec);
     writer.write(samples.data(), samples.size() / spec.channels);
@@ -80,6 +81,12 @@ class RenderProgramTest : public ::testing::Test {
       ++count;
     }
     return count == names.size();
+  }
+
+  size_t count_files() const {
+    size_t count = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder_)) ++count;
+    return count;
   }
 
   std::filesystem::path folder_;

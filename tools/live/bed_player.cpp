@@ -4,7 +4,7 @@
 #include <chrono>
 #include <vector>
 
-#include "tools/render/audio_reader.h"
+#include "tools/render/audio_input.h"
 #include "tools/render/bed_source.h"
 #include "tools/render/effect_host.h"
 #include "tools/render/interrupt.h"
@@ -50,8 +50,8 @@ void BedPlayer::read_ahead() {
 }
 
 void BedPlayer::read_once() {
-  render::AudioReader reader(path_);
-  render::BedSource source(reader, plan_);
+  const auto input = render::audio_input_open({.path = path_});
+  render::BedSource source(*input, plan_);
   std::vector<float> bed(kReadFrames * channels_);
   while (wait_for_room(kReadFrames)) {
     const size_t frames = source.read(bed.data(), kReadFrames);

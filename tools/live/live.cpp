@@ -9,7 +9,7 @@
 #include "tools/live/engine.h"
 #include "tools/live/jack_client.h"
 #include "tools/live/osc_receiver.h"
-#include "tools/render/audio_reader.h"
+#include "tools/render/audio_input.h"
 #include "tools/render/decibels.h"
 #include "tools/render/interrupt.h"
 
@@ -20,8 +20,8 @@ constexpr std::chrono::milliseconds kLook(50);  // how often to look whether it 
 
 render::ChannelPlan plan_of(const Options& options) {
   if (!options.bed.empty()) {
-    const render::AudioReader reader(options.bed);
-    return channel_plan_make(options.bed, reader.labels(), options.channels);
+    const auto input = render::audio_input_open({.path = options.bed});
+    return channel_plan_make(options.bed, input->labels(), options.channels);
   }
   const size_t inputs = render::layout_find(options.channels.layout)->rows.size();
   return channel_plan_make("inputs", std::vector<render::Speaker>(inputs), options.channels);

@@ -29,7 +29,7 @@ the library, the OSC port or the JACK server failed, 2 wrong command line.)";
 
 void add_bed(CLI::App* app, Options* options) {
   CLI::Option* bed =
-      app->add_option("BED", options->bed, "wav, w64, rf64, caf or flac")->type_name("");
+      app->add_option("BED", options->bed, "Any sound or film that ffmpeg decodes")->type_name("");
   app->add_flag("--loop", options->loop, "Play the file again and again")->needs(bed);
 }
 

@@ -4,45 +4,40 @@
 
 #include <sndfile.h>
 
-#include <cstddef>
-#include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "tools/render/channel_labels.h"
+#include "tools/render/audio_input.h"
 
 namespace render {
 
-class AudioReader {
+// Tags that libsndfile knows, by the names that FFmpeg gives them.
+constexpr struct {
+  int sndfile;
+  const char* name;
+} kSndfileTags[] = {{SF_STR_TITLE, "title"},       {SF_STR_ARTIST, "artist"},
+                    {SF_STR_ALBUM, "album"},       {SF_STR_DATE, "date"},
+                    {SF_STR_GENRE, "genre"},       {SF_STR_COMMENT, "comment"},
+                    {SF_STR_TRACKNUMBER, "track"}, {SF_STR_COPYRIGHT, "copyright"}};
+
+class AudioReader final : public AudioInput {
  public:
-  // Opens a regular file that holds audio, else throws Failure.
+  // Opens a regular file that holds audio, else throws Failure. Its length is exact; a file that
+  // ends before has a warning.
   explicit AudioReader(const std::string& path);
 
-  const std::string& path() const { return path_; }
-  size_t channels() const { return static_cast<size_t>(info_.channels); }
-  int sample_rate_hz() const { return info_.samplerate; }
-  uint64_t frames() const { return static_cast<uint64_t>(info_.frames); }
+  // Whether a file begins as one that libsndfile reads with its labels right.
+  static bool reads(const std::string& path);
 
-  // In libsndfile's words: "WAV (Microsoft), 32 bit float".
-  std::string format() const;
-
-  // As the file's format and its channel map have them.
-  const ChannelLabels& labels() const { return labels_; }
-
-  // Reads up to `count` interleaved frames; returns how many, 0 at the end. Throws Failure for a
-  // file that ends before its header says, and for the first sample that is not a finite number.
-  size_t read(float* frames, size_t count);
+  std::map<std::string, std::string> tags() const override;
 
  private:
-  void check_finite(const float* frames, size_t count) const;
+  size_t read_frames(float* frames, size_t count) override;
 
-  std::string path_;
   int fd_;  // file_ closes it
   SF_INFO info_ = {};
   std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file_;
-  ChannelLabels labels_;
-  uint64_t position_ = 0;  // frames read
 };
 
 }  // namespace render

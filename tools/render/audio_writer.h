@@ -5,40 +5,25 @@
 #include <sndfile.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
-#include "base/limits.h"
+#include "tools/render/audio_output.h"
 #include "tools/render/pending_file.h"
-#include "tools/render/speakers.h"
 
 namespace render {
 
-enum class SampleFormat { kFloat32, kInt24 };
-
-struct AudioSpec {
-  size_t channels = 2;
-  int sample_rate_hz = ORVANE_SAMPLE_RATE;
-  uint64_t expected_frames = 0;               // a .wav of 4 GiB or more becomes RF64
-  std::optional<SampleFormat> sample_format;  // unset: float, or 24-bit where the file has no float
-  std::vector<Speaker> speakers;              // written as the channel map unless empty
-};
-
-class AudioWriter {
+class AudioWriter final : public AudioOutput {
  public:
-  // The container follows the extension: .wav, .w64, .rf64, .caf or .flac. Throws Failure.
+  // The container follows the extension: .wav, .w64, .rf64, .caf, .aiff or .flac. Throws Failure.
   AudioWriter(const std::string& path, const AudioSpec& spec);
 
-  SampleFormat sample_format() const { return sample_format_; }
+  // Whether the extension is one of these.
+  static bool writes(const std::string& path);
 
-  // Appends interleaved frames; 24-bit samples beyond full scale are clipped. Throws Failure.
-  void write(const float* frames, size_t count);
-
-  // Completes the file. Without this call the destructor leaves nothing behind. Throws Failure.
-  void commit();
+  std::string format() const override;
+  void write(const float* frames, size_t count) override;
+  void commit() override;
 
  private:
   PendingFile pending_;

@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "tools/render/channel_map.h"
 
@@ -18,7 +20,10 @@ class Bed {
 
   virtual const Layout& layout() const = 0;
 
-  // Length; a frame more or less after resampling.
+  // What is wrong with the sound, complete when all has been read.
+  virtual std::vector<std::string> warnings() const { return {}; }
+
+  // Length as far as it is known, else 0; a frame more or less after resampling.
   virtual uint64_t expected_frames() const = 0;
 
   // Fills `bed` with interleaved frames; fewer than `count` only at the end. Throws Failure.

@@ -6,7 +6,7 @@
 
 namespace render {
 
-BedSource::BedSource(AudioReader& reader, const ChannelPlan& plan) : reader_(reader), plan_(plan) {
+BedSource::BedSource(AudioInput& reader, const ChannelPlan& plan) : reader_(reader), plan_(plan) {
   if (reader.sample_rate_hz() == kEffectRateHz) return;
   resampler_.emplace(reader.path(), reader.sample_rate_hz(), kEffectRateHz, reader.channels(),
                      [this](float* frames, size_t count) { return reader_.read(frames, count); });
@@ -21,6 +21,7 @@ size_t BedSource::read(float* bed, size_t count) {
   file_frames_.resize(count * reader_.channels());
   const size_t done = resampler_ ? resampler_->read(file_frames_.data(), count)
                                  : reader_.read(file_frames_.data(), count);
+  if (meter_) meter_->add(file_frames_.data(), done);
   channel_plan_reorder(plan_, file_frames_.data(), bed, done);
   return done;
 }

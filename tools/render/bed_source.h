@@ -5,11 +5,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
-#include "tools/render/audio_reader.h"
+#include "tools/render/audio_input.h"
 #include "tools/render/bed.h"
 #include "tools/render/channel_map.h"
+#include "tools/render/loudness.h"
 #include "tools/render/resampler.h"
 
 namespace render {
@@ -17,17 +19,22 @@ namespace render {
 class BedSource final : public Bed {
  public:
   // Keeps references to both, which must outlive it.
-  BedSource(AudioReader& reader, const ChannelPlan& plan);
+  BedSource(AudioInput& reader, const ChannelPlan& plan);
 
   const Layout& layout() const override { return *plan_.layout; }
   uint64_t expected_frames() const override;
+  std::vector<std::string> warnings() const override { return reader_.warnings(); }
   size_t read(float* bed, size_t count) override;
 
+  // Measures the channels of the file from now on. Null: no more.
+  void set_meter(LoudnessMeter* meter) { meter_ = meter; }
+
  private:
-  AudioReader& reader_;
+  AudioInput& reader_;
   const ChannelPlan& plan_;
   std::optional<Resampler> resampler_;  // none where the file has the effect's rate
   std::vector<float> file_frames_;
+  LoudnessMeter* meter_ = nullptr;
 };
 
 }  // namespace render

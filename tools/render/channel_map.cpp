@@ -11,6 +11,8 @@ namespace {
 
 using enum Speaker;
 
+constexpr double kFilmLfeGainDb = 10.0;  // of in-band gain in film playback, SMPTE RP 200
+
 bool contains(const std::vector<Speaker>& speakers, Speaker speaker) {
   return std::find(speakers.begin(), speakers.end(), speaker) != speakers.end();
 }
@@ -193,7 +195,8 @@ void route(ChannelPlan* plan, const std::vector<Speaker>& labels, const ChannelR
   if (request.input_order == InputOrder::kDevice) {
     inputs = channel_order(*plan->layout, FileOrder::kAndroid);
   }
-  const float lfe_gain = static_cast<float>(decibels_to_factor(request.lfe_gain_db));
+  const float lfe_gain = static_cast<float>(
+      decibels_to_factor(request.is_film ? kFilmLfeGainDb : request.lfe_gain_db));
   for (const Speaker speaker : inputs) {
     const auto found = std::find(labels.begin(), labels.end(), speaker);
     plan->file_channels.push_back(
@@ -227,6 +230,14 @@ void channel_request_check(const ChannelRequest& request) {
     throw BadText("--channels: there is no channel " + name +
                   ": take names as in FL,FR,FC,LFE, or " + file_order_choices());
   }
+}
+
+size_t channel_request_count(const ChannelRequest& request) {
+  if (!request.channels.empty() && !file_order_find(request.channels)) {
+    return labels_read(request.channels, ',').speakers.size();
+  }
+  const Layout* layout = layout_find(request.layout);
+  return layout ? layout->rows.size() : 0;
 }
 
 ChannelPlan channel_plan_make(const std::string& file, const ChannelLabels& labels,

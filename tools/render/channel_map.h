@@ -26,10 +26,14 @@ struct ChannelRequest {
   bool relabel = false;       // these two take the place of labels that say otherwise
   InputOrder input_order = InputOrder::kLabel;
   double lfe_gain_db = 0.0;
+  bool is_film = false;  // LFE channels as film playback has them, where there are any
 };
 
 // Throws BadText for what is wrong whatever the file.
 void channel_request_check(const ChannelRequest& request);
+
+// How many channels it names; 0 where it does not settle that.
+size_t channel_request_count(const ChannelRequest& request);
 
 constexpr size_t kNoChannel = static_cast<size_t>(-1);  // an input that no channel feeds
 

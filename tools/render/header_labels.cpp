@@ -14,7 +14,7 @@ namespace render {
 namespace {
 
 constexpr size_t kLongestComment = size_t{1} << 20;  // bytes of a FLAC comment block that are read
-constexpr size_t kLongestLayout = size_t{1} << 16;   // of a CAF channel layout
+constexpr size_t kLongestLayout = size_t{1} << 16;   // of a channel layout
 constexpr int kMostBlocks = 4096;                    // of a header; more are no header
 
 // Fewer bytes at the end of the file.
@@ -135,7 +135,7 @@ std::string described(uint32_t label, bool has_rear) {
   for (const auto& known : kCafLabels) {
     if (known.label == label) return std::string(known.name);
   }
-  return "label " + std::to_string(label) + " of the CAF file";
+  return "label " + std::to_string(label) + " of its channel layout";
 }
 
 ChannelLabels labels_of_descriptions(std::string_view layout, size_t channels) {
@@ -186,6 +186,22 @@ std::optional<ChannelLabels> caf_labels(int fd, size_t channels) {
   return std::nullopt;
 }
 
+// The same layout as in a CAF file, in chunks of even length.
+std::optional<ChannelLabels> aiff_labels(int fd, size_t channels) {
+  uint64_t offset = 12;
+  for (int i = 0; i < kMostBlocks; ++i) {
+    const std::string head = bytes_at(fd, offset, 8);
+    if (head.size() < 8) break;
+    const uint64_t size = big_endian(head, 4, 4);
+    if (head.starts_with("CHAN")) {
+      return labels_of_layout(bytes_at(fd, offset + 8, std::min<uint64_t>(size, kLongestLayout)),
+                              channels);
+    }
+    offset += 8 + size + size % 2;
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::vector<Speaker> flac_order(size_t channels) {
@@ -205,6 +221,7 @@ std::optional<ChannelLabels> header_labels_read(int fd, size_t channels) {
   const std::string magic = bytes_at(fd, 0, 4);
   if (magic == "fLaC") return flac_labels(fd, channels);
   if (magic == "caff") return caf_labels(fd, channels);
+  if (magic == "FORM") return aiff_labels(fd, channels);
   return std::nullopt;
 }
 

@@ -13,8 +13,9 @@ namespace render {
 // The order that FLAC fixes for so many channels (RFC 9639, section 9.1.3); empty beyond eight.
 std::vector<Speaker> flac_order(size_t channels);
 
-// The labels of the FLAC or CAF file `fd`, whose position does not move: the order that FLAC fixes
-// or its channel mask comment, the chan chunk of a CAF file. Nothing for all other files.
+// The labels of the FLAC, CAF or AIFF file `fd`, whose position does not move: the order that FLAC
+// fixes or its channel mask comment, the channel layout chunk of the others. Nothing where there
+// are none, and for all other files.
 std::optional<ChannelLabels> header_labels_read(int fd, size_t channels);
 
 }  // namespace render

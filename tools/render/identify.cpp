@@ -128,8 +128,8 @@ void identify_run(std::ostream& out, const Options& options) {
     write_bed(options, layout);
     return print_turns(out, layout);
   }
-  const Report report =
-      render_bed(options, [&] { return std::make_unique<IdentifyBed>(layout, layout.rows); });
+  IdentifyBed bed(layout, layout.rows);
+  const Report report = render_bed(options, bed);
   print_turns(out, layout);
   out << "\n";
   report_print(out, report);

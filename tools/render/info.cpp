@@ -2,15 +2,17 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <vector>
 
-#include "tools/render/audio_reader.h"
+#include "tools/render/audio_input.h"
 #include "tools/render/channel_map.h"
 #include "tools/render/decibels.h"
 #include "tools/render/effect_host.h"
 #include "tools/render/failure.h"
 #include "tools/render/interrupt.h"
 #include "tools/render/loudspeakers.h"
+#include "tools/render/probe.h"
 #include "tools/render/text.h"
 
 namespace render {
@@ -18,21 +20,35 @@ namespace {
 
 constexpr size_t kScanFrames = 4096;
 
-void print_file(std::ostream& out, const AudioReader& reader) {
-  const int rate_hz = reader.sample_rate_hz();
-  out << "file      " << reader.path() << ", " << reader.format() << "\n"
-      << "rate      " << rate_hz << " Hz";
+std::string or_unknown(const std::string& text) { return text.empty() ? "unknown" : text; }
+
+// The sound streams of a film, the one that is rendered marked.
+void print_streams(std::ostream& out, const AudioInput& input) {
+  const auto sounds = input.media()->of_kind("audio");
+  for (size_t i = 0; sounds.size() > 1 && i < sounds.size(); ++i) {
+    const MediaStream& stream = *sounds[i];
+    out << text_format("stream    %c %zu  %s, %zu channels, %s",
+                       stream.index == input.stream()->index ? '*' : ' ', i + 1,
+                       stream.codec.c_str(), stream.channels, or_unknown(stream.layout).c_str());
+    if (!stream.language.empty()) out << ", " << stream.language;
+    if (!stream.title.empty()) out << ", " << stream.title;
+    out << "\n";
+  }
+}
+
+void print_file(std::ostream& out, const AudioInput& input) {
+  const int rate_hz = input.sample_rate_hz();
+  out << "file      " << input.path() << ", " << input.format() << "\n";
+  if (input.media()) print_streams(out, input);
+  out << "rate      " << rate_hz << " Hz";
   if (rate_hz != kEffectRateHz) out << ", will be " << kEffectRateHz << " Hz";
-  out << text_format("\nlength    %.3f s, %llu frames\n",
-                     static_cast<double>(reader.frames()) / rate_hz,
-                     static_cast<unsigned long long>(reader.frames()))
-      << "channels  " << reader.channels() << "\n"
-      << "map       "
-      << (labels_are_missing(reader.labels()) ? "none" : labels_text(reader.labels())) << "\n";
+  out << "\nchannels  " << input.channels() << "\n"
+      << "map       " << (labels_are_missing(input.labels()) ? "none" : labels_text(input.labels()))
+      << "\n";
 }
 
 // Of every channel, full scale = 1. Throws Failure for what cannot be rendered.
-std::vector<float> scan_peaks(AudioReader* reader) {
+std::vector<float> scan_peaks(AudioInput* reader) {
   std::vector<float> peaks(reader->channels());
   std::vector<float> frames(kScanFrames * peaks.size());
   while (const size_t count = reader->read(frames.data(), kScanFrames)) {
@@ -57,7 +73,7 @@ std::string label_text(const ChannelLabels& labels, size_t channel) {
 }
 
 // One line per channel of the file, in its order.
-void print_channels(std::ostream& out, const AudioReader& reader, const ChannelPlan& plan,
+void print_channels(std::ostream& out, const AudioInput& reader, const ChannelPlan& plan,
                     const std::vector<float>& peaks) {
   out << "\nchannel  map   " << loudspeaker_titles() << "        peak\n";
   for (size_t channel = 0; channel < peaks.size(); ++channel) {
@@ -73,18 +89,24 @@ void print_channels(std::ostream& out, const AudioReader& reader, const ChannelP
 }  // namespace
 
 bool info_run(std::ostream& out, const Options& options) {
-  AudioReader reader(options.input);
-  print_file(out, reader);
+  const std::unique_ptr<AudioInput> input = audio_input_open(options.input);
+  print_file(out, *input);
   try {
-    const ChannelPlan plan = channel_plan_make(options.input, reader.labels(), options.channels);
-    out << "layout    " << plan.layout->name << "\n";
+    const ChannelPlan plan =
+        channel_plan_make(options.input.path, input->labels(), options.channels);
+    const std::vector<float> peaks = scan_peaks(input.get());
+    out << text_format("length    %.3f s, %llu frames\n",
+                       static_cast<double>(input->position()) / input->sample_rate_hz(),
+                       static_cast<unsigned long long>(input->position()))
+        << "layout    " << plan.layout->name << "\n";
     for (const std::string& notice : plan.notices) out << "note      " << notice << "\n";
-    print_channels(out, reader, plan, scan_peaks(&reader));
+    for (const std::string& warning : input->warnings()) out << "warning   " << warning << "\n";
+    print_channels(out, *input, plan, peaks);
   } catch (const Failure& failure) {
     out << "refused   " << failure.what() << "\n";
     return false;
   }
-  return true;
+  return !options.strict || input->warnings().empty();
 }
 
 }  // namespace render

@@ -14,11 +14,12 @@ void remember(int signal) { g_signal = signal; }
 }  // namespace
 
 void interrupt_install() {
-  for (const int signal : {SIGINT, SIGTERM}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     // A parent that has it ignored, as nohup does for SIGHUP, wants it ignored.
     if (std::signal(signal, remember) == SIG_IGN) std::signal(signal, SIG_IGN);
   }
   std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);
 }
 
 void interrupt_check() {
@@ -28,7 +29,7 @@ void interrupt_check() {
 void interrupt_die(int signal) {
   std::signal(signal, SIG_DFL);
   std::raise(signal);
-  std::abort();  // not reached: both signals end a process by default
+  std::abort();  // not reached: all of them end a process by default
 }
 
 }  // namespace render

@@ -1,4 +1,5 @@
-// SIGINT and SIGTERM as a question that the work asks between blocks, so that it can tidy up.
+// SIGINT, SIGTERM and SIGHUP as a question that the work asks between blocks, so that it can tidy
+// up.
 #ifndef ORVANE_TOOLS_RENDER_INTERRUPT_H_
 #define ORVANE_TOOLS_RENDER_INTERRUPT_H_
 
@@ -9,7 +10,8 @@ struct Interrupted {
   int signal;
 };
 
-// Catches the two signals, and turns a file size limit into an ordinary write error.
+// Catches the three signals, and turns a file size limit and a closed pipe into ordinary write
+// errors.
 void interrupt_install();
 
 // Throws Interrupted once a signal has come.

@@ -11,6 +11,7 @@
 #include "tools/render/interrupt.h"
 #include "tools/render/options.h"
 #include "tools/render/render.h"
+#include "tools/render/subprocess.h"
 
 int main(int argc, char** argv) {
   try {
@@ -18,10 +19,12 @@ int main(int argc, char** argv) {
     const std::optional<render::Options> options = render::options_parse(argc, argv, &exit_status);
     if (!options) return exit_status;
     render::host_log_set_verbose(options->verbose);
+    render::subprocess_set_verbose(options->verbose);
     render::interrupt_install();
     switch (options->job) {
       case render::Job::kRender:
-        render::report_print(std::cout, render::render_file(*options));
+        render::report_print(options->output == "-" ? std::cerr : std::cout,
+                             render::render_file(*options));
         return 0;
       case render::Job::kIdentify:
         render::identify_run(std::cout, *options);

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "tools/render/effect_host.h"
+#include "tools/render/failure.h"
 #include "tools/render/room_options.h"
 #include "tools/render/shared_options.h"
 
@@ -35,9 +36,13 @@ constexpr char kTrajectoryHelp[] =
 )";
 
 constexpr char kLevelsHelp[] = R"(Levels:
-  --normalize renders twice: first to find the peak, which then becomes -1 dBFS
-  before --gain. Float files keep what is beyond full scale, others clip it;
-  with --fail-on-clip there is no OUT then, and the exit status is 1.
+  --normalize brings the true peak to -1 dBTP, --loudness the integrated
+  loudness to so many LUFS (for instance -23, or -16 for phones) as far as the
+  true peak allows (ITU-R BS.1770-4); --gain comes on top of both. They keep the
+  rendering on the disk beside OUT before it is written. Float files keep what
+  is beyond full scale, others clip it; with --fail-on-clip there is no OUT
+  then, and the exit status is 1. A cinema plays the LFE channel of a film
+  10 dB louder than its file has it: --film does so, as --lfe-gain 10.
 )";
 
 constexpr char kIdentifyHelp[] = R"(Sounds:
@@ -64,24 +69,64 @@ void add_head(CLI::App* app, Options* options) {
 
 void add_levels(CLI::App* app, Options* options) {
   decibels_option_add(app, "--gain", &options->gain_db, "Gain of both ears");
-  app->add_flag("--normalize", options->normalize, "Bring the peak to -1 dBFS first");
+  CLI::Option* normalize =
+      app->add_flag("--normalize", options->normalize, "Bring the true peak to -1 dBTP first");
+  app->add_option_function<double>(
+         "--loudness", [=](const double& lufs) { options->loudness_lufs = lufs; },
+         "Bring the loudness there first, with a true peak of at most -1 dBTP")
+      ->check(CLI::Range(-70.0, 0.0).description(""))
+      ->type_name("LUFS")
+      ->excludes(normalize);
+  app->add_flag("--measure", options->measure, "Report loudness and true peak of input and output");
   app->add_flag("--fail-on-clip", options->fail_on_clip, "Refuse what exceeds full scale");
 }
 
 void add_input(CLI::App* app, const std::string& name, Options* options) {
-  app->add_option(name, options->input, "wav, w64, rf64, caf or flac, at any sample rate")
+  app->add_option(name, options->input.path,
+                  "Any sound or film that ffmpeg decodes, or - for standard input")
       ->type_name("")
       ->required();
+  app->add_option_function<int>(
+         "--stream", [=](const int& number) { options->input.stream = number; },
+         "Which sound stream of a film, from 1; default the one with most channels")
+      ->check(CLI::Range(1, 1000).description(""))
+      ->type_name("N");
+  choice_option_add(app, "--raw", &options->input.raw,
+                    std::map<std::string, std::optional<RawSample>>{{"f32", RawSample::kFloat32},
+                                                                    {"f64", RawSample::kFloat64},
+                                                                    {"s16", RawSample::kInt16},
+                                                                    {"s24", RawSample::kInt24},
+                                                                    {"s32", RawSample::kInt32}},
+                    "Samples without a header, little-endian; needs --channels or --layout");
+  app->add_option("--raw-rate", options->input.raw_rate_hz, "Their sample rate; default 48000")
+      ->check(CLI::Range(1000, 768000).description(""))
+      ->type_name("HZ")
+      ->needs(app->get_option("--raw"));
+  app->add_flag("--strict", options->strict,
+                "Exit status 1 after a warning, for instance of a damaged file");
 }
 
 void add_output(CLI::App* app, const std::string& what, Options* options) {
-  app->add_option("OUT", options->output, what + ": .wav, .w64, .rf64, .caf or .flac")
-      ->type_name("")
-      ->required();
+  app->add_option("OUT", options->output, what)->type_name("")->required();
   choice_option_add(app, "--format", &options->sample_format,
                     std::map<std::string, SampleFormat>{{"float", SampleFormat::kFloat32},
-                                                        {"24", SampleFormat::kInt24}},
-                    "Samples of OUT; default float, but flac is always 24");
+                                                        {"24", SampleFormat::kInt24},
+                                                        {"16", SampleFormat::kInt16}},
+                    "Samples of .wav and its kin; default float, for .flac 24");
+}
+
+// What only a rendering of a file has.
+void add_film(CLI::App* app, Options* options) {
+  app->add_option("--rate", options->output_rate_hz, "Sample rate of OUT; default 48000")
+      ->check(CLI::Range(8000, 192000).description(""))
+      ->type_name("HZ");
+  app->add_option("--codec", options->codec,
+                  "Sound of a film or of .m4a, .ogg: flac, aac, alac, opus, vorbis, mp3 or pcm;\n"
+                  "default what suits OUT")
+      ->type_name("NAME");
+  app->add_flag("--replace", options->replace, "Leave the rendered stream out of the film");
+  app->add_flag("--keep-latency", options->keep_latency,
+                "Keep the " + std::to_string(kEarLatencyFrames) + " samples by which the ears lag");
 }
 
 void add_program(CLI::App* app, Options* options) {
@@ -105,10 +150,16 @@ void add_render(CLI::App* app, Options* options) {
   app->footer(std::string(kChannelsHelp) + "\n" + kPoseHelp + kTrajectoryHelp + "\n" +
               kRoomOptionsHelp + "\n" + kLevelsHelp + kExitHelp);
   add_input(app, "IN", options);
-  add_output(app, "stereo at 48 kHz", options);
+  add_output(app,
+             "Stereo: .wav, .w64, .rf64, .caf, .aiff, .flac, - for WAV on standard output, or\n"
+             "through ffmpeg .mkv, .mp4, .mov, .m4a, .opus and more",
+             options);
+  add_film(app, options);
   channel_options_add(app, &options->channels);
-  decibels_option_add(app, "--lfe-gain", &options->channels.lfe_gain_db,
-                      "Gain of the LFE channels");
+  CLI::Option* lfe_gain = decibels_option_add(app, "--lfe-gain", &options->channels.lfe_gain_db,
+                                              "Gain of the LFE channels");
+  app->add_flag("--film", options->channels.is_film, "LFE 10 dB louder, as a cinema plays it")
+      ->excludes(lfe_gain);
   add_rendering(app, options);
 }
 
@@ -122,7 +173,7 @@ void add_identify(CLI::App* app, Options* options) {
   app->description(kIdentifyDescription);
   app->footer(std::string(kIdentifyHelp) + "\n" + kPoseHelp + kTrajectoryHelp + "\n" +
               kRoomOptionsHelp + "\n" + kLevelsHelp + kExitHelp);
-  add_output(app, "stereo, or with --bed the bed, at 48 kHz", options);
+  add_output(app, "Stereo, or with --bed the bed: .wav, .w64, .rf64, .caf or .flac", options);
   layout_option_add(app, &options->channels.layout, "Whose loudspeakers")->required();
   app->add_flag("--bed", options->bed_only, "Write the bed and do not render it");
   add_rendering(app, options);
@@ -142,6 +193,16 @@ void add_info(CLI::App* app, Options* options) {
   version_option_add(app);
 }
 
+// Raw samples have as many channels as the options of channels name.
+void settle_raw(Options* options) {
+  if (!options->input.raw) return;
+  options->input.raw_channels = channel_request_count(options->channels);
+  if (options->input.raw_channels == 0) {
+    throw BadText("--raw needs --channels with names, or --layout");
+  }
+  if (options->input.stream) throw BadText("--stream has no effect with --raw");
+}
+
 }  // namespace
 
 std::optional<Options> options_parse(int argc, char** argv, int* exit_status) {
@@ -157,6 +218,7 @@ std::optional<Options> options_parse(int argc, char** argv, int* exit_status) {
   const std::optional<int> ended = options_parse_line(&app, argc, argv, [&] {
     options.settings.check();
     channel_request_check(options.channels);
+    settle_raw(&options);
   });
   if (!ended) return options;
   *exit_status = *ended;

@@ -6,8 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "tools/render/audio_input.h"
 #include "tools/render/audio_writer.h"
 #include "tools/render/channel_map.h"
+#include "tools/render/effect_host.h"
 #include "tools/render/pose.h"
 #include "tools/render/settings.h"
 
@@ -21,7 +23,7 @@ enum class Job {
 
 struct Options {
   Job job = Job::kRender;
-  std::string input;
+  InputRequest input;
   std::string output;
   std::string library;  // empty: search for it
   ChannelRequest channels;
@@ -31,9 +33,16 @@ struct Options {
   Settings settings;       // of room and reverb
   double gain_db = 0.0;
   bool normalize = false;
+  std::optional<double> loudness_lufs;  // to aim at, within the true peak
+  bool measure = false;                 // loudness of input and output
   bool fail_on_clip = false;
+  bool keep_latency = false;
+  int output_rate_hz = kEffectRateHz;
+  std::string codec;      // empty: what suits the container
+  bool replace = false;   // a film loses the stream that was rendered
   bool bed_only = false;  // identify: OUT is the bed itself
   size_t block_frames = 0;
+  bool strict = false;  // what is a warning else ends with exit status 1
   bool verbose = false;
 };
 

@@ -27,6 +27,18 @@ void check_target(const std::string& path) {
   }
 }
 
+// Where a write to `path` would go.
+std::string follow_links(const std::string& path) {
+  constexpr int kMostLinks = 40;  // as the system follows
+  std::filesystem::path target = path;
+  std::error_code error;
+  for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(target, error); ++i) {
+    const std::filesystem::path link = std::filesystem::read_symlink(target, error);
+    target = link.is_absolute() ? link : target.parent_path() / link;
+  }
+  return target;
+}
+
 mode_t new_file_mode() {
   const mode_t mask = umask(0);
   umask(mask);
@@ -35,9 +47,9 @@ mode_t new_file_mode() {
 
 }  // namespace
 
-PendingFile::PendingFile(const std::string& path) : path_(path) {
+PendingFile::PendingFile(const std::string& path) : path_(path), target_(follow_links(path)) {
   check_target(path);
-  std::string name = temporary_name(path);
+  std::string name = temporary_name(target_);
   fd_ = mkstemp(name.data());
   if (fd_ < 0) throw Failure(path, errno);
   temporary_path_ = name;
@@ -79,7 +91,7 @@ void PendingFile::commit() {
   const int fd = fd_;
   fd_ = -1;
   if (close(fd) != 0) throw Failure(path_, errno);  // network file systems report a full disk here
-  if (std::rename(temporary_path_.c_str(), path_.c_str()) != 0) throw Failure(path_, errno);
+  if (std::rename(temporary_path_.c_str(), target_.c_str()) != 0) throw Failure(path_, errno);
   temporary_path_.clear();
 }
 

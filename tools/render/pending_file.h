@@ -1,5 +1,6 @@
 // A file that appears under its name only when it is complete: written under a temporary name in
-// the same directory, renamed at the end, removed when it is given up.
+// the same directory, renamed at the end (through a symbolic link of that name), removed when it is
+// given up.
 #ifndef ORVANE_TOOLS_RENDER_PENDING_FILE_H_
 #define ORVANE_TOOLS_RENDER_PENDING_FILE_H_
 
@@ -18,6 +19,9 @@ class PendingFile {
 
   const std::string& path() const { return path_; }
 
+  // Under which it is written until commit().
+  const std::string& temporary_path() const { return temporary_path_; }
+
   // As read(2), write(2) and lseek(2), but writes all or fails; the first failed write is kept.
   int64_t read(void* data, int64_t size);
   int64_t write(const void* data, int64_t size);
@@ -31,6 +35,7 @@ class PendingFile {
 
  private:
   std::string path_;
+  std::string target_;  // what a link of that name leads to, else path_
   std::string temporary_path_;
   int fd_ = -1;
   int write_error_ = 0;

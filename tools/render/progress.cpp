@@ -23,15 +23,18 @@ Progress::~Progress() {
 }
 
 void Progress::update(uint64_t done) {
-  if (!shown_ || total_ == 0) return;
+  if (!shown_) return;
   const Clock::time_point now = Clock::now();
   if (now < next_) return;
   next_ = now + kInterval;
   const double seconds = std::chrono::duration<double>(now - start_).count();
   const double rendered = static_cast<double>(done) / rate_hz_;
-  std::fprintf(stderr, "\r%3.0f %%  %.0f s of audio, %.0f x real time\033[K",
-               100.0 * static_cast<double>(done) / static_cast<double>(total_), rendered,
-               rendered / seconds);
+  std::fputs("\r", stderr);
+  if (total_ > 0) {
+    std::fprintf(stderr, "%3.0f %%  ",
+                 100.0 * static_cast<double>(done) / static_cast<double>(total_));
+  }
+  std::fprintf(stderr, "%.0f s of audio, %.0f x real time\033[K", rendered, rendered / seconds);
 }
 
 }  // namespace render

@@ -10,7 +10,7 @@ namespace render {
 // Shows nothing unless standard error is a terminal. The line is gone when the object is.
 class Progress {
  public:
-  // `total` and `done` in frames at `rate_hz`.
+  // `total` and `done` in frames at `rate_hz`; a total of 0 is unknown.
   Progress(uint64_t total, int rate_hz);
   ~Progress();
   Progress(const Progress&) = delete;

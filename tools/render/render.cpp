@@ -4,19 +4,26 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
+#include <optional>
+#include <utility>
 
-#include "tools/render/audio_reader.h"
-#include "tools/render/audio_writer.h"
+#include "tools/render/audio_input.h"
 #include "tools/render/bed_source.h"
 #include "tools/render/decibels.h"
 #include "tools/render/failure.h"
+#include "tools/render/interrupt.h"
+#include "tools/render/loudness.h"
+#include "tools/render/rate_output.h"
 #include "tools/render/render_pass.h"
+#include "tools/render/spool.h"
 #include "tools/render/text.h"
 
 namespace render {
 namespace {
 
-constexpr double kNormalizedPeakDb = -1.0;  // room for what a converter makes between two samples
+constexpr double kNormalizedPeakDb = -1.0;  // true peak, EBU R 128
+const std::vector<Speaker> kEars = {Speaker::kFrontLeft, Speaker::kFrontRight};
 
 void refuse_same_file(const std::string& input, const std::string& output) {
   std::error_code error;
@@ -36,17 +43,6 @@ void print_room_notice(const Options& options) {
 
 float louder_peak(const EarLevels& levels) { return std::max(levels[0].peak, levels[1].peak); }
 
-// Gain that brings the louder ear to kNormalizedPeakDb, found by a passage that writes nothing.
-// None for silence.
-double normalizing_gain_db(const Options& options, Bed& bed) {
-  EarLevels levels;
-  RenderPass(options, bed).run([&](float* ears, size_t frames) {
-    report_measure(&levels, ears, frames);
-  });
-  const double peak = static_cast<double>(louder_peak(levels));
-  return peak > 0.0 ? kNormalizedPeakDb - decibels_from_factor(peak) : 0.0;
-}
-
 void refuse_clipping(const Report& report) {
   const uint64_t count = report.levels[0].over_full_scale + report.levels[1].over_full_scale;
   if (count == 0) return;
@@ -56,71 +52,170 @@ void refuse_clipping(const Report& report) {
                             static_cast<unsigned long long>(count), peak_db));
 }
 
+// The gain that --normalize or --loudness asks for. None for silence.
+double leveling_gain_db(const Options& options, const Loudness& heard) {
+  if (!heard.peak_dbtp) return 0.0;
+  const double most = kNormalizedPeakDb - *heard.peak_dbtp;
+  if (!options.loudness_lufs) return most;
+  return heard.lufs ? std::min(most, *options.loudness_lufs - *heard.lufs) : 0.0;
+}
+
+void print_warnings(const Options& options, const Bed& bed) {
+  for (const std::string& warning : bed.warnings()) {
+    if (options.strict) throw Failure(options.input.path, warning);
+    std::fprintf(stderr, "orvane-render: %s: warning: %s\n", options.input.path.c_str(),
+                 warning.c_str());
+  }
+}
+
 // The bed of options.input.
 class Recording final : public Bed {
  public:
   explicit Recording(const Options& options)
-      : reader_(options.input),
-        plan_(channel_plan_make(options.input, reader_.labels(), options.channels)),
-        source_(reader_, plan_) {}
+      : input_(audio_input_open(options.input)),
+        plan_(channel_plan_make(options.input.path, input_->labels(), options.channels)),
+        source_(*input_, plan_) {
+    if (!options.measure) return;
+    meter_.emplace(plan_.labels, kEffectRateHz);
+    source_.set_meter(&*meter_);
+  }
 
-  const AudioReader& reader() const { return reader_; }
+  const AudioInput& input() const { return *input_; }
   const ChannelPlan& plan() const { return plan_; }
+  const std::optional<LoudnessMeter>& meter() const { return meter_; }
   const Layout& layout() const override { return source_.layout(); }
   uint64_t expected_frames() const override { return source_.expected_frames(); }
+  std::vector<std::string> warnings() const override { return source_.warnings(); }
   size_t read(float* bed, size_t count) override { return source_.read(bed, count); }
 
  private:
-  AudioReader reader_;
+  std::unique_ptr<AudioInput> input_;
   ChannelPlan plan_;
+  std::optional<LoudnessMeter> meter_;
   BedSource source_;
 };
 
-AudioSpec output_spec(const Options& options, uint64_t expected_frames) {
+std::unique_ptr<AudioOutput> open_output(const Options& options, uint64_t expected_frames,
+                                         const OutputSource& source) {
   AudioSpec spec;
-  spec.sample_rate_hz = kEffectRateHz;
+  spec.sample_rate_hz = options.output_rate_hz;
   spec.expected_frames = expected_frames;
   spec.sample_format = options.sample_format;
-  return spec;
+  spec.codec = options.codec;
+  spec.replace = options.replace;
+  spec.source = source;
+  auto output = audio_output_open(options.output, spec);
+  if (options.output_rate_hz == kEffectRateHz) return output;
+  return std::make_unique<RateOutput>(std::move(output), options.output, options.output_rate_hz);
+}
+
+// The last steps of every sample.
+class Finish {
+ public:
+  Finish(const Options& options, AudioOutput* output, Report* report)
+      : output_(output), report_(report) {
+    if (options.measure) meter_.emplace(kEars, kEffectRateHz);
+  }
+
+  void write(float* ears, size_t frames) {
+    const float gain = static_cast<float>(decibels_to_factor(report_->gain_db));
+    for (size_t i = 0; i < frames * 2; ++i) ears[i] *= gain;
+    report_measure(&report_->levels, ears, frames);
+    if (meter_) meter_->add(ears, frames);
+    output_->write(ears, frames);
+    report_->output_frames += frames;
+  }
+
+  void end() {
+    if (meter_) report_->output_loudness = meter_->loudness();
+  }
+
+ private:
+  AudioOutput* output_;
+  Report* report_;
+  std::optional<LoudnessMeter> meter_;
+};
+
+// Hands over all but the first `skip` frames.
+void run(RenderPass* pass, size_t skip, const RenderPass::Sink& sink) {
+  pass->run([&](float* ears, size_t frames) {
+    const size_t skipped = std::min(skip, frames);
+    skip -= skipped;
+    if (frames > skipped) sink(ears + 2 * skipped, frames - skipped);
+  });
+}
+
+// Renders onto the disk and measures there, then writes at the gain that is found.
+void run_leveled(const Options& options, RenderPass* pass, size_t skip, Report* report,
+                 Finish* finish) {
+  Spool spool(options.output);
+  LoudnessMeter meter(kEars, kEffectRateHz);
+  run(pass, skip, [&](float* ears, size_t frames) {
+    meter.add(ears, frames);
+    spool.write(ears, 2 * frames);
+  });
+  report->gain_db = options.gain_db + leveling_gain_db(options, meter.loudness());
+  std::vector<float> ears(2 * kEffectMaxFrames);
+  while (const size_t samples = spool.read(ears.data(), ears.size())) {
+    interrupt_check();
+    finish->write(ears.data(), samples / 2);
+  }
+}
+
+OutputSource source_of(const AudioInput& input) {
+  OutputSource source;
+  std::error_code error;
+  if (std::filesystem::is_regular_file(input.path(), error)) source.path = input.path();
+  source.media = input.media();
+  source.stream = input.stream();
+  source.tags = input.tags();
+  return source;
 }
 
 }  // namespace
 
-Report render_bed(const Options& options, const OpenBed& open) {
+Report render_bed(const Options& options, Bed& bed, const OutputSource& source) {
   const auto start = std::chrono::steady_clock::now();
-  const std::unique_ptr<Bed> bed = open();
-  RenderPass pass(options, *bed);
-  AudioWriter writer(options.output, output_spec(options, pass.expected_frames()));
+  RenderPass pass(options, bed);
+  const size_t skip = options.keep_latency ? 0 : kEarLatencyFrames;
+  const uint64_t expected = pass.expected_frames();
+  const std::unique_ptr<AudioOutput> output =
+      open_output(options, expected > skip ? expected - skip : 0, source);
   print_room_notice(options);
 
   Report report;
-  report.gain_db =
-      options.gain_db + (options.normalize ? normalizing_gain_db(options, *open()) : 0.0);
-  const float gain = static_cast<float>(decibels_to_factor(report.gain_db));
-  report.output_frames = pass.run([&](float* ears, size_t frames) {
-    for (size_t i = 0; i < frames * 2; ++i) ears[i] *= gain;
-    report_measure(&report.levels, ears, frames);
-    writer.write(ears, frames);
-  });
-  report.layout = bed->layout().name;
   report.output = options.output;
-  report.output_format = writer.sample_format() == SampleFormat::kFloat32 ? "float" : "24-bit";
+  report.gain_db = options.gain_db;
+  Finish finish(options, output.get(), &report);
+  if (options.normalize || options.loudness_lufs) {
+    run_leveled(options, &pass, skip, &report, &finish);
+  } else {
+    run(&pass, skip, [&](float* ears, size_t frames) { finish.write(ears, frames); });
+  }
+  finish.end();
+  report.layout = bed.layout().name;
+  report.output_format = output->format();
   report.output_rate_hz = kEffectRateHz;
   if (options.fail_on_clip) refuse_clipping(report);
-  writer.commit();
+  print_warnings(options, bed);
+  output->commit();
+  for (const std::string& notice : output->notices()) print_notice(options.output, notice);
   report.seconds_taken =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   return report;
 }
 
 Report render_file(const Options& options) {
-  const Recording recording(options);
-  refuse_same_file(options.input, options.output);
-  for (const std::string& notice : recording.plan().notices) print_notice(options.input, notice);
-  Report report = render_bed(options, [&] { return std::make_unique<Recording>(options); });
-  report.input = options.input;
-  report.input_rate_hz = recording.reader().sample_rate_hz();
-  report.input_frames = recording.reader().frames();
+  Recording recording(options);
+  refuse_same_file(options.input.path, options.output);
+  for (const std::string& notice : recording.plan().notices) {
+    print_notice(options.input.path, notice);
+  }
+  Report report = render_bed(options, recording, source_of(recording.input()));
+  report.input = options.input.path;
+  report.input_rate_hz = recording.input().sample_rate_hz();
+  report.input_frames = recording.input().position();
+  if (recording.meter()) report.input_loudness = recording.meter()->loudness();
   return report;
 }
 

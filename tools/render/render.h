@@ -2,23 +2,18 @@
 #ifndef ORVANE_TOOLS_RENDER_RENDER_H_
 #define ORVANE_TOOLS_RENDER_RENDER_H_
 
-#include <functional>
-#include <memory>
-
+#include "tools/render/audio_output.h"
 #include "tools/render/bed.h"
 #include "tools/render/options.h"
 #include "tools/render/report.h"
 
 namespace render {
 
-// A bed from its start; called once for every passage through the effect.
-using OpenBed = std::function<std::unique_ptr<Bed>()>;
-
 // Renders a bed to options.output, in memory that does not grow with it. The report says nothing of
 // an input file. Throws Failure or Interrupted, and then leaves no output.
-Report render_bed(const Options& options, const OpenBed& open);
+Report render_bed(const Options& options, Bed& bed, const OutputSource& source = {});
 
-// As render_bed, for the file options.input.
+// As render_bed, for the file options.input. Notes and warnings go to standard error.
 Report render_file(const Options& options);
 
 }  // namespace render

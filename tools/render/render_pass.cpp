@@ -32,6 +32,7 @@ RenderPass::RenderPass(const Options& options, Bed& bed)
 }
 
 uint64_t RenderPass::expected_frames() const {
+  if (source_.expected_frames() == 0) return 0;
   return source_.expected_frames() + settings_tail_frames(options_.settings);
 }
 

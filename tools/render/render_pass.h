@@ -22,7 +22,7 @@ class RenderPass {
   // Keeps references to both, which must outlive it. Throws Failure.
   RenderPass(const Options& options, Bed& bed);
 
-  // Length of what run() delivers; a frame more or less after resampling.
+  // Length of what run() delivers, 0 where it is unknown; a frame more or less after resampling.
   uint64_t expected_frames() const;
 
   // Takes `frames` interleaved stereo frames, which it may change.

@@ -39,8 +39,12 @@ void report_print(std::ostream& out, const Report& report) {
   }
   out << "output  " << report.output << ", " << report.output_format
       << text_format(", %d Hz, %.3f s", report.output_rate_hz, output_seconds) << "\n"
-      << text_format("gain    %+.2f dB", report.gain_db) << "\n"
-      << "left    " << level_text(report.levels[0]) << "\n"
+      << text_format("gain    %+.2f dB", report.gain_db) << "\n";
+  if (report.input_loudness) out << "heard   in " << loudness_text(*report.input_loudness) << "\n";
+  if (report.output_loudness) {
+    out << "heard   out " << loudness_text(*report.output_loudness) << "\n";
+  }
+  out << "left    " << level_text(report.levels[0]) << "\n"
       << "right   " << level_text(report.levels[1]) << "\n"
       << text_format("speed   %.0f x real time", output_seconds / report.seconds_taken) << "\n";
 }

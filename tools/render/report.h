@@ -5,8 +5,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
+
+#include "tools/render/loudness.h"
 
 namespace render {
 
@@ -30,6 +33,7 @@ struct Report {
   std::string output_format;
   int output_rate_hz = 0;
   uint64_t output_frames = 0;
+  std::optional<Loudness> input_loudness, output_loudness;  // where they were measured
   double gain_db = 0.0;
   double seconds_taken = 0.0;
   EarLevels levels;

@@ -9,10 +9,12 @@
 namespace render {
 namespace {
 
-constexpr size_t kInputFrames = 4096;
+constexpr size_t kInputFrames = 1024;  // 21 ms, so that a pipe does not wait
 
-soxr_t create(const std::string& subject, double input_rate_hz, double output_rate_hz,
-              size_t channels) {
+}  // namespace
+
+soxr* resampler_create(const std::string& subject, double input_rate_hz, double output_rate_hz,
+                       size_t channels) {
   const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_VHQ, 0);
   soxr_error_t error = nullptr;
   soxr_t resampler = soxr_create(input_rate_hz, output_rate_hz, static_cast<unsigned>(channels),
@@ -21,14 +23,12 @@ soxr_t create(const std::string& subject, double input_rate_hz, double output_ra
   return resampler;
 }
 
-}  // namespace
-
 Resampler::Resampler(std::string subject, double input_rate_hz, double output_rate_hz,
                      size_t channels, Pull pull)
     : subject_(std::move(subject)),
       channels_(channels),
       pull_(std::move(pull)),
-      soxr_(create(subject_, input_rate_hz, output_rate_hz, channels), soxr_delete),
+      soxr_(resampler_create(subject_, input_rate_hz, output_rate_hz, channels), soxr_delete),
       input_(kInputFrames * channels) {}
 
 void Resampler::refill() {

@@ -12,12 +12,17 @@ struct soxr;
 
 namespace render {
 
+// soxr's converter for interleaved floats: linear phase, very high quality (28 bits). `subject`
+// names the file in a Failure. For soxr_delete().
+soxr* resampler_create(const std::string& subject, double input_rate_hz, double output_rate_hz,
+                       size_t channels);
+
 class Resampler {
  public:
   // Fills a buffer with up to that many interleaved frames; returns how many, 0 at the end.
   using Pull = std::function<size_t(float* frames, size_t count)>;
 
-  // Very high quality (28 bits, linear phase). `subject` names the file in a Failure.
+  // As resampler_create().
   Resampler(std::string subject, double input_rate_hz, double output_rate_hz, size_t channels,
             Pull pull);
 

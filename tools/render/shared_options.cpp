@@ -47,9 +47,9 @@ std::map<std::string, std::string> layout_names() {
 
 }  // namespace
 
-void decibels_option_add(CLI::App* app, const std::string& name, double* decibels,
-                         const std::string& help) {
-  app->add_option(name, *decibels, help)
+CLI::Option* decibels_option_add(CLI::App* app, const std::string& name, double* decibels,
+                                 const std::string& help) {
+  return app->add_option(name, *decibels, help)
       ->check(CLI::Range(-kMaxGainDb, kMaxGainDb).description(""))
       ->type_name("DB");
 }

@@ -34,8 +34,8 @@ CLI::Option* choice_option_add(CLI::App* app, const std::string& name, Target* t
 }
 
 // A level or gain.
-void decibels_option_add(CLI::App* app, const std::string& name, double* decibels,
-                         const std::string& help);
+CLI::Option* decibels_option_add(CLI::App* app, const std::string& name, double* decibels,
+                                 const std::string& help);
 
 // --layout.
 CLI::Option* layout_option_add(CLI::App* app, std::string* layout, const std::string& help);

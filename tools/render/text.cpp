@@ -1,11 +1,13 @@
 #include "tools/render/text.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 
 #include "tools/render/failure.h"
@@ -60,13 +62,23 @@ std::string text_choices(const std::vector<std::string>& words) {
   return text;
 }
 
+std::string text_extension(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return extension;
+}
+
 std::string text_format(const char* format, ...) {
-  char line[256];
   va_list values;
   va_start(values, format);
-  std::vsnprintf(line, sizeof(line), format, values);
+  va_list again;
+  va_copy(again, values);
+  const int size = std::vsnprintf(nullptr, 0, format, values);
+  std::string text(size > 0 ? static_cast<size_t>(size) : 0, '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, again);
+  va_end(again);
   va_end(values);
-  return line;
+  return text;
 }
 
 void text_file_read(const std::string& path, const std::function<void(std::string_view)>& use) {
@@ -75,6 +87,7 @@ void text_file_read(const std::string& path, const std::function<void(std::strin
   if (!file) throw Failure(path, errno);
   std::string line;
   for (size_t number = 1; std::getline(file, line); ++number) {
+    if (number == 1 && line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);  // a byte order mark
     const std::string_view text = text_trim(line);
     if (text.empty() || text.starts_with('#')) continue;
     try {

@@ -27,7 +27,10 @@ std::optional<std::vector<double>> text_numbers(std::string_view text, char sepa
 // "a, b or c"
 std::string text_choices(const std::vector<std::string>& words);
 
-// As printf, for lines that fit a terminal.
+// The extension of a path with its point, in small letters.
+std::string text_extension(const std::string& path);
+
+// As printf.
 [[gnu::format(printf, 1, 2)]] std::string text_format(const char* format, ...);
 
 // Hands over the trimmed lines of a text file that are neither blank nor comments (#). A BadText

@@ -66,7 +66,7 @@ for (const { name, options, settings } of cases) {
   const inFile = layout.orders.wave.map(label => bed[layout.loudspeakers.findIndex(row => row.label === label)]);
   const path = what => join(folder, `${name}.${what}`);
   writeFileSync(path('in.wav'), waveFile(inFile));
-  execFileSync(render, [path('in.wav'), path('out.wav'), '--layout', settings.layout, ...options], { stdio: 'pipe' });
+  execFileSync(render, ['--keep-latency', path('in.wav'), path('out.wav'), '--layout', settings.layout, ...options], { stdio: 'pipe' });
   writeFileSync(path('bed'), bytesOf(bed));
   writeFileSync(path('ears'), bytesOf(readEars(path('out.wav'))));
 }

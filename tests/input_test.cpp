@@ -1,0 +1,178 @@
+// What comes in through pipes and from ffprobe, and where it is damaged.
+#include <signal.h>
+
+#include <cmath>
+#include <cstring>
+
+#include "tests/support/render_program.h"
+#include "tools/render/failure.h"
+#include "tools/render/probe.h"
+#include "tools/render/subprocess.h"
+#include "tools/render/wav_header.h"
+
+namespace render {
+namespace {
+
+using PipeTest = RenderProgramTest;
+
+std::vector<float> noise(size_t samples) {
+  std::vector<float> made(samples);
+  uint32_t state = 1;
+  for (float& sample : made) {
+    state = state * 1664525 + 1013904223;
+    sample = static_cast<float>(state >> 8) / 33554432.0f - 0.25f;
+  }
+  return made;
+}
+
+std::string with_size(std::string wav, uint32_t size) {
+  const size_t at = wav.find("data");
+  std::memcpy(wav.data() + at + 4, &size, sizeof(size));
+  return wav;
+}
+
+TEST_F(PipeTest, WhateverLengthTheHeaderSaysAllIsHeard) {
+  const std::vector<float> bed = noise(6 * 5000);
+  write("bed.wav", "5.1", 48000, bed);
+  ASSERT_EQ(0, run("bed.wav plain.wav --dry")) << errors_;
+  const std::vector<float> plain = read("plain.wav");
+  const std::string wav = text_of("bed.wav");
+  const uint32_t size = 4 * 6 * 5000;
+  const struct {
+    const char* name;
+    std::string bytes;
+    bool is_whole;
+    const char* warning;
+  } cases[] = {
+      {"as it is", wav, true, ""},
+      {"open", with_size(wav, 0xFFFFFFFF), true, ""},
+      {"zero", with_size(wav, 0), true, ""},
+      {"wrapped", with_size(wav, 24 * 100), true, "goes on after the length"},
+      {"cut off", wav.substr(0, wav.size() - 24 * 1000), false, "ends before the length"},
+      {"odd", with_size(wav, 0).substr(0, wav.size() - 3), false, "ends within a frame"},
+      {"chunk after", wav + "LIST" + std::string(5, '\0'), true, ""},
+      {"too long", with_size(wav, size + 24), true, "ends before the length"},
+  };
+  for (const auto& c : cases) {
+    std::ofstream(path("in.wav"), std::ios::binary) << c.bytes;
+    ASSERT_EQ(0, run("- ears.wav --dry", "cat in.wav | ")) << c.name << errors_;
+    const std::vector<float> ears = read("ears.wav");
+    EXPECT_EQ(c.is_whole, plain == ears) << c.name;
+    EXPECT_LE(ears.size(), plain.size()) << c.name;
+    EXPECT_GT(ears.size(), 2u * 3900u) << c.name;
+    EXPECT_NE(errors_.find(c.warning), std::string::npos) << c.name << errors_;
+    EXPECT_EQ(*c.warning ? 1 : 0, run("- strict.wav --dry --strict", "cat in.wav | ")) << c.name;
+  }
+  // The same damage in a file.
+  std::ofstream(path("in.wav"), std::ios::binary) << wav.substr(0, wav.size() - 24 * 1000);
+  EXPECT_EQ(0, run("in.wav ears.wav --dry"));
+  EXPECT_NE(errors_.find("in.wav: warning: ends before the length"), std::string::npos) << errors_;
+}
+
+TEST_F(PipeTest, RawSamplesAndPipesOnBothSidesSoundAsFiles) {
+  const std::vector<float> bed = noise(6 * 5000);
+  write("bed.wav", "5.1", 48000, bed);
+  std::ofstream(path("bed.f32"), std::ios::binary)
+      .write(reinterpret_cast<const char*>(bed.data()),
+             static_cast<std::streamsize>(bed.size() * sizeof(float)));
+  ASSERT_EQ(0, run("bed.wav plain.wav --dry")) << errors_;
+  const std::vector<float> plain = read("plain.wav");
+  ASSERT_EQ(0, run("bed.f32 ears.wav --dry --raw f32 --channels FL,FR,FC,LFE,BL,BR")) << errors_;
+  EXPECT_EQ(plain, read("ears.wav"));
+  ASSERT_EQ(0, run("- - --dry --raw f32 --layout 5.1 <bed.f32")) << errors_;
+  std::ofstream(path("piped.wav"), std::ios::binary) << log();
+  EXPECT_EQ(plain, read("piped.wav"));
+  // Films and all else go through ffmpeg from a pipe as well.
+  ASSERT_EQ(0, std::system(("cd " + folder_.string() +
+                            " && ffmpeg -v error -i bed.wav -c:a flac -sample_fmt s32 bed.mka")
+                               .c_str()));
+  ASSERT_EQ(0, run("- ears.wav --dry", "cat bed.mka | ")) << errors_;
+  const std::vector<float> ears = read("ears.wav");
+  ASSERT_EQ(plain.size(), ears.size());
+  for (size_t i = 0; i < ears.size(); ++i) ASSERT_NEAR(plain[i], ears[i], 1e-5f);
+}
+
+// Before all of the input is there: what has been written is less than 100 ms behind.
+TEST_F(PipeTest, SoundComesOutWhileMoreIsAwaited) {
+  constexpr size_t kFrames = 7000;  // fewer than a pipe holds
+  const std::vector<float> bed(6 * kFrames, 0.1f);
+  Subprocess program({ORVANE_RENDER_PROGRAM, "--library", ORVANE_LIBRARY, "--raw", "f32",
+                      "--layout", "5.1", "-", "-"},
+                     Subprocess::kInput | Subprocess::kOutput);
+  ASSERT_TRUE(program.write(bed.data(), bed.size() * sizeof(float)));
+  std::vector<char> wav(44 + (kFrames - 4800) * 2 * sizeof(float));
+  EXPECT_EQ(wav.size(), program.read(wav.data(), wav.size()));
+}
+
+TEST_F(PipeTest, FilesWithAnyNameAreReadAndNothingElseIsOpened) {
+  write("-f.wav", "5.1", 48000, noise(6 * 480));
+  for (const char* name : {"-v.mka", "a\nb.mka", "a%d:b'.mka"}) {
+    Subprocess ffmpeg({"ffmpeg", "-v", "error", "-i", "file:" + path("-f.wav"), "-c:a", "flac",
+                       "file:" + path(name)},
+                      Subprocess::kNone);
+    ASSERT_EQ(0, ffmpeg.wait());
+    std::filesystem::current_path(folder_);
+    Subprocess program(
+        {ORVANE_RENDER_PROGRAM, "--library", ORVANE_LIBRARY, "--dry", "--", name, "-o.wav"},
+        Subprocess::kNone);
+    EXPECT_EQ(0, program.wait()) << name << (program.errors().empty() ? "" : program.errors()[0]);
+    EXPECT_EQ(480u + 110u, read("-o.wav").size() / 2) << name;
+    std::filesystem::remove(path("-o.wav"));
+  }
+  std::ofstream(path("net.m3u8")) << "#EXTM3U\n#EXT-X-TARGETDURATION:9\n#EXTINF:9,\n"
+                                  << "http://127.0.0.1:9/a.ts\n";
+  EXPECT_EQ(1, run("net.m3u8 out.wav"));
+  EXPECT_NE(errors_.find("net.m3u8: is a playlist, not sound"), std::string::npos) << errors_;
+  std::filesystem::current_path("/");
+}
+
+TEST_F(PipeTest, TheDecoderEndsWithTheProgram) {
+  write("bed.wav", "5.1", 48000, noise(6 * 48000));
+  ASSERT_EQ(0, std::system(("cd " + folder_.string() +
+                            " && ffmpeg -v error -stream_loop 600 -i bed.wav -c:a flac long.mka")
+                               .c_str()));
+  for (const int signal : {SIGKILL, SIGTERM, SIGHUP}) {
+    Subprocess program(
+        {ORVANE_RENDER_PROGRAM, "--library", ORVANE_LIBRARY, path("long.mka"), path("out.wav")},
+        Subprocess::kNone);
+    const std::string id = std::to_string(program.pid());
+    pid_t decoder = 0;  // the last child, after ffprobe
+    for (int i = 0; i < 4000 && decoder >= 0; ++i) {
+      std::ifstream("/proc/" + id + "/task/" + id + "/children") >> decoder;
+      if (count_files() == 3) break;  // its temporary file
+      usleep(1000);
+    }
+    ASSERT_GT(decoder, 0);
+    kill(program.pid(), signal);
+    EXPECT_EQ(128 + signal, program.wait());
+    for (int i = 0; i < 2000 && kill(decoder, 0) == 0; ++i) usleep(1000);
+    EXPECT_NE(0, kill(decoder, 0)) << signal;
+    EXPECT_FALSE(std::filesystem::exists(path("out.wav")));
+    for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+      if (entry.path().filename().string().starts_with(".")) std::filesystem::remove(entry);
+    }
+  }
+}
+
+TEST(ProbeTest, ReadsWhatFfprobeWritesAndRefusesTheRest) {
+  const MediaInfo info = probe_parse(
+      "streams.stream.0.index=0\nstreams.stream.0.codec_type=\"video\"\n"
+      "streams.stream.1.codec_type=\"audio\"\nstreams.stream.1.channels=6\n"
+      "streams.stream.1.channel_layout=\"5.1(side)\"\nstreams.stream.1.sample_rate=\"48000\"\n"
+      "streams.stream.1.tags.title=\"a \\\"b\\\"\\nc\"\nstreams.stream.2.channels=-1\n"
+      "streams.stream.2.duration=\"N/A\"\nformat.tags.TITLE=\"Film\"\n");
+  ASSERT_EQ(3u, info.streams.size());
+  EXPECT_EQ(1u, info.of_kind("audio").size());
+  EXPECT_EQ(6u, info.streams[1].channels);
+  EXPECT_EQ(48000, info.streams[1].sample_rate_hz);
+  EXPECT_EQ("a \"b\"\nc", info.streams[1].title);
+  EXPECT_EQ(0u, info.streams[2].channels);
+  EXPECT_EQ("Film", info.tags.at("title"));
+  for (const char* text : {"what", "streams.stream.x.index=0", "streams.stream.99999999.index=0",
+                           "streams.stream.1=0"}) {
+    EXPECT_THROW(probe_parse(text), BadText) << text;
+  }
+}
+
+}  // namespace
+}  // namespace render

@@ -1,0 +1,60 @@
+// Another program as a child of this one, with pipes to it. No shell is in between.
+#ifndef ORVANE_TOOLS_RENDER_SUBPROCESS_H_
+#define ORVANE_TOOLS_RENDER_SUBPROCESS_H_
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace render {
+
+class Subprocess {
+ public:
+  enum Pipes : unsigned { kNone = 0, kInput = 1, kOutput = 2 };
+
+  // Starts `command`, whose first word is looked up in the PATH. Its standard input is a pipe with
+  // kInput, else `input`, or nothing where that is negative; its output is a pipe with kOutput,
+  // else nothing. Signals of the terminal do not reach it; it dies when this object or the thread
+  // that made it does. Throws Failure where the program cannot be started.
+  Subprocess(const std::vector<std::string>& command, unsigned pipes, int input = -1);
+  ~Subprocess();
+  Subprocess(const Subprocess&) = delete;
+  Subprocess& operator=(const Subprocess&) = delete;
+
+  // Its process id, while it has not been waited for.
+  pid_t pid() const { return pid_; }
+
+  // Bytes of its output; fewer than `size` only at its end. Throws Interrupted.
+  size_t read(void* data, size_t size);
+
+  // False when the child takes no more. Throws Interrupted.
+  bool write(const void* data, size_t size);
+
+  // The end of its input.
+  void close_input();
+
+  // Waits for its end. The exit status, or 128 and the signal that ended it. Throws Interrupted.
+  int wait();
+
+  // What it has written to its standard error: the lines, trimmed.
+  std::vector<std::string> errors() const;
+
+ private:
+  void kill_and_reap();
+
+  pid_t pid_ = -1;  // -1 when it has been waited for
+  int status_ = 0;
+  int input_ = -1, output_ = -1, errors_ = -1;
+};
+
+// For --verbose: the command as a shell would take it.
+std::string command_text(const std::vector<std::string>& command);
+
+// Shows every command that is started on standard error from now on.
+void subprocess_set_verbose(bool verbose);
+
+}  // namespace render
+
+#endif  // ORVANE_TOOLS_RENDER_SUBPROCESS_H_
