@@ -49,4 +49,6 @@ with orvane.Renderer("7.1.4") as renderer, orvane.Effect("7.1.4") as effect:
     bed = numpy.random.default_rng(1).standard_normal((12, 4800)).astype(numpy.float32)
     assert numpy.array_equal(renderer.render(bed), effect.render(bed))
 END
+bundle=$(dirname "$(find "$root/usr/lib" -path '*orvane.lv2/manifest.ttl')")
+chroot "$root" /usr/bin/python3 -c "import ctypes; ctypes.CDLL('${bundle#"$root"}/orvane.so').lv2_descriptor"
 echo "the packages are complete"

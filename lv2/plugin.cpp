@@ -1,0 +1,229 @@
+// The LV2 interface of the bundle's plug-ins, one per layout. What they are and which ports they
+// have says ports.h; hosts read it in the files that make_bundle writes.
+#include <lv2/core/lv2.h>
+#include <lv2/log/log.h>
+#include <lv2/urid/urid.h>
+#include <lv2/worker/worker.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "ambisonics/binauralizer.h"
+#include "lv2/ports.h"
+#include "lv2/room.h"
+#include "lv2/spatializer.h"
+
+namespace lv2_plugin {
+namespace {
+
+template <typename Feature>
+const Feature* find_feature(const LV2_Feature* const* features, const char* uri) {
+  for (; features && *features; ++features) {
+    if (!std::strcmp((*features)->URI, uri)) return static_cast<const Feature*>((*features)->data);
+  }
+  return nullptr;
+}
+
+// To the host's log, or to standard error where it has none. Not for the audio thread.
+void log_wrong_rate(const LV2_Feature* const* features, double rate) {
+  const auto* log = find_feature<LV2_Log_Log>(features, LV2_LOG__log);
+  const auto* map = find_feature<LV2_URID_Map>(features, LV2_URID__map);
+  char line[160];
+  std::snprintf(line, sizeof(line), "orvane: the host runs at %g Hz, but the plug-in needs %d Hz",
+                rate, int{ORVANE_SAMPLE_RATE});
+  if (log && map) {
+    log->printf(log->handle, map->map(map->handle, LV2_LOG__Error), "%s\n", line);
+  } else {
+    std::fprintf(stderr, "%s\n", line);
+  }
+}
+
+// What the audio thread asks of the worker.
+struct Job {
+  bool builds;  // the room of the rest; if not, only the room that was left is released
+  RoomValues values;
+  std::array<float, 3> head;
+};
+
+class Plugin {
+ public:
+  Plugin(const orvane_layout_t& layout, const LV2_Worker_Schedule* schedule)
+      : layout_(layout),
+        ports_{layout.num_channels},
+        schedule_(schedule),
+        spatializer_(layout.num_channels) {}
+  ~Plugin() {
+    delete built_.load();
+    delete left_.load();
+  }
+
+  void connect(uint32_t port, float* data) {
+    if (port < ports_.count()) data_[port] = data;
+  }
+
+  // The room as the controls have it now. Where there is no memory for it, run() is silent.
+  void activate() {
+    wanted_ = controls();
+    const render::Pose head = head_pose();
+    std::unique_ptr<Room> room = Room::build(layout_, wanted_, head_vector_of(head));
+    is_started_ = room != nullptr;
+    spatializer_.start(std::move(room), head);
+  }
+
+  void run(uint32_t frames) {
+    if (float* latency = data_[ports_.latency()]) {
+      *latency = static_cast<float>(BINAURALIZER_LATENCY);
+    }
+    float* const ears[] = {data_[ports_.ear(0)], data_[ports_.ear(1)]};
+    if (!is_started_) {
+      for (float* ear : ears) {
+        if (ear) std::memset(ear, 0, frames * sizeof(float));
+      }
+      return;
+    }
+    change_room();
+    spatializer_.process(data_, ears, frames, head_pose());
+  }
+
+  LV2_Worker_Status work(const Job& job) {
+    delete left_.exchange(nullptr, std::memory_order_acquire);
+    if (!job.builds) return LV2_WORKER_SUCCESS;
+    Room* room = Room::build(layout_, job.values, job.head).release();
+    if (room) delete built_.exchange(room, std::memory_order_acq_rel);
+    is_building_.store(false, std::memory_order_release);
+    return room ? LV2_WORKER_SUCCESS : LV2_WORKER_ERR_NO_SPACE;
+  }
+
+ private:
+  float control(uint32_t port, float otherwise) const {
+    return data_[port] ? *data_[port] : otherwise;
+  }
+
+  RoomValues controls() const {
+    RoomValues values = room_defaults();
+    for (uint32_t row = 0; row < values.size(); ++row) {
+      values[row] = control(ports_.parameter(row), values[row]);
+    }
+    return values;
+  }
+
+  render::Pose head_pose() const {
+    return {static_cast<double>(control(ports_.head(kYaw), 0.0f)),
+            static_cast<double>(control(ports_.head(kPitch), 0.0f)),
+            static_cast<double>(control(ports_.head(kRoll), 0.0f))};
+  }
+
+  // Asks for a room when the controls say another one, enters the one that has been built, and has
+  // the one that was left released. One thing at a time; what changes meanwhile is seen later.
+  void change_room() {
+    if (!schedule_ || spatializer_.is_fading()) return;
+    if (Room* left = spatializer_.take_left_room()) {
+      left_.store(left, std::memory_order_release);  // empty: the job that built emptied it
+      send({});                                      // if this is lost, the next job releases it
+    }
+    if (is_building_.load(std::memory_order_acquire)) return;
+    if (Room* room = built_.exchange(nullptr, std::memory_order_acquire)) {
+      wanted_ = room->values();
+      spatializer_.enter(std::unique_ptr<Room>(room));
+      return;
+    }
+    const RoomValues now = controls();
+    // As bytes: a value that is not a number is not to be asked for again and again.
+    if (!std::memcmp(now.data(), wanted_.data(), sizeof(now))) return;
+    is_building_.store(true, std::memory_order_relaxed);
+    if (send({true, now, spatializer_.head_vector()})) {
+      wanted_ = now;
+    } else {
+      is_building_.store(false, std::memory_order_relaxed);
+    }
+  }
+
+  bool send(const Job& job) const {
+    return schedule_->schedule_work(schedule_->handle, sizeof(job), &job) == LV2_WORKER_SUCCESS;
+  }
+
+  const orvane_layout_t& layout_;
+  Ports ports_;
+  const LV2_Worker_Schedule* schedule_;  // null: the room of activate() stays
+  float* data_[kMaxPorts] = {};
+  Spatializer spatializer_;
+  bool is_started_ = false;
+  RoomValues wanted_ = {};  // of the last job
+  // Rooms on their way from the worker and back. They pass through here rather than through the
+  // host's messages, because none must be lost where a host drops those.
+  std::atomic<Room*> built_ = nullptr, left_ = nullptr;
+  std::atomic<bool> is_building_ = false;
+};
+
+Plugin* plugin(LV2_Handle handle) { return static_cast<Plugin*>(handle); }
+
+LV2_Handle instantiate(const LV2_Descriptor* descriptor, double rate, const char* /*bundle*/,
+                       const LV2_Feature* const* features) {
+  if (rate != double{ORVANE_SAMPLE_RATE}) {
+    log_wrong_rate(features, rate);
+    return nullptr;
+  }
+  const orvane_layout_t* layout = nullptr;
+  for (const std::string_view name : kLayoutNames) {
+    if (Uri(name).text == std::string_view(descriptor->URI)) layout = find_layout(name);
+  }
+  if (!layout) return nullptr;
+  return new (std::nothrow)
+      Plugin(*layout, find_feature<LV2_Worker_Schedule>(features, LV2_WORKER__schedule));
+}
+
+void connect_port(LV2_Handle handle, uint32_t port, void* data) {
+  plugin(handle)->connect(port, static_cast<float*>(data));
+}
+
+void activate(LV2_Handle handle) { plugin(handle)->activate(); }
+
+void run(LV2_Handle handle, uint32_t frames) { plugin(handle)->run(frames); }
+
+void cleanup(LV2_Handle handle) { delete plugin(handle); }
+
+LV2_Worker_Status work(LV2_Handle handle, LV2_Worker_Respond_Function /*respond*/,
+                       LV2_Worker_Respond_Handle /*respond_handle*/, uint32_t size,
+                       const void* data) {
+  Job job;
+  if (size != sizeof(job)) return LV2_WORKER_ERR_UNKNOWN;
+  std::memcpy(&job, data, sizeof(job));
+  return plugin(handle)->work(job);
+}
+
+LV2_Worker_Status work_response(LV2_Handle /*handle*/, uint32_t /*size*/, const void* /*data*/) {
+  return LV2_WORKER_SUCCESS;
+}
+
+const void* extension_data(const char* uri) {
+  static const LV2_Worker_Interface worker = {work, work_response, nullptr};
+  return std::strcmp(uri, LV2_WORKER__interface) ? nullptr : &worker;
+}
+
+constexpr size_t kNumPlugins = std::size(kLayoutNames);
+
+struct Descriptors {
+  Uri uris[kNumPlugins] = {Uri(kLayoutNames[0]), Uri(kLayoutNames[1]), Uri(kLayoutNames[2])};
+  LV2_Descriptor all[kNumPlugins] = {};
+
+  Descriptors() {
+    for (size_t i = 0; i < kNumPlugins; ++i) {
+      all[i] = {uris[i].text, instantiate, connect_port, activate,
+                run,          nullptr,     cleanup,      extension_data};
+    }
+  }
+};
+
+}  // namespace
+}  // namespace lv2_plugin
+
+LV2_SYMBOL_EXPORT const LV2_Descriptor* lv2_descriptor(uint32_t index) {
+  static const lv2_plugin::Descriptors descriptors;
+  return index < std::size(descriptors.all) ? &descriptors.all[index] : nullptr;
+}
