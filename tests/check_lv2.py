@@ -44,7 +44,7 @@ def main():
         noise = numpy.random.default_rng(1).uniform(-1, 1, (kFrames, 6)).astype(numpy.float32)
         wavfile.write(bed, kRate, noise)
         # lv2apply has blocks of one sample; the tail of the longest blocks ends a little earlier.
-        run(render, bed, expected, "--layout", "5.1", "--block", "512", "--preset", "studio",
+        run(render, bed, expected, "--keep-latency", "--layout", "5.1", "--block", "512", "--preset", "studio",
             "--pose", ",".join(map(str, kPose.values())))
         controls = {**preset_controls("studio"), **kPose}
         options = [word for symbol, value in controls.items() for word in ("-c", symbol, str(value))]
