@@ -1,7 +1,7 @@
 // Renders a 5.1 bed with the renderer's own functions, for a head that is turned to the left.
 //
 //   renderer OUT.wav
-#include <renderer/ubr.h>
+#include <orvane/renderer.h>
 #include <stdbool.h>
 
 #include "example_bed.h"

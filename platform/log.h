@@ -1,6 +1,23 @@
-// The platform's log under our tag. The arguments are printf's, and checked as such.
+// The platform's log under our tag. The arguments are printf's, and checked as such. Hosts without
+// Android's log library have ORVANE_LOG_TO_STDERR, by which warnings and errors go there, or
+// ORVANE_LOG_TO_NOTHING.
 #ifndef ORVANE_PLATFORM_LOG_H_
 #define ORVANE_PLATFORM_LOG_H_
+
+#if defined(ORVANE_LOG_TO_STDERR) || defined(ORVANE_LOG_TO_NOTHING)
+#include <stdio.h>
+#define ORVANE_LOG_IF(wanted, letter, format, ...) \
+  ((void)((wanted) && fprintf(stderr, letter " orvane: " format "\n" __VA_OPT__(, ) __VA_ARGS__)))
+#ifdef ORVANE_LOG_TO_STDERR
+#define ORVANE_LOG_PROBLEMS 1
+#else
+#define ORVANE_LOG_PROBLEMS 0
+#endif
+#define ORVANE_LOGI(...) ORVANE_LOG_IF(0, "I", __VA_ARGS__)
+#define ORVANE_LOGW(...) ORVANE_LOG_IF(ORVANE_LOG_PROBLEMS, "W", __VA_ARGS__)
+#define ORVANE_LOGE(...) ORVANE_LOG_IF(ORVANE_LOG_PROBLEMS, "E", __VA_ARGS__)
+#define ORVANE_LOG_SECURITY_EVENT(sub_tag) ORVANE_LOGE("security event %s", sub_tag)
+#else
 
 #include <android/log.h>
 
@@ -27,5 +44,6 @@ inline int android_errorWriteLog(int tag, const char* sub_tag) {
 // Reports a malformed input to the platform's security event log. The tag reads "SNET"; `sub_tag`
 // names the finding.
 #define ORVANE_LOG_SECURITY_EVENT(sub_tag) ((void)android_errorWriteLog(0x534e4554, sub_tag))
+#endif
 
 #endif  // ORVANE_PLATFORM_LOG_H_

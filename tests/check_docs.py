@@ -32,6 +32,7 @@ kNotRun = {
     "scripts/bench": "takes minutes and a quiet machine",
     "scripts/mutants": "takes an hour",
     "ctest --preset arm64": ".ci/run runs all tests of that preset",
+    "tests/check_consumers.sh": "a step of .ci/run",
     "cmake --preset deb": "tests/check_package.sh runs it",
 }
 

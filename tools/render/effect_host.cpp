@@ -10,6 +10,9 @@
 #include "tools/render/host_log.h"
 #include "tools/render/program_path.h"
 
+#ifndef ORVANE_LIBRARY_NAME
+#define ORVANE_LIBRARY_NAME "liborvane.so"
+#endif
 #ifndef ORVANE_LIBRARY_DIR_FROM_PROGRAM
 #define ORVANE_LIBRARY_DIR_FROM_PROGRAM "../lib"
 #endif
@@ -17,7 +20,7 @@
 namespace render {
 namespace {
 
-constexpr char kLibraryName[] = "liborvane.so";
+constexpr char kLibraryName[] = ORVANE_LIBRARY_NAME;
 constexpr uint32_t kLibraryApiMajor = 3;
 constexpr size_t kMaxValueBytes = 6 * sizeof(float);  // of a parameter, the head pose
 

@@ -4,8 +4,8 @@
 
 #include "tools/render/failure.h"
 
-#ifndef ORVANE_VERSION
-#define ORVANE_VERSION "unknown"
+#ifndef ORVANE_PROGRAM_VERSION
+#define ORVANE_PROGRAM_VERSION "unknown"
 #endif
 
 namespace render {
@@ -81,7 +81,7 @@ CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std
 }
 
 void version_option_add(CLI::App* app) {
-  app->set_version_flag("--version", app->get_name() + " " ORVANE_VERSION);
+  app->set_version_flag("--version", app->get_name() + " " ORVANE_PROGRAM_VERSION);
 }
 
 void program_options_add(CLI::App* app, std::string* library, bool* verbose,
