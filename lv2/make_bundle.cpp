@@ -1,8 +1,9 @@
 // Writes what hosts read about the plug-ins, from the library's tables and preset files:
 //
-//   make_bundle FOLDER VERSION PRESET...
+//   make_bundle BUNDLE CHAINS VERSION PRESET...
 //
-// puts manifest.ttl, orvane.ttl and presets.ttl into FOLDER. A PRESET is a file of presets/.
+// puts manifest.ttl, orvane.ttl and presets.ttl into the folder BUNDLE, and PipeWire's
+// configurations orvane-LAYOUT.conf into the folder CHAINS. A PRESET is a file of presets/.
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -10,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "lv2/filter_chain.h"
+#include "lv2/ports.h"
 #include "lv2/turtle.h"
 #include "tools/render/failure.h"
 
@@ -25,17 +28,21 @@ void write(const std::filesystem::path& path, const std::string& text) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 3) {
-    std::fputs("make_bundle FOLDER VERSION PRESET...\n", stderr);
+  if (argc < 4) {
+    std::fputs("make_bundle BUNDLE CHAINS VERSION PRESET...\n", stderr);
     return 2;
   }
   try {
-    const std::filesystem::path folder = argv[1];
+    const std::filesystem::path folder = argv[1], chains = argv[2];
     std::vector<lv2_plugin::Preset> presets;
-    for (int i = 3; i < argc; ++i) presets.push_back(lv2_plugin::preset_read(argv[i]));
+    for (int i = 4; i < argc; ++i) presets.push_back(lv2_plugin::preset_read(argv[i]));
     write(folder / "manifest.ttl", lv2_plugin::manifest_turtle(presets));
-    write(folder / "orvane.ttl", lv2_plugin::plugins_turtle(argv[2]));
+    write(folder / "orvane.ttl", lv2_plugin::plugins_turtle(argv[3]));
     write(folder / "presets.ttl", lv2_plugin::presets_turtle(presets));
+    for (const std::string_view name : lv2_plugin::kLayoutNames) {
+      const std::string file = "orvane-" + std::string(name) + ".conf";
+      write(chains / file, lv2_plugin::filter_chain_text(*lv2_plugin::find_layout(name)));
+    }
     return 0;
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "make_bundle: %s\n", failure.what());

@@ -51,4 +51,5 @@ with orvane.Renderer("7.1.4") as renderer, orvane.Effect("7.1.4") as effect:
 END
 bundle=$(dirname "$(find "$root/usr/lib" -path '*orvane.lv2/manifest.ttl')")
 chroot "$root" /usr/bin/python3 -c "import ctypes; ctypes.CDLL('${bundle#"$root"}/orvane.so').lv2_descriptor"
+grep -q urn:orvane:headphones:7.1 "$root/usr/share/orvane/pipewire/orvane-7.1.conf"
 echo "the packages are complete"

@@ -1,0 +1,260 @@
+#!/usr/bin/env python3
+"""The sinks at a desktop: PipeWire and its session manager without hardware, pw-play into a sink, and what arrives at the
+headphones against what orvane-render writes.
+
+    check_desktop.py BUILD_FOLDER [NAME...]
+
+runs the checks of those names, all without one. Starts a session bus of its own. Exit status 1 when a check fails.
+"""
+
+import contextlib
+import os
+import pathlib
+import re
+import shutil
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import warnings
+
+import numpy
+from scipy.io import wavfile
+
+kRate = 48000
+kBurst = kRate // 8  # of noise, then as much silence, per channel
+kRoot = pathlib.Path(__file__).resolve().parent.parent
+kResampledDb = 0.05
+kPositions = {"5.1": "FL FR FC LFE RL RR", "7.1": "FL FR FC LFE RL RR SL SR",
+              "7.1.4": "FL FR FC LFE RL RR SL SR TFL TFR TRL TRR"}
+kPatienceS = 20  # for what takes a moment; a busy machine gets more of them
+kAttempts = 4    # a busy machine loses a period now and then, and then what it had in it
+kExact = 1e-4    # of the peak: nothing on the way changes a sample, where nothing resamples
+
+
+def write_bed(file, layout):
+    """One burst of noise below 10 kHz after the other, channel by channel: what every rate on the way carries."""
+    channels = len(kPositions[layout].split())
+    bed = numpy.zeros((2 * kBurst * channels, channels), numpy.float32)
+    random = numpy.random.default_rng(1)
+    for channel in range(channels):
+        begin = 2 * kBurst * channel
+        spectrum = numpy.fft.rfft(random.uniform(-0.5, 0.5, kBurst))
+        spectrum[10000 * kBurst // kRate:] = 0
+        bed[begin:begin + kBurst, channel] = numpy.fft.irfft(spectrum)
+    wavfile.write(file, kRate, bed)
+
+
+def read(file):
+    with warnings.catch_warnings():
+        warnings.simplefilter("ignore", wavfile.WavFileWarning)
+        return wavfile.read(file)[1].astype(float)
+
+
+def place_of(part, whole):
+    """The frame of `whole` where `part` fits best."""
+    size = 1 << (len(whole) + len(part)).bit_length()
+    product = sum(numpy.fft.rfft(whole[:, ear], size) * numpy.conj(numpy.fft.rfft(part[:, ear], size))
+                  for ear in range(2))
+    return int(numpy.argmax(numpy.fft.irfft(product, size)[:max(1, len(whole) - len(part))]))
+
+
+class Desktop:
+    """A session of PipeWire whose default output is a sink without hardware, "headphones"."""
+
+    def __init__(self, build, folder, rate=kRate, chains=()):
+        self.build, self.folder = build, pathlib.Path(folder)
+        self.processes = {}
+        self.environment = dict(os.environ, XDG_RUNTIME_DIR=folder, XDG_CONFIG_HOME=f"{folder}/config",
+                                XDG_STATE_HOME=f"{folder}/state", HOME=folder, LV2_PATH=str(build / "lv2-bundles"),
+                                DBUS_SYSTEM_BUS_ADDRESS=os.environ["DBUS_SESSION_BUS_ADDRESS"])
+        self.drop_ins = self.folder / "config/pipewire/pipewire.conf.d"
+        self.drop_ins.mkdir(parents=True, exist_ok=True)
+        # Long periods: a machine that is busy with other tests keeps up with them.
+        (self.drop_ins / "10-test.conf").write_text(f"""
+context.properties = {{ default.clock.rate = {rate} default.clock.allowed-rates = [ {rate} ]
+  default.clock.quantum = 2048 default.clock.min-quantum = 2048 default.clock.max-quantum = 8192 }}
+context.objects = [ {{ factory = adapter args = {{ factory.name = support.null-audio-sink node.name = headphones
+  media.class = Audio/Sink object.linger = true audio.position = [ FL FR ] }} }} ]
+""")
+        for chain in chains:
+            shutil.copy(build / "pipewire" / chain, self.drop_ins)
+
+    def __enter__(self):
+        self.start_server()
+        return self
+
+    def __exit__(self, *_):
+        for name in reversed(list(self.processes)):
+            self.stop(name)
+
+    def start_server(self):
+        self.start("pipewire", "pipewire")
+        self.wait_for("the server", lambda: self.run("pw-cli", "info", "0").returncode == 0)
+        self.start("wireplumber", "wireplumber")
+        self.wait_for("the headphones", lambda: self.node("headphones"))
+
+    def stop_server(self):
+        self.stop("wireplumber")
+        self.stop("pipewire")
+
+    def start(self, name, *command):
+        with open(self.folder / f"{name}.log", "ab") as log:
+            self.processes[name] = subprocess.Popen(command, stdout=log, stderr=log, env=self.environment)
+        return self.processes[name]
+
+    def stop(self, name, how=signal.SIGTERM):
+        process = self.processes.pop(name)
+        process.send_signal(how)
+        try:
+            return process.wait(kPatienceS)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            process.wait()
+            raise
+
+    def log(self, name):
+        return (self.folder / f"{name}.log").read_text(errors="replace")
+
+    def run(self, *command, check=False):
+        return subprocess.run(command, capture_output=True, text=True, env=self.environment, check=check,
+                              timeout=60)
+
+    def wait_for(self, what, condition):
+        end = time.monotonic() + kPatienceS
+        while not (result := condition()):
+            assert time.monotonic() < end, f"{what}: not within {kPatienceS} s\n{self.logs()}"
+            time.sleep(0.1)
+        return result
+
+    def logs(self):
+        return "\n".join(f"--- {file.name}\n{file.read_text(errors='replace')[-2000:]}"
+                         for file in sorted(self.folder.glob("*.log")))
+
+    def node(self, name):
+        """The id of a node, or None."""
+        current = None
+        for line in self.run("pw-cli", "ls", "Node").stdout.splitlines():
+            if found := re.match(r"\s*id (\d+), type", line):
+                current = found[1]
+            if re.search(rf'node.name = "{re.escape(name)}"', line):
+                return current
+        return None
+
+    def links(self):
+        return self.run("pw-link", "-l").stdout
+
+    def set(self, sink, **controls):
+        """Controls of the plug-in in the filter chain."""
+        params = [f'"orvane:{symbol}" {float(value)}' for symbol, value in controls.items()]
+        node = self.node(sink)
+        for first in range(0, len(params), 4):  # pw-cli drops a longer line
+            self.run("pw-cli", "set-param", node, "Props", f"{{ params = [ {' '.join(params[first:first + 4])} ] }}",
+                     check=True)
+
+    def play(self, sink, bed, positions):
+        """What arrives at the headphones while `bed` plays into `sink`."""
+        recording = str(self.folder / "recording.wav")
+        self.start("recorder", "pw-record", "--target", "headphones", "-P", "{ stream.capture.sink = true }",
+                   "--rate", str(kRate), "--channels", "2", "--format", "f32", recording)
+        self.wait_for("the recorder", lambda: "pw-record:input_FL" in self.links())
+        time.sleep(0.5)
+        self.run("pw-play", "--target", sink, "--channel-map", ",".join(positions.split()), bed, check=True)
+        time.sleep(0.7)
+        self.stop("recorder", signal.SIGINT)
+        return read(recording)
+
+
+def expected_ears(desktop, bed, layout, options):
+    ears = f"{desktop.folder}/expected.wav"
+    subprocess.run([desktop.build / "orvane-render", bed, ears, "--layout", layout, *options], check=True,
+                   capture_output=True)
+    return read(ears)
+
+
+def preset_controls(name):
+    """The controls that a preset file sets, by symbol."""
+    lines = (kRoot / "presets" / f"{name}.preset").read_text().splitlines()
+    pairs = [line.split("=") for line in lines if "=" in line and not line.startswith("#")]
+    return {key.strip().replace(".", "_").replace("-", "_"): value.strip() for key, value in pairs}
+
+
+def bursts(recorded, expected, channels):
+    """Per channel what was to come and what came, at the place where it fits best."""
+    for channel in range(channels):
+        begin = 2 * kBurst * channel
+        wanted = expected[begin:begin + kBurst + kBurst // 2]
+        at = place_of(wanted, recorded)
+        yield wanted, recorded[at:at + len(wanted)]
+
+
+def difference(wanted, came):
+    """The largest, in shares of the peak."""
+    return numpy.abs(came - wanted).max() / numpy.abs(wanted).max()
+
+
+def level_difference(wanted, came):
+    """The larger of both ears' differences of level, dB."""
+    levels = [10 * numpy.log10((sound ** 2).sum(0) + 1e-12) for sound in (wanted, came)]
+    return numpy.abs(levels[0] - levels[1]).max()
+
+
+def check_plays(desktop, sink, layout, *options, measure=difference, limit=kExact):
+    """Every channel is heard where it belongs, as orvane-render has it with those options."""
+    positions = kPositions[layout]
+    names = positions.split()
+    bed = f"{desktop.folder}/bed.wav"
+    write_bed(bed, layout)
+    expected = expected_ears(desktop, bed, layout, options)
+    for _ in range(kAttempts):
+        recorded = desktop.play(sink, bed, positions)
+        errors = [measure(*burst) for burst in bursts(recorded, expected, len(names))]
+        print(f"  {sink} {' '.join(options)}: {measure.__name__} {max(errors):.1e}", flush=True)
+        if max(errors) < limit:
+            return
+    raise AssertionError(f"{dict(zip(names, errors))}\n{desktop.logs()}")
+
+
+kSink = "orvane-headphones-7.1"
+
+
+def filter_chain(build, folder):
+    """The plug-in in PipeWire's own filter chain: every channel, the head and the room."""
+    with Desktop(build, folder, chains=["orvane-7.1.conf"]) as desktop:
+        desktop.wait_for("the sink", lambda: desktop.node(kSink))
+        check_plays(desktop, kSink, "7.1", "--dry")
+        desktop.set(kSink, yaw=90)
+        check_plays(desktop, kSink, "7.1", "--dry", "--pose", "90,0,0")
+        desktop.set(kSink, yaw=0, reverb_enable=1, **preset_controls("studio"))
+        check_plays(desktop, kSink, "7.1", "--preset", "studio", limit=1e-3)
+
+
+def filter_chain_at_44100(build, folder):
+    """The same in a graph of 44.1 kHz, which PipeWire resamples: levels at both ears."""
+    with Desktop(build, folder, rate=44100, chains=["orvane-7.1.conf"]) as desktop:
+        desktop.wait_for("the sink", lambda: desktop.node(kSink))
+        check_plays(desktop, kSink, "7.1", "--dry", measure=level_difference, limit=kResampledDb)
+
+
+kChecks = {check.__name__: check for check in (filter_chain, filter_chain_at_44100)}
+
+
+def main():
+    if not os.environ.get("DBUS_SESSION_BUS_ADDRESS") or os.environ.get("ORVANE_DESKTOP") is None:
+        environment = dict(os.environ, ORVANE_DESKTOP="1")
+        os.execvpe("dbus-run-session", ["dbus-run-session", "--", sys.executable, *sys.argv], environment)
+    if os.getuid() == 0:  # without them the session manager ends at once
+        for name in ("seats", "sessions", "users", "machines"):
+            pathlib.Path("/run/systemd", name).mkdir(parents=True, exist_ok=True)
+    build = pathlib.Path(sys.argv[1]).resolve()
+    for name in sys.argv[2:] or kChecks:
+        print(f"{name}: {kChecks[name].__doc__}", flush=True)
+        begin = time.monotonic()
+        with tempfile.TemporaryDirectory() as folder:
+            kChecks[name](build, folder)
+        print(f"  {time.monotonic() - begin:.0f} s", flush=True)
+
+
+main()
