@@ -33,6 +33,12 @@ struct memory_t {
 
 size_t source_bytes(const memory_t& m) { return m.num_sources * sizeof(encoder_source_t); }
 
+// The rotator that a block passes: a renderer without head tracking may have been given one later,
+// which it does not use.
+const rotator_t* rotator_of(const ubr_t& r) {
+  return r.render_mode == UBR_MODE_BINAURAL_TRACKED ? r.rotator : nullptr;
+}
+
 // Nothing between encoder and ears moves in this block or adds to the field.
 bool is_static(const ubr_t& r, const block_t& block) {
   if (!encoder_takes(r, block) || !r.binauralizer || !r.hoa_buffer_b) return false;
@@ -43,19 +49,20 @@ bool is_static(const ubr_t& r, const block_t& block) {
 }
 
 bool is_same_scene(const memory_t& m, const ubr_t& r, uint32_t transform_size) {
+  const rotator_t* const rotator = rotator_of(r);
   return m.transform_size == transform_size &&
          m.response_changes == binauralizer_count_changes(*r.binauralizer) &&
          memcmp(m.sources, r.encoder->sources, source_bytes(m)) == 0 &&
-         (!r.rotator ||
-          memcmp(m.rotation, r.rotator->current_matrix, rotator_matrix_bytes(*r.rotator)) == 0);
+         (!rotator ||
+          memcmp(m.rotation, rotator->current_matrix, rotator_matrix_bytes(*rotator)) == 0);
 }
 
 void remember_scene(memory_t* m, const ubr_t& r, uint32_t transform_size) {
   m->transform_size = transform_size;
   m->response_changes = binauralizer_count_changes(*r.binauralizer);
   memcpy(m->sources, r.encoder->sources, source_bytes(*m));
-  if (r.rotator) {
-    memcpy(m->rotation, r.rotator->current_matrix, rotator_matrix_bytes(*r.rotator));
+  if (const rotator_t* const rotator = rotator_of(r)) {
+    memcpy(m->rotation, rotator->current_matrix, rotator_matrix_bytes(*rotator));
   }
   m->is_computed = false;
 }
@@ -97,7 +104,7 @@ void find_gains(const encoder_source_t& source, const ubr_t& r, float* gains) {
     gains[0] = 1.0f;
   } else {
     const bool is_head_locked = source.type == ENCODER_SOURCE_HEAD_LOCKED;
-    rotate_weights(source.beam, is_head_locked ? nullptr : r.rotator, num_channels, gains);
+    rotate_weights(source.beam, is_head_locked ? nullptr : rotator_of(r), num_channels, gains);
   }
 }
 
@@ -123,7 +130,7 @@ void encode_omni(const memory_t& m, uint32_t num_audible, const block_t& block, 
 uint32_t render(const ubr_t& r, const block_t& block, void* memory) {
   auto* const m = static_cast<memory_t*>(memory);
   if (!m->is_computed) compute(m, r);
-  if (r.rotator) rotator_clear_ramp(r.rotator);
+  if (rotator_of(r)) rotator_clear_ramp(r.rotator);
   uint32_t num_audible = 0;
   for (uint32_t s = 0; s < m->num_sources; ++s) {
     if (is_audible(m->sources[s])) m->audible[num_audible++] = block.inputs[s];
@@ -145,7 +152,7 @@ uint32_t init(const ubr_t& r, void** memory) {
   m->audible = alloc_zeroed<const float*>(m->num_sources);
   m->hrirs.spectra = alloc_aligned<float>(count_folded_floats(m->num_sources));
   if (!m->sources || !m->gains || !m->audible || !m->hrirs.spectra) return UBR_NO_MEMORY;
-  if (!r.rotator) return UBR_OK;
+  if (!rotator_of(r)) return UBR_OK;
   m->rotation = alloc_zeroed<float>(r.rotator->padded_channels, r.rotator->padded_channels);
   return m->rotation ? UBR_OK : UBR_NO_MEMORY;
 }
