@@ -3,6 +3,7 @@
 
 import json
 import sys
+import tempfile
 import unittest
 from pathlib import Path
 
@@ -15,7 +16,7 @@ from measure import charts, decay, ears, erb, levels, sine, sphere
 from measure.constants import SAMPLE_RATE_HZ
 from measure.random import Random
 from rooms import measures
-from validate import geometry
+from validate import geometry, other_tables
 from validate.limits import Limit, limits
 from validate.report import Report
 from validate.room_model import Room, echoes
@@ -34,6 +35,8 @@ class SineTest(unittest.TestCase):
         self.assertAlmostEqual(-40.0, sine.beside_db(near + tone(5000.0, 0.005), 997.0, 300.0, RATE_HZ), delta=0.1)
         frequencies, level_db = sine.spectrum_curve(tone(5000.0, 0.005), RATE_HZ, 100.0, 24)
         self.assertAlmostEqual(5000.0, frequencies[level_db.argmax()], delta=RATE_HZ / 16384)
+        both = np.stack([near, tone(997.0, 0.1) + tone(5000.0, 0.002)])
+        self.assertAlmostEqual(-48.0, sine.largest_beside_db(both, 997.0, 300.0, RATE_HZ), delta=0.1)
 
 
 class EarsTest(unittest.TestCase):
@@ -70,6 +73,28 @@ class EarsTest(unittest.TestCase):
         self.assertAlmostEqual(-12.04, levels.difference_db(sound[:, :1], sound), delta=0.01)  # the shorter is silent
         other[0, 1] = np.nan
         self.assertTrue(np.isnan(levels.difference_db(other, sound)))
+
+
+class OtherTablesTest(unittest.TestCase):
+    def test_reads_responses_with_delays_and_blends_neighbours(self):
+        counts, taps = (1, 4, 1), 4  # one ear below, around and above
+        head = b"MinPHR02" + RATE_HZ.to_bytes(4, "little") + bytes((1, 0, taps, 1, 0, 0, len(counts), *counts))
+        gains = [0.0, 0.5, 0.25, -0.5, 0.125, 0.0]  # around: ahead, right, behind, left
+        samples = b"".join(round(gain * 2**23).to_bytes(3, "little", signed=True) + bytes(3 * (taps - 1)) for gain in gains)
+        with tempfile.TemporaryDirectory() as folder:
+            path = Path(folder) / "table.mhr"
+            path.write_bytes(head + samples + bytes((0, 10, 20, 10, 30, 0)))
+            table = other_tables.openal(path)
+            path.write_bytes(b"MinPHR03" + head[8:] + samples)
+            for unreadable in (path, path.with_name("none.mhr")):
+                with self.assertRaises(other_tables.Unreadable):
+                    other_tables.openal(unreadable)
+        ears_at = lambda azimuth, elevation: table.respond(np.radians([azimuth]), np.radians([elevation]))[0]
+        for azimuth, elevation, places, values in ((0.0, 0.0, (10, 10), (0.5, 0.5)), (90.0, 0.0, (30, 20), (0.125, 0.25)),
+                                                   (-45.0, 0.0, (15, 20), (0.375, 0.3125)), (0.0, 45.0, (5, 5), (0.25, 0.25))):
+            for response, place, value in zip(ears_at(azimuth, elevation), places, values):
+                self.assertAlmostEqual(value, response[other_tables.OPENAL_LEAD + place], delta=1e-6)
+                self.assertAlmostEqual(value**2, (response**2).sum(), delta=1e-6)
 
 
 class DecayTest(unittest.TestCase):

@@ -9,6 +9,7 @@ from . import voices
 FLOOR_DB = -70.0
 REVERB_ALONE_S = 0.05  # the last early reflection has come by then
 STEP_S = 0.002
+LAST_S = 0.3
 
 
 def differences(title, y, heard, values, decimals):
@@ -25,18 +26,18 @@ def differences(title, y, heard, values, decimals):
 
 def room(response):
     """How the response (2, frames) to an impulse from the front left dies away, and the line that its time is of."""
-    chart = charts.Chart("The room after an impulse from the front left", charts.Axis("time after the impulse (s)", 0.0, 0.5, 0.1),
+    chart = charts.Chart("The room after an impulse from the front left", charts.Axis("time after the impulse (s)", 0.0, LAST_S, 0.05),
                          charts.Axis("energy still to come (dB)", FLOOR_DB, 0.0, 10.0), charts.WIDE)
     for name, colour, ear in zip(("left", "right"), (charts.LEFT, charts.RIGHT), response):
         seconds, level_db = decay.curve(ear, voices.RATE_HZ, round(STEP_S * voices.RATE_HZ))
         shown = level_db >= FLOOR_DB
         chart.line(seconds[shown], level_db[shown], colour)
-        fit = decay.fit(seconds, level_db, decay.T20, REVERB_ALONE_S)
+        fit = decay.fit(seconds, level_db, decay.EDT, REVERB_ALONE_S)
         if fit is None:
-            raise ValueError("the room's response does not fall by 25 dB")
-        chart.line([0.0, 0.5], fit.level_db([0.0, 0.5]), colour, f"{name} ear: T20 {fit.time_s:.2f} s", dashed=True, width=1.0)
-    chart.words(0.36, -4.0, f"dashed: fitted where the tail is alone, from 5 to 25 dB below its level at {REVERB_ALONE_S:g} s.")
-    chart.words(0.36, -8.0, f"T20 is the time in which such a line falls by 60 dB (ISO 3382-1); the tail itself ends at {seconds[-1]:.1f} s.")
+            raise ValueError("the room's response does not fall by 10 dB")
+        chart.line([0.0, LAST_S], fit.level_db([0.0, LAST_S]), colour, f"{name} ear: EDT {fit.time_s:.2f} s", dashed=True, width=1.0)
+    chart.words(0.6 * LAST_S, -4.0, f"dashed: fitted where the tail is alone, to the first 10 dB that it falls from {REVERB_ALONE_S:g} s on.")
+    chart.words(0.6 * LAST_S, -8.0, f"EDT is the time in which such a line falls by 60 dB (ISO 3382-1); the tail itself ends after {seconds[-1]:.2f} s.")
     return chart
 
 

@@ -25,9 +25,10 @@ def spectrum(samples, rate_hz):
 
     F. J. Harris, "On the use of windows for harmonic analysis with the discrete Fourier transform", Proc. IEEE 66, 1978.
     """
-    window = signal.windows.blackmanharris(len(samples), sym=False)
+    frames = np.shape(samples)[-1]
+    window = signal.windows.blackmanharris(frames, sym=False)
     power = np.abs(np.fft.rfft(window * np.asarray(samples, float))) ** 2
-    return np.fft.rfftfreq(len(samples), 1.0 / rate_hz), power_db(power / power.max())
+    return np.fft.rfftfreq(frames, 1.0 / rate_hz), power_db(power / power.max())
 
 
 def beside_db(samples, hz, beside_hz, rate_hz):
@@ -35,6 +36,12 @@ def beside_db(samples, hz, beside_hz, rate_hz):
     frequencies, level_db = spectrum(samples, rate_hz)
     power = 10.0 ** (0.1 * level_db)
     return float(power_db(power[np.abs(frequencies - hz) > beside_hz].sum() / power.sum()))
+
+
+def largest_beside_db(samples, hz, beside_hz, rate_hz):
+    """The strongest component further than `beside_hz` from a sine against the sine, in dB; of (..., frames) of them all."""
+    frequencies, level_db = spectrum(samples, rate_hz)
+    return float(level_db[..., np.abs(frequencies - hz) > beside_hz].max())
 
 
 def spectrum_curve(samples, rate_hz, lowest_hz, steps_per_octave):

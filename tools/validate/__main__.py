@@ -53,7 +53,8 @@ def main():
         ("measured", f"{datetime.datetime.now():%Y-%m-%d %H:%M} on {platform.machine()}, {platform.system()}"),
     ]  # fmt: skip
     table = limits(subject.layouts)
-    report = Report([check(subject, table) for check in checks.ALL], table, about)
+    report = Report([check(subject, table) for check in checks.ALL], table, about,
+                    subject.other_tables, subject.missing_tables)
     arguments.folder.mkdir(parents=True, exist_ok=True)
     (arguments.folder / "index.html").write_text(report.page())
     (arguments.folder / "report.json").write_text(report.json())

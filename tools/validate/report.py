@@ -13,9 +13,11 @@ SUMMARY = ("latency", "ears", "loudspeakers", "reverb", "noise")  # sections who
 class Report:
     """What all sections found, against all limits."""
 
-    def __init__(self, sections, limits, about):
-        """`about` are pairs of names and values for the head of the page: what was measured, and when."""
-        self.sections, self.about = sections, about
+    def __init__(self, sections, limits, about, tables=(), missing_tables=()):
+        """`about` are pairs of names and values for the head of the page: what was measured, and when; `tables` are the
+        other_tables beside the library's, and `missing_tables` lines about those that are not to be had."""
+        self.sections, self.about, self.tables, self.missing_tables = sections, about, tables, missing_tables
+        self.others = {name: values for section in sections for name, values in section.others.items()}
         self.figures = [figure for section in sections for figure in section.figures]
         self.missed = [figure for figure in self.figures if not figure.kept]
         measured = {figure.limit.id for figure in self.figures}
@@ -28,8 +30,10 @@ class Report:
         return not self.missed and not self.unmeasured
 
     def json(self):
-        """{"passed": ..., "figures": [{"id", "what", "unit", "value", "at_least", "at_most", "passed"}]}"""
-        return json.dumps({"passed": self.passed, "figures": [figure.as_json() for figure in self.figures]},
+        """{"passed": ..., "figures": [{"id", "what", "unit", "value", "at_least", "at_most", "passed"}],
+        "other_tables": {id: {table: value}}}"""
+        figures = [figure.as_json() for figure in self.figures]
+        return json.dumps({"passed": self.passed, "figures": figures, "other_tables": self.others},
                           indent=2, ensure_ascii=False, allow_nan=False) + "\n"  # fmt: skip
 
     def page(self):

@@ -40,12 +40,17 @@ class Section:
     figures: list = field(default_factory=list)
     pictures: list = field(default_factory=list)
     summary: list = field(default_factory=list)  # pictures for the head of the page
+    others: dict = field(default_factory=dict)  # what other tables give: {id of a figure: {name of a table: value}}
 
     def add(self, what, value):
         """Adds the figure `id`.`what` and returns its limit. Raises KeyError where there is none."""
         limit = self.limits[f"{self.id}.{what}"]
         self.figures.append(Figure(limit, float(value)))
         return limit
+
+    def compare(self, what, name, value):
+        """Adds what the table of this name gives where the library has the figure `id`.`what`; it has no limit."""
+        self.others.setdefault(self.limits[f"{self.id}.{what}"].id, {})[name] = float(value)
 
     def draw(self, chart, summary=False):
         """Adds a picture of a chart, which the summary at the head of the page may show as well."""

@@ -6,9 +6,14 @@ import numpy as np
 import orvane
 from orvane import Rows, ffi, lib
 
+from measure import sphere
+
+from . import other_tables as _other_tables
+
 rate_hz = orvane.SAMPLE_RATE
 layouts = tuple(orvane.LAYOUTS)
 library_path = orvane.LIBRARY_PATH
+other_tables, missing_tables = _other_tables.read()
 
 RESPONSE_FRAMES = 512  # more than any response of the ears without a room
 
@@ -67,6 +72,13 @@ class Bed:
 
 
 bed = Bed  # a function of the subject, as the others are
+
+
+def directions_deg(layout):
+    """Azimuths and elevations of a layout's loudspeakers without LFE, (loudspeakers, 2), in degrees."""
+    speakers = zip(orvane.LAYOUTS[layout].channels, orvane.LAYOUTS[layout].positions)
+    positions = [position for name, position in speakers if not name.startswith("LFE")]
+    return np.degrees(np.transpose(sphere.directions_of(positions)))
 
 
 def encode(signals, directions, order):

@@ -20,6 +20,7 @@ ROOMS = [
     Room((3.2, 12.0, 5.5), (0.05, 0.15, 0.9, 0.35, 0.6, 0.45), (-0.3, 3.0, 3.1)),
 ]
 DRAWN_ROOM = ROOMS[1]
+LABEL_MS = 4.0  # echoes closer than that have their names at different heights
 WALLS = ("front", "back", "left", "right", "ceiling", "floor")
 AXES = (("length", "x"), ("width", "y"), ("height", "z"))
 FRONT_LEFT = np.radians((45.0, 0.0))  # of 7.1
@@ -82,9 +83,12 @@ def draw_echoes(subject):
         direction = np.transpose(field.loudspeakers)[1]
         found = response(field, direction)[0].astype(float)
     delays, gains, _ = echoes(DRAWN_ROOM, *direction, subject.rate_hz)
-    for wall, delay, gain in zip(WALLS, 1000.0 * delays / subject.rate_hz, gains):
-        chart.upright(delay, charts.REFERENCE, top=power_db(gain**2))
-        chart.words(delay, power_db(gain**2), wall, down=-8.0)
+    raised, before = 0.0, -np.inf
+    for delay, level_db, wall in sorted(zip(1000.0 * delays / subject.rate_hz, power_db(gains**2), WALLS)):
+        raised = 11.0 if delay - before < LABEL_MS and not raised else 0.0  # where two labels would meet
+        before = delay
+        chart.upright(delay, charts.REFERENCE, top=level_db)
+        chart.words(delay, level_db, wall, down=-8.0 - raised)
     at = np.flatnonzero(np.abs(found) > QUIET)
     chart.dots(1000.0 * at / subject.rate_hz, power_db(found[at] ** 2), charts.LEFT, "dots: rendered; lines: geometry")
     return chart
