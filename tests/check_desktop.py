@@ -13,10 +13,12 @@ import pathlib
 import re
 import shutil
 import signal
+import socket
 import struct
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import warnings
 
@@ -217,6 +219,8 @@ def check_plays(desktop, sink, layout, *options, measure=difference, limit=kExac
     raise AssertionError(f"{dict(zip(names, errors))}\n{desktop.logs()}")
 
 
+kOscPort = "9377"
+kLive = "orvane-live"
 kSink = "orvane-headphones-7.1"
 
 
@@ -238,7 +242,104 @@ def filter_chain_at_44100(build, folder):
         check_plays(desktop, kSink, "7.1", "--dry", measure=level_difference, limit=kResampledDb)
 
 
-kChecks = {check.__name__: check for check in (filter_chain, filter_chain_at_44100)}
+@contextlib.contextmanager
+def flood_of_garbage(port):
+    """Sends random packets, and some that begin like a message, until its end; yields how many, in a list."""
+    random = numpy.random.default_rng(2)
+    packets = [random.bytes(int(size)) for size in random.integers(1, 600, 50)]
+    packets += [b"/ypr\0\0\0\0,fff\0\0\0\0" + random.bytes(int(size)) for size in random.integers(0, 11, 50)]
+    sent, ended = [0], threading.Event()
+
+    def send():
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as out:
+            while not ended.wait(0.01):
+                for packet in packets:
+                    out.sendto(packet, ("127.0.0.1", port))
+                    sent[0] += 1
+
+    thread = threading.Thread(target=send)
+    thread.start()
+    try:
+        yield sent
+    finally:
+        ended.set()
+        thread.join()
+
+
+def start_live(desktop, *options):
+    """orvane-live as a sink, dry."""
+    desktop.start("orvane-live", desktop.build / "orvane-live", "--sink", "--dry", "--osc-port", kOscPort, *options)
+    desktop.wait_for("the sink", lambda: desktop.node(kLive))
+    desktop.wait_for("the ears", lambda: f"{kLive}.ears:output_FR" in desktop.links())
+
+
+def live_sink(build, folder):
+    """orvane-live as a sink: every channel, the head from a tracker, garbage from the network, its end."""
+    with Desktop(build, folder) as desktop:
+        start_live(desktop)
+        check_plays(desktop, kLive, "7.1", "--dry")
+        desktop.run("oscsend", "localhost", kOscPort, "/ypr", "fff", "90", "0", "0", check=True)
+        check_plays(desktop, kLive, "7.1", "--dry", "--pose", "90,0,0")
+        with flood_of_garbage(int(kOscPort)) as sent:
+            check_plays(desktop, kLive, "7.1", "--dry", "--pose", "90,0,0")
+        print(f"  {sent[0]} packets of garbage meanwhile")
+        assert desktop.stop("orvane-live") == 0, desktop.logs()
+        assert desktop.node(kLive) is None
+        print(f"  {desktop.log('orvane-live').splitlines()[-1]}")
+
+
+def live_sink_at_44100(build, folder):
+    """The same with 12 channels in a graph of 44.1 kHz: levels at both ears."""
+    with Desktop(build, folder, rate=44100) as desktop:
+        start_live(desktop, "--layout", "7.1.4")
+        check_plays(desktop, kLive, "7.1.4", "--dry", measure=level_difference, limit=kResampledDb)
+
+
+def live_sink_survives(build, folder):
+    """orvane-live as a sink: a hold-up, other periods, itself the default, suspension, loss of the output, restart of
+    the server."""
+    with Desktop(build, folder) as desktop:
+        write_bed(f"{folder}/bed.wav", "7.1")
+        start_live(desktop)
+        desktop.start("player", "pw-play", "--target", kLive, f"{folder}/bed.wav")
+        time.sleep(0.5)
+        desktop.processes["orvane-live"].send_signal(signal.SIGSTOP)
+        time.sleep(0.5)
+        desktop.processes["orvane-live"].send_signal(signal.SIGCONT)
+        desktop.wait_for("a line of what was lost",
+                         lambda: re.search(r"^lost +[1-9]\d* skipped", desktop.log("orvane-live"), re.M))
+        desktop.stop("player")
+
+        desktop.run("pw-metadata", "-n", "settings", "0", "clock.force-quantum", "1500", check=True)
+        check_plays(desktop, kLive, "7.1", "--dry")
+        desktop.run("pw-metadata", "-n", "settings", "0", "clock.force-quantum", "0", check=True)
+
+        desktop.run("wpctl", "set-default", desktop.node(kLive), check=True)
+        time.sleep(1)
+        check_plays(desktop, kLive, "7.1", "--dry")
+
+        desktop.wait_for("suspension", lambda: "suspended" in desktop.run("pw-cli", "info", desktop.node(kLive)).stdout)
+        check_plays(desktop, kLive, "7.1", "--dry")
+
+        desktop.run("pw-cli", "create-node", "adapter", "{ factory.name=support.null-audio-sink node.name=other "
+                    "media.class=Audio/Sink object.linger=true audio.position=[FL FR] }", check=True)
+        desktop.wait_for("another output", lambda: desktop.node("other"))
+        desktop.run("pw-cli", "destroy", desktop.node("headphones"), check=True)
+        desktop.wait_for("the ears at the other output", lambda: re.search(
+            rf"{kLive}.ears:output_FL\n *\|-> other:playback_FL", desktop.links()))
+
+        desktop.stop("wireplumber")
+        desktop.stop("pipewire", signal.SIGKILL)
+        desktop.wait_for("notice of the loss", lambda: "1 server gone" in desktop.log("orvane-live"))
+        desktop.start_server()
+        desktop.wait_for("the sink, again", lambda: desktop.node(kLive))
+        desktop.wait_for("the ears, again", lambda: f"{kLive}.ears:output_FR" in desktop.links())
+        check_plays(desktop, kLive, "7.1", "--dry")
+        assert desktop.stop("orvane-live") == 0, desktop.logs()
+
+
+kChecks = {check.__name__: check for check in (filter_chain, filter_chain_at_44100, live_sink, live_sink_at_44100,
+                                               live_sink_survives)}
 
 
 def main():

@@ -52,4 +52,5 @@ END
 bundle=$(dirname "$(find "$root/usr/lib" -path '*orvane.lv2/manifest.ttl')")
 chroot "$root" /usr/bin/python3 -c "import ctypes; ctypes.CDLL('${bundle#"$root"}/orvane.so').lv2_descriptor"
 grep -q urn:orvane:headphones:7.1 "$root/usr/share/orvane/pipewire/orvane-7.1.conf"
+grep -q 'ExecStart=/usr/bin/orvane-live --sink' "$root/usr/lib/systemd/user/orvane-sink.service"
 echo "the packages are complete"

@@ -9,6 +9,7 @@
 #include "tools/live/engine.h"
 #include "tools/live/jack_client.h"
 #include "tools/live/osc_receiver.h"
+#include "tools/live/sink_run.h"
 #include "tools/render/audio_input.h"
 #include "tools/render/decibels.h"
 #include "tools/render/interrupt.h"
@@ -94,6 +95,12 @@ void live_run(const Options& options) {
   Engine engine(&effect, plan, player ? &*player : nullptr, &poses,
                 static_cast<float>(render::decibels_to_factor(options.gain_db)));
 
+  if (options.sink) {
+    const OscReceiver osc(options.osc_port, HeadMessages(start, options.scene), &poses,
+                          options.verbose);
+    sink_run(options, plan, &engine, osc.port());
+    return;
+  }
   JackClient jack(options.name, options.server);
   jack.add_ports(input_names(options, plan));
   engine.set_period(jack.period_frames());

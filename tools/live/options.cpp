@@ -9,6 +9,7 @@ namespace live {
 namespace {
 
 constexpr int kOscPort = 9000;
+constexpr char kSinkLayout[] = "7.1";
 
 constexpr char kDescription[] =
     "Renders a loudspeaker bed (5.1 to 22.2) for headphones through JACK, with a head that is\n"
@@ -43,11 +44,18 @@ void add_osc(CLI::App* app, Options* options) {
       "/SceneRotator messages carry the turn of the head");
 }
 
+void add_sink(CLI::App* app, Options* options) {
+  app->add_flag("--sink", options->sink,
+                "Be an output of the desktop, through PipeWire: 7.1, or as --layout says")
+      ->excludes("BED");
+}
+
 void add_jack(CLI::App* app, Options* options) {
-  app->add_option("--name", options->name, "Name of the JACK client")
+  app->add_option("--name", options->name, "Name of the JACK client or the sink")
       ->type_name("NAME")
       ->default_val("orvane-live");
-  app->add_option("--server", options->server, "Name of the JACK server")->type_name("NAME");
+  app->add_option("--server", options->server, "Name of the JACK or PipeWire server")
+      ->type_name("NAME");
   app->add_flag_callback(
       "--no-connect", [=] { options->connect = false; }, "Leave the outputs unconnected");
 }
@@ -68,9 +76,11 @@ std::optional<Options> options_parse(int argc, char** argv, int* exit_status) {
   render::decibels_option_add(&app, "--lfe-gain", &options.channels.lfe_gain_db,
                               "Gain of the LFE channels");
   add_jack(&app, &options);
+  add_sink(&app, &options);
   render::program_options_add(&app, &options.library, &options.verbose,
                               "the logs of effect and JACK, and ignored OSC messages");
   app.callback([&options] {
+    if (options.sink && options.channels.layout.empty()) options.channels.layout = kSinkLayout;
     if (options.bed.empty() && options.channels.layout.empty()) {
       throw CLI::ValidationError("--layout", "is needed without a BED");
     }

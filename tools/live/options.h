@@ -24,6 +24,7 @@ struct Options {
   std::string name;    // of the client
   std::string server;  // empty: the default one
   bool connect = true;
+  bool sink = false;    // of the desktop, instead of a JACK client
   std::string library;  // empty: search for it
   bool verbose = false;
 };
