@@ -81,5 +81,13 @@ def instructions(results):
                 table(["between blocks", "thousand instructions"], changes) if changes else "")
 
 
+def programs(results, threads):
+    """A table of whole programs."""
+    head = ["x real time", "1 thread", f"{threads} threads", "faster by", "processor s, 1 thread"]
+    return table(head, [[name, f"{m['realtime']:.0f}", f"{m['realtime_threads']:.0f}",
+                         significant(m["realtime_threads"] / m["realtime"]), significant(m["processor_s"])]
+                        for name, m in results.items()])
+
+
 def join(*parts):
     return "\n\n".join(part for part in parts if part)

@@ -4,6 +4,7 @@ import sys
 
 import limits
 import measurements
+import programs
 import report
 
 
@@ -15,6 +16,8 @@ def arguments():
     parser.add_argument("--check", action="store_true",
                         help="measure what bench/limits.json limits, with kernels kept to AVX2, "
                         "and fail where a limit is exceeded")
+    parser.add_argument("--programs", action="store_true",
+                        help="time whole runs of orvane-render instead")
     parser.add_argument("--avx2", action="store_true", help="keep the kernels to AVX2")
     parser.add_argument("filter", nargs="?", default=".*",
                         help="measure only names that this regular expression matches")
@@ -23,6 +26,9 @@ def arguments():
 
 def main():
     args = arguments()
+    if args.programs:
+        print(report.programs(*programs.measure()))
+        return 0
     name_filter = limits.name_filter(args.instructions) if args.check else args.filter
     if args.instructions:
         results, context = measurements.count_instructions(name_filter)

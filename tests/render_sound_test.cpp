@@ -1,5 +1,6 @@
 // What orvane-render makes of a bed, heard in the files that it writes.
 #include <cmath>
+#include <random>
 #include <sstream>
 
 #include "room/shoebox.h"
@@ -67,6 +68,29 @@ TEST_F(RenderedSoundTest, TrajectoryTurnsTheHeadOnTime) {
   const std::vector<float> posed = read("out.wav");
   ASSERT_EQ(posed.size(), still.size());
   for (size_t i = 0; i < posed.size(); ++i) ASSERT_NEAR(posed[i], still[i], 1e-6f) << i;
+}
+
+TEST_F(RenderedSoundTest, SoundsTheSameWithEveryNumberOfThreads) {
+  std::vector<float> bed(6 * 16 * 44100);
+  std::minstd_rand random;
+  for (float& sample : bed) sample = 1e-10f * static_cast<float>(random());
+  write("bed.wav", "5.1", 44100, bed);
+  std::ofstream(path("turn.csv")) << "\xEF\xBB\xBFTime, Yaw ,PITCH,roll\r\n0,0,0,0\n20,720,30,5\n";
+  for (const std::string arguments :
+       {"--preset hall --trajectory turn.csv", "--pose 30,0,0 --reflections 2 --block 333",
+        "--dry --trajectory turn.csv --block 700 --loudness -20 --measure"}) {
+    ASSERT_EQ(0, run("bed.wav one.wav --threads 1 " + arguments)) << errors_;
+    EXPECT_EQ(arguments.find("turn") != std::string::npos,
+              errors_.find("turn.csv: note: turns by 720 degrees") != std::string::npos);
+    ASSERT_EQ(0, run("bed.wav three.wav --threads 3 " + arguments)) << errors_;
+    EXPECT_TRUE(read("one.wav") == read("three.wav")) << arguments;
+  }
+  // What is wrong with a late sample ends all threads.
+  bed[6 * 15 * 44100] = NAN;
+  write("bed.wav", "5.1", 44100, bed);
+  EXPECT_EQ(1, run("bed.wav out.wav --dry --threads 3"));
+  EXPECT_NE(errors_.find("frame 661500, channel 1 of 6"), std::string::npos) << errors_;
+  EXPECT_TRUE(holds_only({"bed.wav", "turn.csv", "one.wav", "three.wav", "log", "errors"}));
 }
 
 // The fade of a block runs straight between two poses; a head that turned in steps of 10 ms would

@@ -60,8 +60,13 @@ std::unique_ptr<AudioInput> open_file(const InputRequest& request) {
   // Such files hold sound that libsndfile does not know, for instance AC-3 in WAV.
   try {
     return std::make_unique<FfmpegInput>(request, nullptr);
-  } catch (const Failure&) {
-    throw std::runtime_error(reason);
+  } catch (const Failure& failure) {
+    std::string other = failure.what();
+    for (const std::string& beginning :
+         {request.path + ": ", std::string("cannot be read as audio: ")}) {
+      if (other.starts_with(beginning)) other.erase(0, beginning.size());
+    }
+    throw std::runtime_error(reason + "; " + other);
   }
 }
 
@@ -101,8 +106,8 @@ std::unique_ptr<AudioInput> audio_input_open(const InputRequest& request) {
   const int fd = open_path(request.path, &is_regular);
   if (!is_regular || request.raw) return open_pipe(request, fd);
   const std::string begin = first_bytes(fd);
-  // libsndfile 1.2.0 takes the float samples of FFmpeg's W64 files for integers.
-  if (begin.starts_with("riff")) return open_pipe(request, fd);
+  // libsndfile 1.2.0 takes the float samples of FFmpeg's W64 files for integers and knows no BW64.
+  if (begin.starts_with("riff") || begin.starts_with("BW64")) return open_pipe(request, fd);
   close(fd);
   refuse_playlist(request.path, begin);
   return open_file(request);

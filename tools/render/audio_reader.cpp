@@ -29,7 +29,9 @@ int open_regular(const std::string& path) {
 
 SNDFILE* open_audio(const std::string& path, int fd, SF_INFO* info) {
   SNDFILE* file = sf_open_fd(fd, SFM_READ, info, SF_TRUE);
-  if (!file) throw Failure(path, std::string("cannot be read as audio: ") + sf_strerror(nullptr));
+  if (!file)
+    throw Failure(path,
+                  std::string("cannot be read as audio: libsndfile says: ") + sf_strerror(nullptr));
   return file;
 }
 

@@ -1,5 +1,6 @@
 #include "tools/render/interrupt.h"
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <initializer_list>
@@ -7,7 +8,8 @@
 namespace render {
 namespace {
 
-volatile std::sig_atomic_t g_signal = 0;
+std::atomic<int> g_signal = 0;  // a handler writes it, several threads look at it
+static_assert(std::atomic<int>::is_always_lock_free);
 
 void remember(int signal) { g_signal = signal; }
 

@@ -11,6 +11,8 @@
 namespace render {
 namespace {
 
+constexpr size_t kMostThreads = 64;
+
 constexpr char kDescription[] =
     "Renders a loudspeaker bed (5.1 to 22.2) for headphones with the Spatializer effect.\n"
     "`orvane-render identify` lets one loudspeaker sound after the other, and\n"
@@ -134,6 +136,10 @@ void add_program(CLI::App* app, Options* options) {
       ->check(CLI::Range(size_t{1}, kEffectMaxFrames).description(""))
       ->type_name("1..." + std::to_string(kEffectMaxFrames))
       ->default_val(kEffectMaxFrames);
+  app->add_option("--threads", options->threads,
+                  "Threads that render; default one for each processor. OUT is the same")
+      ->check(CLI::Range(size_t{1}, kMostThreads).description(""))
+      ->type_name("N");
   program_options_add(app, &options->library, &options->verbose, "the effect's log");
 }
 

@@ -42,6 +42,7 @@ struct Options {
   bool replace = false;   // a film loses the stream that was rendered
   bool bed_only = false;  // identify: OUT is the bed itself
   size_t block_frames = 0;
+  size_t threads = 0;   // that render; 0: one for each processor
   bool strict = false;  // what is a warning else ends with exit status 1
   bool verbose = false;
 };

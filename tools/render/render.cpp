@@ -182,6 +182,7 @@ Report render_bed(const Options& options, Bed& bed, const OutputSource& source) 
   const std::unique_ptr<AudioOutput> output =
       open_output(options, expected > skip ? expected - skip : 0, source);
   print_room_notice(options);
+  if (!pass.notice().empty()) print_notice(options.trajectory, pass.notice());
 
   Report report;
   report.output = options.output;

@@ -12,7 +12,7 @@ struct soxr;
 
 namespace render {
 
-// soxr's converter for interleaved floats: linear phase, very high quality (28 bits). `subject`
+// soxr's converter for interleaved floats: linear phase, high quality (20 bits). `subject`
 // names the file in a Failure. For soxr_delete().
 soxr* resampler_create(const std::string& subject, double input_rate_hz, double output_rate_hz,
                        size_t channels);

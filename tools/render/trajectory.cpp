@@ -1,6 +1,7 @@
 #include "tools/render/trajectory.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <utility>
 
@@ -33,18 +34,22 @@ Rotation from_rotation_vector(const std::vector<double>& row) {
 struct Trajectory::Format {
   std::vector<std::string_view> columns;
   Rotation (*head)(const std::vector<double>& row);
+  bool are_angles = false;
 
   static const Format& of(std::string_view header) {
     static const Format formats[] = {
         {{"time", "yaw", "pitch", "roll"},
          [](const std::vector<double>& row) {
            return pose_rotation({.yaw_deg = row[1], .pitch_deg = row[2], .roll_deg = row[3]});
-         }},
+         },
+         true},
         {{"time", "qw", "qx", "qy", "qz"}, from_quaternion},
         {{"time", "rx", "ry", "rz"}, from_rotation_vector},
     };
+    std::string lower(header);
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     for (const Format& format : formats) {
-      if (text_split(header, ',') == format.columns) return format;
+      if (text_split(lower, ',') == format.columns) return format;
     }
     throw BadText(
         "expected time,yaw,pitch,roll or time,qw,qx,qy,qz or time,rx,ry,rz as the first line");
@@ -70,7 +75,21 @@ void Trajectory::add_row(const Format& format, std::string_view text) {
   if (!rows_.empty() && !(time_s > rows_.back().time_s)) {
     throw BadText(text_format("time %g does not follow %g", time_s, rows_.back().time_s));
   }
+  if (!rows_.empty() && format.are_angles) note_full_turn(time_s, *row);
+  last_row_ = *row;
   rows_.push_back({time_s, format.head(*row)});
+}
+
+// Up to a full turn the angles may be those of a tracker, which jump from 180 to -180.
+void Trajectory::note_full_turn(double time_s, const std::vector<double>& row) {
+  constexpr double kFullTurn = 360.0;
+  for (size_t i = 1; i < row.size(); ++i) {
+    const double turn = row[i] - last_row_[i];
+    if (std::fabs(turn) < kFullTurn || !notice_.empty()) continue;
+    notice_ = text_format(
+        "turns by %g degrees up to %g s: it takes the shorter way round, give lines in between",
+        turn, time_s);
+  }
 }
 
 Rotation Trajectory::at(double seconds) const {

@@ -24,6 +24,9 @@ class Trajectory {
   // round; before the first and after the last row as they say.
   Rotation at(double seconds) const;
 
+  // What is turned otherwise than its angles say; empty: nothing.
+  const std::string& notice() const { return notice_; }
+
  private:
   struct Row {
     double time_s;
@@ -32,8 +35,11 @@ class Trajectory {
   struct Format;
 
   void add_row(const Format& format, std::string_view text);
+  void note_full_turn(double time_s, const std::vector<double>& row);
 
   std::vector<Row> rows_;
+  std::vector<double> last_row_;
+  std::string notice_;
 };
 
 }  // namespace render
