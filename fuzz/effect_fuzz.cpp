@@ -4,6 +4,7 @@
 
 #include "fuzz/effect_instance.h"
 #include "fuzz/input.h"
+#include "fuzz/steps.h"
 #include "renderer/parameters.h"
 #include "tests/support/log_capture.h"
 
@@ -270,9 +271,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
   const LogCapture log;
   Instance instances[2];
+  begin_steps({data, size});
   for (int work = 0; work < kMaxWork && !input.ended(); ++work) {
+    note_step(input);
     step(&input, &instances[input.below(4) == 3], &work);
   }
+  note_step(input);
   require_no_failure(log);
   return 0;
 }

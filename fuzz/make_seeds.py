@@ -222,7 +222,7 @@ def modules_seeds():
         "shoebox": b"\4" + b"".join(large(v) for v in (2, 5)) + (numbers * 3 + b"\1\3" + numbers * 3
                                                               + b"\1\1\0\1" + bytes(70)) * 2,
         "velvet-noise": (b"\5" + b"\0\1" + b"\1\x40\0" + b"\4" + (b"\x09\1\x30\0\0\0" + NOISE) * 3
-                         + b"\2\2" + small(0.1) + b"\5" + b"\x09\1\x20\0\1\0" + NOISE + b"\6"),
+                         + b"\2\2" + small(0.1) + b"\4" + b"\x09\1\x20\0\1\0" + NOISE + b"\5"),
         "copies": b"\6" + bytes([5, 9]) + b"abcdefghi" + b"\3",
         "matrices": b"\7" + b"\5\3" + NOISE + b"\4\7",
     }

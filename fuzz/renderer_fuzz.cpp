@@ -3,6 +3,7 @@
 #include "base/result.h"
 #include "fuzz/input.h"
 #include "fuzz/planar.h"
+#include "fuzz/steps.h"
 #include "renderer/ubr.h"
 
 namespace {
@@ -271,6 +272,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
   Renderer renderer;
   init(&input, &renderer);
-  for (int work = 0; work < kMaxWork && !input.ended(); ++work) step(&input, &renderer, &work);
+  begin_steps({data, size});
+  for (int work = 0; work < kMaxWork && !input.ended(); ++work) {
+    note_step(input);
+    step(&input, &renderer, &work);
+  }
+  note_step(input);
   return 0;
 }

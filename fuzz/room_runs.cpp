@@ -106,7 +106,7 @@ void run_velvet_noise(Input* input) {
   uint32_t* const generator = rng.data();
   vn_state_t state;
   require(vn_init(&state, &generator) == UBR_OK, "a reverberator is made");
-  state.max_decay_s = 0.3f;  // slow to prepare beyond
+  state.max_decay_s = 0.04f;  // slow to prepare beyond
   bool is_spoiled = false;
   for (int i = 0; i < kMaxSteps && !input->ended(); ++i) {
     const uint32_t action = input->below(10);
@@ -121,14 +121,14 @@ void run_velvet_noise(Input* input) {
       require(vn_set_buf_size(&state, size) == (fits ? UBR_OK : UBR_INVALID), "a block size");
     } else if (action < 4) {
       set_reverb(input, &state);
-    } else if (action < 6) {
+    } else if (action == 4) {
       const uint32_t code = vn_prepare_to_play(generator, &state);
       require(code != UBR_NO_MEMORY, "there is memory");
       is_spoiled &= code != UBR_OK;
-    } else if (action == 6) {
+    } else if (action == 5) {
       require(vn_reset(&state) == UBR_OK, "a tail is dropped");
       is_spoiled = false;
-    } else if (action == 7 && input->below(4) == 0) {
+    } else if (action == 6 && input->below(4) == 0) {
       require(vn_terminate(&state) == UBR_OK, "a reverberator ends");
     } else {
       reverberate(input, generator, &state, &is_spoiled);

@@ -25,7 +25,7 @@ uint32_t ubr_process_sources(ubr_t* renderer, const float* const* inputs, float*
 }
 
 uint32_t ubr_process_hoa(ubr_t* renderer, const float* const* inputs, float* const* outputs) {
-  if (!renderer) return UBR_MISSING;
+  if (!renderer || renderer->num_inputs == 0) return UBR_MISSING;  // nothing has been built
   const FlushSubnormals flush;
   return plain_render_ambisonics(*renderer, {inputs, outputs, renderer->frame_size});
 }

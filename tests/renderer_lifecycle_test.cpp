@@ -85,6 +85,15 @@ TEST(RendererLifecycleTest, ARotatorThatIsBuiltLaterTurnsNothingWithoutHeadTrack
   EXPECT_EQ(ears[0][1], ears[1][1]);
 }
 
+TEST(RendererLifecycleTest, AModuleThatIsBuiltAfterCleanUpRendersNoField) {
+  ubr_t r = {};
+  ASSERT_EQ(UBR_OK, ubr_init(&r, UBR_INPUT_AMBISONICS, 4, UBR_MODE_BINAURAL, 64, 1));
+  ASSERT_EQ(UBR_OK, ubr_cleanup(&r));  // input type and mode stay
+  ASSERT_EQ(UBR_OK, ubr_init_binauralizer(&r));
+  EXPECT_EQ(UBR_MISSING, ubr_process_hoa(&r, nullptr, nullptr));
+  ubr_cleanup(&r);
+}
+
 TEST(RendererLifecycleTest, AMissingOrUnconfiguredRendererIsSafeInEveryCall) {
   const float zero[3] = {};
   ubr_t unconfigured = {};
