@@ -72,6 +72,7 @@ set(CPACK_COMPONENTS_ALL library python)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME liborvane)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SUGGESTS "pipewire, wireplumber")
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "${PROJECT_DESCRIPTION}
 An Android audio effect that renders loudspeaker beds, 5.1 to 22.2, to two ears
 and turns them against the head. With the headers, a CMake package and a

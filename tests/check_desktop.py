@@ -66,7 +66,7 @@ def place_of(part, whole):
 class Desktop:
     """A session of PipeWire whose default output is a sink without hardware, "headphones"."""
 
-    def __init__(self, build, folder, rate=kRate, chains=()):
+    def __init__(self, build, folder, rate=kRate, other_rate="", chains=()):
         self.build, self.folder = build, pathlib.Path(folder)
         self.processes = {}
         self.environment = dict(os.environ, XDG_RUNTIME_DIR=folder, XDG_CONFIG_HOME=f"{folder}/config",
@@ -76,7 +76,7 @@ class Desktop:
         self.drop_ins.mkdir(parents=True, exist_ok=True)
         # Long periods: a machine that is busy with other tests keeps up with them.
         (self.drop_ins / "10-test.conf").write_text(f"""
-context.properties = {{ default.clock.rate = {rate} default.clock.allowed-rates = [ {rate} ]
+context.properties = {{ default.clock.rate = {rate} default.clock.allowed-rates = [ {rate} {other_rate} ]
   default.clock.quantum = 2048 default.clock.min-quantum = 2048 default.clock.max-quantum = 8192 }}
 context.objects = [ {{ factory = adapter args = {{ factory.name = support.null-audio-sink node.name = headphones
   media.class = Audio/Sink object.linger = true audio.position = [ FL FR ] }} }} ]
@@ -147,6 +147,10 @@ context.objects = [ {{ factory = adapter args = {{ factory.name = support.null-a
 
     def links(self):
         return self.run("pw-link", "-l").stdout
+
+    def hears(self, output):
+        """Whether the ears of orvane-live go there."""
+        return re.search(rf"{kLive}.ears:output_FL\n *\|-> {output}:playback_FL", self.links())
 
     def set(self, sink, **controls):
         """Controls of the plug-in in the filter chain."""
@@ -298,7 +302,7 @@ def live_sink_at_44100(build, folder):
 def live_sink_survives(build, folder):
     """orvane-live as a sink: a hold-up, other periods, itself the default, suspension, loss of the output, restart of
     the server."""
-    with Desktop(build, folder) as desktop:
+    with Desktop(build, folder, other_rate=44100) as desktop:
         write_bed(f"{folder}/bed.wav", "7.1")
         start_live(desktop)
         desktop.start("player", "pw-play", "--target", kLive, f"{folder}/bed.wav")
@@ -321,12 +325,17 @@ def live_sink_survives(build, folder):
         desktop.wait_for("suspension", lambda: "suspended" in desktop.run("pw-cli", "info", desktop.node(kLive)).stdout)
         check_plays(desktop, kLive, "7.1", "--dry")
 
+        desktop.run("pw-metadata", "-n", "settings", "0", "clock.force-rate", "44100", check=True)
+        check_plays(desktop, kLive, "7.1", "--dry", measure=level_difference, limit=kResampledDb)
+        desktop.run("pw-metadata", "-n", "settings", "0", "clock.force-rate", "0", check=True)
+
         desktop.run("pw-cli", "create-node", "adapter", "{ factory.name=support.null-audio-sink node.name=other "
                     "media.class=Audio/Sink object.linger=true audio.position=[FL FR] }", check=True)
-        desktop.wait_for("another output", lambda: desktop.node("other"))
-        desktop.run("pw-cli", "destroy", desktop.node("headphones"), check=True)
-        desktop.wait_for("the ears at the other output", lambda: re.search(
-            rf"{kLive}.ears:output_FL\n *\|-> other:playback_FL", desktop.links()))
+        other = desktop.wait_for("another output", lambda: desktop.node("other"))
+        desktop.run("wpctl", "set-default", other, check=True)
+        desktop.wait_for("the ears at the new default output", lambda: desktop.hears("other"))
+        desktop.run("pw-cli", "destroy", other, check=True)
+        desktop.wait_for("the ears at the output that is left", lambda: desktop.hears("headphones"))
 
         desktop.stop("wireplumber")
         desktop.stop("pipewire", signal.SIGKILL)

@@ -251,6 +251,34 @@ TEST_F(LiveProgramTest, FollowsTheHeadWithinOnePeriod) {
   EXPECT_LE(delays[kTurns / 2], kLong);  // on a busy machine one may be late
 }
 
+TEST_F(LiveProgramTest, PlaysOnWhenItsEarsAreConnectedAgain) {
+  write_bed("5.1", ORVANE_SAMPLE_RATE);
+  ASSERT_NO_FATAL_FAILURE(start_server(kPeriod));
+  JackProbe ears(0);
+  play("bed.wav --loop --no-reverb");
+  const auto is_heard = [&](bool heard) {
+    return wait_until([&] {
+      const size_t end = ears.recorded_frames();
+      return end > kPeriod && sounds(ears.recorded()[2 * end - 1]) == heard;
+    });
+  };
+  ASSERT_TRUE(is_heard(true));
+  jack_status_t status = {};
+  jack_client_t* hand = jack_client_open("hand", JackNoStartServer, &status);
+  ASSERT_NE(nullptr, hand);
+  const char* right = "orvane-live:right";
+  const char** inputs = jack_port_get_all_connections(hand, jack_port_by_name(hand, right));
+  ASSERT_NE(nullptr, inputs);
+  ASSERT_EQ(0, jack_disconnect(hand, right, inputs[0]));
+  EXPECT_TRUE(is_heard(false));
+  ASSERT_EQ(0, jack_connect(hand, right, inputs[0]));
+  EXPECT_TRUE(is_heard(true));
+  jack_free(inputs);
+  jack_client_close(hand);
+  live_->terminate();
+  EXPECT_EQ(0, live_->wait());
+}
+
 TEST_F(LiveProgramTest, RefusesWithOneLine) {
   write_bed("5.1", ORVANE_SAMPLE_RATE);
   const auto expect = [&](ChildProcess& live, int status, const std::string& reason) {

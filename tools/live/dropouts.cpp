@@ -15,14 +15,13 @@ std::string Dropouts::text() const {
   return text;
 }
 
-std::string DropoutReport::look(std::chrono::steady_clock::time_point now) {
+bool DropoutReport::is_due(const std::string& text, std::chrono::steady_clock::time_point now) {
   constexpr std::chrono::seconds kPause(1);
-  if (said_ != std::chrono::steady_clock::time_point() && now - said_ < kPause) return {};
-  const std::string text = dropouts_.text();
-  if (text == last_) return {};
+  if (said_ != std::chrono::steady_clock::time_point() && now - said_ < kPause) return false;
+  if (text == last_) return false;
   last_ = text;
   said_ = now;
-  return text;
+  return true;
 }
 
 }  // namespace live

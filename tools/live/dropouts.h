@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 namespace live {
 
@@ -38,14 +39,14 @@ class Dropouts {
 // Says what was lost when that has changed, once a second at most.
 class DropoutReport {
  public:
-  explicit DropoutReport(const Dropouts& dropouts) : dropouts_(dropouts) {}
+  // `text` is that of nothing lost.
+  explicit DropoutReport(std::string text) : last_(std::move(text)) {}
 
-  // A line for the user, or nothing.
-  std::string look(std::chrono::steady_clock::time_point now);
+  // `text` as it is now: whether to show it to the user.
+  bool is_due(const std::string& text, std::chrono::steady_clock::time_point now);
 
  private:
-  const Dropouts& dropouts_;
-  std::string last_ = Dropouts().text();
+  std::string last_;
   std::chrono::steady_clock::time_point said_ = {};
 };
 

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "tools/live/bed_player.h"
+#include "tools/live/dropouts.h"
 #include "tools/live/engine.h"
 #include "tools/live/jack_client.h"
 #include "tools/live/osc_receiver.h"
@@ -54,11 +55,24 @@ void print_start(const Options& options, const render::ChannelPlan& plan, const 
   std::fflush(stdout);
 }
 
+// What was lost so far, by cause.
+std::string losses_text(const JackClient& jack, const BedPlayer* player) {
+  std::string text = std::to_string(jack.xruns()) + " xruns";
+  if (player) text += ", " + std::to_string(player->missing_frames()) + " frames of the bed late";
+  return text;
+}
+
 // Returns when the bed has ended or the user wants an end.
 void wait_for_end(const JackClient& jack, const Engine& engine, const BedPlayer* player) {
+  DropoutReport report(losses_text(jack, player));
   try {
     while (!player || !player->finished()) {
       render::interrupt_check();
+      const std::string losses = losses_text(jack, player);
+      if (report.is_due(losses, std::chrono::steady_clock::now())) {
+        std::printf("lost    %s\n", losses.c_str());
+        std::fflush(stdout);
+      }
       jack.check();
       engine.check();
       if (player) player->check();

@@ -46,7 +46,7 @@ void sink_run(const Options& options, const render::ChannelPlan& plan, Engine* e
     engine->process(inputs, ears, FixedBlocks::kFrames);
   };
   Dropouts dropouts;
-  DropoutReport report(dropouts);
+  DropoutReport report(dropouts.text());
   say("layout", plan.layout->name);
   say("sink", sink.name + ", " + std::to_string(sink.positions.size()) + " channels");
   say("osc", "port " + std::to_string(osc_port));
@@ -58,7 +58,7 @@ void sink_run(const Options& options, const render::ChannelPlan& plan, Engine* e
       render::interrupt_check();
       engine->check();
       const auto now = std::chrono::steady_clock::now();
-      if (const std::string line = report.look(now); !line.empty()) say("lost", line);
+      if (report.is_due(dropouts.text(), now)) say("lost", dropouts.text());
       if (joined && !joined->lost().empty()) {
         dropouts.count(Dropout::kServer);
         joined.reset();
