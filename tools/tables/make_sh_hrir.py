@@ -12,6 +12,7 @@ from pathlib import Path
 
 from cpp_writer import ROOT
 from hrir import constraints, measured_set, pipeline, provenance, quality_plot, report, table_file
+from hrir.magnitude_fit import MagnitudeFit
 
 PLOT_PATH = ROOT / "docs" / "sh_hrir_quality.svg"
 PROGRESS_STEPS = 100
@@ -26,6 +27,7 @@ def parse_arguments():
     parser.add_argument(
         "--search-alignment", action="store_true", help="only find the common all-pass again"
     )
+    parser.add_argument("--plot", action="store_true", help="only draw the plot of the committed table again")
     return parser.parse_args()
 
 
@@ -47,11 +49,20 @@ def write_table(path):
     print(report.peaks_line(constraints.main_peaks(result.table)))
 
 
+def draw_committed(hrtfs):
+    """Draws the plot of the table as it is in the repository."""
+    fit = MagnitudeFit(hrtfs)
+    start = pipeline.stored(pipeline.start_table(fit))
+    quality_plot.draw(pipeline.Result(table_file.read(), start, hrtfs, fit), PLOT_PATH)
+
+
 def main():
     arguments = parse_arguments()
     if arguments.search_alignment:
         found, gain = pipeline.search_alignment(arguments.sofa)
         print(f"{found}, gain {gain}")
+    elif arguments.plot:
+        draw_committed(pipeline.prepare(arguments.sofa))
     elif arguments.held_out:
         methods = pipeline.evaluate_held_out(pipeline.prepare(arguments.sofa), show_progress)
         print("\n".join(report.table(methods)))

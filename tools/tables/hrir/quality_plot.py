@@ -1,120 +1,104 @@
 """The plot of docs/data.md: views of how the table compares with the measurement."""
 
-import matplotlib
-
-matplotlib.use("Agg")
-matplotlib.rcParams["svg.hashsalt"] = "sh_hrir"  # the same file from the same figures
-
-import matplotlib.pyplot as plt
 import numpy as np
-from matplotlib.ticker import FuncFormatter, NullFormatter
 
+from measure import charts
 from measure.ears import ENVELOPE_CENTRES_HZ
 
 from . import quality, sphere
 from .pipeline import TABLE, method_spectra
 
-METHOD_COLOURS = ("#999999", "#d98200", "#0060a8")  # the table last
-MEASURED = {"color": "#222222", "linewidth": 0.9, "linestyle": "--", "label": "measured"}
-VIEWED_AZIMUTHS = {0: "#222222", 45: "#0060a8", 90: "#1a8a3c", 270: "#c23b22"}  # degrees
-TICKS_HZ = [100, 200, 500, 1000, 2000, 5000, 10000]
+SHORT_NAMES = {"least squares": "LS", "magnitude least squares": "MagLS", TABLE: "table"}
+METHOD_COLOURS = (charts.FAINT, charts.RIGHT, charts.LEFT)  # the table last
+MEASURED = "measured"
+VIEWED_AZIMUTHS = {0: charts.REFERENCE, 45: charts.LEFT, 90: charts.THIRD, 270: charts.RIGHT}  # degrees
+ENVELOPE_HZ = 4000.0
+SHOWN_TAPS = (100.0, 220.0)
+AZIMUTH = charts.Axis("azimuth at the horizon (degrees)", 0.0, 360.0, 45.0)
 
 
 def draw(result, path):
-    """Draws all views into an image file."""
-    figure, axes = plt.subplots(3, 2, figsize=(11.0, 11.4), layout="constrained")
-    spectra = method_spectra(result)
+    """Draws all views into an SVG file."""
+    spectra = {SHORT_NAMES[name]: values for name, values in method_spectra(result).items()}
     everywhere = np.arange(result.hrtfs.num_measured)
     ears = {name: quality.Ears(values, result.hrtfs, everywhere) for name, values in spectra.items()}
-    draw_level_error(axes[0, 0], ears)
-    draw_envelope_delays(axes[0, 1], ears)
-    draw_coherence(axes[1, 0], spectra, result.hrtfs)
-    draw_phantom_centre(axes[1, 1], ears)
-    draw_directions(axes[2, 0], ears[TABLE])
-    draw_impulse_responses(axes[2, 1], result.table)
-    for axis in axes.flat:
-        axis.grid(alpha=0.25, linewidth=0.6)
-        axis.spines[["top", "right"]].set_visible(False)
-    figure.savefig(path, metadata={"Date": None} if path.suffix == ".svg" else None)
-    plt.close(figure)
+    path.write_text(charts.sheet([
+        [level_error(ears), envelope_delays(ears)],
+        [coherence(spectra, result.hrtfs), phantom_centre(ears)],
+        [directions(ears[SHORT_NAMES[TABLE]]), impulse_responses(result.table)],
+    ]))  # fmt: skip
 
 
-def draw_level_error(axis, ears):
+def over_frequency(title, label, low, high, tick):
+    return charts.Chart(title, charts.FREQUENCY, charts.Axis(label, low, high, tick))
+
+
+def level_error(ears):
     """Mean absolute level error of the left ear over all measured directions."""
+    chart = over_frequency("Level error, mean over directions", "error (dB)", 0.0, 8.0, 2.0)
     for (name, heard), colour in zip(ears.items(), METHOD_COLOURS):
         levels = quality.band_levels(heard.left) - quality.band_levels(heard.measured_left)
-        axis.plot(quality.CENTRES, heard.weights @ np.abs(levels), color=colour, label=name)
-    label_frequencies(axis)
-    axis.set(title="Level error, mean over directions", ylabel="error (dB)", ylim=(0.0, None))
-    axis.legend(frameon=False)
+        chart.line(quality.CENTRES, heard.weights @ np.abs(levels), colour, name)
+    return chart
 
 
-def draw_envelope_delays(axis, ears):
-    """Interaural delay of the envelope by azimuth, at the horizon around 4 kHz."""
-    band = ENVELOPE_CENTRES_HZ.index(4000.0)
+def envelope_delays(ears):
+    """Interaural delay of the envelope by azimuth, at the horizon."""
+    band = ENVELOPE_CENTRES_HZ.index(ENVELOPE_HZ)
     first = next(iter(ears.values()))
     level = np.flatnonzero(np.abs(first.elevation) < 0.01)
-    level = level[np.argsort(first.azimuth[level])]
-    degrees = np.degrees(first.azimuth[level])
+    level = level[np.argsort(first.azimuth[level] % (2.0 * np.pi))]
+    degrees = np.degrees(first.azimuth[level] % (2.0 * np.pi))
+    chart = charts.Chart("Interaural delay of the envelope around 4 kHz", AZIMUTH,
+                         charts.Axis("left ear ahead (µs)", -1000.0, 1000.0, 500.0))  # fmt: skip
     for (name, heard), colour in zip(ears.items(), METHOD_COLOURS):
         delays = quality.envelope_time_differences(heard.left[level], heard.right[level])
-        axis.plot(degrees, delays[band], color=colour, label=name)
+        chart.line(degrees, delays[band], colour, name)
     measured = first.measured_left[level], first.measured_right[level]
-    axis.plot(degrees, quality.envelope_time_differences(*measured)[band], **MEASURED)
-    axis.set(title="Interaural delay of the envelope around 4 kHz", ylabel="left leads (µs)")
-    axis.set(xlabel="azimuth at the horizon (degrees)", xticks=range(0, 361, 45))
+    wanted = quality.envelope_time_differences(*measured)[band]
+    chart.line(degrees, wanted, charts.REFERENCE, MEASURED, dashed=True)
+    return chart
 
 
-def draw_coherence(axis, spectra, hrtfs):
+def coherence(spectra, hrtfs):
     """Interaural coherence in a diffuse field."""
-    for values, colour in zip(spectra.values(), METHOD_COLOURS):
-        axis.plot(quality.CENTRES, quality.table_coherence(values), color=colour)
-    axis.plot(quality.CENTRES, quality.measured_coherence(hrtfs), **MEASURED)
-    label_frequencies(axis)
-    axis.set(title="Interaural coherence in a diffuse field", ylabel="coherence")
-    axis.legend(frameon=False)
+    chart = over_frequency("Interaural coherence in a diffuse field", "coherence", -0.4, 1.0, 0.2)
+    for (name, values), colour in zip(spectra.items(), METHOD_COLOURS):
+        chart.line(quality.CENTRES, quality.table_coherence(values), colour, name)
+    chart.line(quality.CENTRES, quality.measured_coherence(hrtfs), charts.REFERENCE, MEASURED, dashed=True)
+    return chart
 
 
-def draw_phantom_centre(axis, ears):
+def phantom_centre(ears):
     """Colour of a phantom centre from loudspeakers at 30 and, thinner, 45 degrees."""
-    for degrees, width in ((30, 1.5), (45, 0.8)):
-        for heard, colour in zip(ears.values(), METHOD_COLOURS):
+    chart = over_frequency("Error of a phantom centre of ±30°, thin ±45°", "error (dB)", -10.0, 10.0, 5.0)
+    for degrees, width in ((30, 1.6), (45, 0.8)):
+        for (name, heard), colour in zip(ears.items(), METHOD_COLOURS):
             pair = [heard.nearest(degrees), heard.nearest(-degrees)]
             reached = quality.band_levels(heard.left[pair].sum(axis=0)[None])
             measured = quality.band_levels(heard.measured_left[pair].sum(axis=0)[None])
-            axis.plot(quality.CENTRES, (reached - measured)[0], color=colour, linewidth=width)
-    label_frequencies(axis)
-    axis.set(title="Error of a phantom centre of ±30°, thin ±45°", ylabel="error (dB)")
+            label = name if degrees == 30 else ""
+            chart.line(quality.CENTRES, (reached - measured)[0], colour, label, width=width)
+    return chart
 
 
-def draw_directions(axis, ears):
+def directions(ears):
     """Left ear for single horizontal directions, measured beside the table."""
+    chart = over_frequency("Left ear by azimuth (dashed: measured)", "level (dB)", -30.0, 20.0, 10.0)
     for degrees, colour in VIEWED_AZIMUTHS.items():
         nearest = [ears.nearest(degrees)]
         wanted, reached = (quality.band_levels(x[nearest])[0] for x in (ears.measured_left, ears.left))
-        axis.plot(quality.CENTRES, wanted, color=colour, linewidth=0.9, linestyle="--")
-        axis.plot(quality.CENTRES, reached, color=colour, label=f"{degrees}°")
-    label_frequencies(axis)
-    axis.set(title="Left ear by azimuth (dashed: measured)", ylabel="level (dB)")
-    axis.legend(frameon=False, ncols=2)
+        chart.line(quality.CENTRES, wanted, colour, dashed=True, width=0.9)
+        chart.line(quality.CENTRES, reached, colour, f"{degrees}°")
+    return chart
 
 
-def draw_impulse_responses(axis, table):
+def impulse_responses(table):
     """Both ears' impulse responses for a source at the left."""
     beam = sphere.harmonics(np.array([np.pi / 2.0]), np.array([0.0]))[0]
-    axis.plot(table @ beam, color="#1a8a3c", label="left ear")
-    axis.plot(table @ (beam * sphere.MIRROR_SIGNS), color="#c23b22", label="right ear")
-    axis.set(title="Source at 90° (left)", xlabel="tap (48 kHz)", ylabel="amplitude")
-    axis.set_xlim(100, 220)
-    axis.legend(frameon=False)
-
-
-def label_frequencies(axis):
-    """Logarithmic frequency axis with plain numbers."""
-    axis.set_xscale("log")
-    axis.set_xlabel("frequency (Hz)")
-    axis.set_xticks(TICKS_HZ)
-    axis.xaxis.set_major_formatter(
-        FuncFormatter(lambda hz, _: f"{hz / 1000:g}k" if hz >= 1000 else f"{hz:g}")
-    )
-    axis.xaxis.set_minor_formatter(NullFormatter())
+    chart = charts.Chart("Source at 90° (left)", charts.Axis("tap (48 kHz)", *SHOWN_TAPS, 20.0),
+                         charts.Axis("amplitude", -0.3, 0.3, 0.1))  # fmt: skip
+    taps = np.arange(len(table))
+    for name, signs, colour in (("left ear", 1.0, charts.LEFT), ("right ear", sphere.MIRROR_SIGNS, charts.RIGHT)):
+        chart.line(taps, table @ (beam * signs), colour, name, width=1.2)
+    return chart
