@@ -60,18 +60,16 @@ def check_spurious(section, subject):
                          charts.Axis("frames per block", 0.0, float(len(BLOCKS))),
                          charts.Axis("level against the sine (dB)", -120.0, 0.0, 20.0))
     at = np.arange(len(BLOCKS)) + 0.5
-    lowest = np.full(len(BLOCKS), -np.inf)
-    for figure, poses, colour, label in (("every_block", turning, charts.LEFT, "a pose for every block"),
-                                         ("stepped", stepping, charts.RIGHT, "a pose every 10 ms")):
+    for figure, poses, colour, label, shift in (("every_block", turning, charts.LEFT, "a pose for every block", -0.12),
+                                                ("stepped", stepping, charts.RIGHT, "a pose every 10 ms", 0.12)):
         found = []
         for block in BLOCKS:
             ears = hear(subject, poses(STEADY_DEG_S, subject.rate_hz), block, STEADY_PART.stop, STEADY_HZ)
             found.append(largest_beside_db(ears[:, STEADY_PART], STEADY_HZ, STEADY_BESIDE_HZ, subject.rate_hz))
             section.add(f"{figure}_{block}", found[-1])
-        chart.dots(at, found, colour, label)
-        for x, value in zip(at[found > lowest + 1.0], np.array(found)[found > lowest + 1.0]):  # not twice the same
-            chart.words(x, value, f"{value:.0f}", down=13.0 if figure == "every_block" else -5.0)
-        lowest = np.array(found)
+        chart.dots(at + shift, found, colour, label)
+        for x, value in zip(at + shift, found):
+            chart.words(x, value, f"{value:.0f}", down=13.0)
     chart.names(at, BLOCKS)
     chart.level(section.limits[f"turns.every_block_{BLOCKS[0]}"].at_most, charts.LIMIT, "limit for blue")
     section.draw(chart)
