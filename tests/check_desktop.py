@@ -8,6 +8,7 @@ runs the checks of those names, all without one. Starts a session bus of its own
 """
 
 import contextlib
+import json
 import os
 import pathlib
 import re
@@ -29,6 +30,7 @@ kRate = 48000
 kBurst = kRate // 8  # of noise, then as much silence, per channel
 kRoot = pathlib.Path(__file__).resolve().parent.parent
 kResampledDb = 0.05
+kEarFrames = 145
 kPositions = {"5.1": "FL FR FC LFE RL RR", "7.1": "FL FR FC LFE RL RR SL SR",
               "7.1.4": "FL FR FC LFE RL RR SL SR TFL TFR TRL TRR"}
 kPatienceS = 20  # for what takes a moment; a busy machine gets more of them
@@ -147,6 +149,16 @@ context.objects = [ {{ factory = adapter args = {{ factory.name = support.null-a
 
     def links(self):
         return self.run("pw-link", "-l").stdout
+
+    def latency_ns(self, sink):
+        """From the sink to the end, as a player sees it."""
+        for entry in json.loads(self.run("pw-dump", "-N").stdout):
+            info = entry.get("info") or {}
+            properties = info.get("props") or {}
+            if properties.get("port.name") == "playback_FL" and str(properties.get("node.id")) == self.node(sink):
+                ways = info["params"].get("Latency") or []
+                return next((way["minNs"] for way in ways if way["direction"] == "Input"), None)
+        return None
 
     def hears(self, output):
         """Whether the ears of orvane-live go there."""
@@ -281,6 +293,8 @@ def live_sink(build, folder):
     """orvane-live as a sink: every channel, the head from a tracker, garbage from the network, its end."""
     with Desktop(build, folder) as desktop:
         start_live(desktop)
+        desktop.wait_for("the latency of the ear filters",
+                         lambda: desktop.latency_ns(kLive) == kEarFrames * 10**9 // kRate)
         check_plays(desktop, kLive, "7.1", "--dry")
         desktop.run("oscsend", "localhost", kOscPort, "/ypr", "fff", "90", "0", "0", check=True)
         check_plays(desktop, kLive, "7.1", "--dry", "--pose", "90,0,0")

@@ -3,6 +3,7 @@
 #include <pipewire/pipewire.h>
 #include <spa/param/audio/format-utils.h>
 #include <spa/param/audio/raw-types.h>
+#include <spa/param/latency-utils.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -21,7 +22,9 @@ using render::Failure;
 
 constexpr uint32_t kNumEars = 2;
 constexpr uint32_t kMaxChannels = SPA_AUDIO_MAX_CHANNELS;
-constexpr uint32_t kFormatBytes = 2048;  // more than the description of a format takes
+constexpr uint32_t kParameterBytes = 2048;  // more than the description of a format takes
+constexpr uint64_t kEarLatencyNs =
+    1000000000ULL * render::kEarLatencyFrames / render::kEffectRateHz;
 
 Failure server_failure(const SinkOptions& options, const std::string& what) {
   return Failure("PipeWire server" + (options.remote.empty() ? "" : " " + options.remote), what);
@@ -91,6 +94,7 @@ struct PipeWireSink::Connection {
   void connect(const SinkOptions& options, pw_stream* stream, pw_direction direction,
                const std::vector<std::string>& positions, int flags);
   void lose(const std::string& why);
+  void report_latency(spa_latency_info latency);
   void watch_clock();
   void process();
   void render(const spa_buffer& in, const spa_buffer& out, size_t frames);
@@ -127,6 +131,12 @@ PipeWireSink::Connection::Connection(const SinkOptions& options, FixedBlocks::Re
     Connection& c = *static_cast<Connection*>(self);
     if (state == PW_STREAM_STATE_ERROR) c.lose(error ? error : "refuses the sink");
     if (state != PW_STREAM_STATE_STREAMING) c.restarts_.store(true);
+  };
+  input_events_.param_changed = [](void* self, uint32_t id, const spa_pod* parameter) {
+    spa_latency_info latency = {};
+    if (id == SPA_PARAM_Latency && parameter && spa_latency_parse(parameter, &latency) >= 0) {
+      static_cast<Connection*>(self)->report_latency(latency);
+    }
   };
   output_events_ = input_events_;
   input_events_.io_changed = [](void* self, uint32_t id, void* area, uint32_t) {
@@ -172,7 +182,7 @@ pw_stream* PipeWireSink::Connection::make_stream(const SinkOptions& options,
 void PipeWireSink::Connection::connect(const SinkOptions& options, pw_stream* stream,
                                        pw_direction direction,
                                        const std::vector<std::string>& positions, int flags) {
-  uint8_t buffer[kFormatBytes];
+  uint8_t buffer[kParameterBytes];
   spa_pod_builder builder = {};
   spa_pod_builder_init(&builder, buffer, sizeof(buffer));
   spa_audio_info_raw format = format_of(options, positions);
@@ -211,7 +221,24 @@ void PipeWireSink::Connection::open(const SinkOptions& options) {
   connect(options, output_, PW_DIRECTION_OUTPUT, {"FL", "FR"},
           PW_STREAM_FLAG_TRIGGER | (options.connect ? PW_STREAM_FLAG_AUTOCONNECT : 0));
   connect(options, input_, PW_DIRECTION_INPUT, options.positions, 0);
+  for (const spa_direction direction : {SPA_DIRECTION_INPUT, SPA_DIRECTION_OUTPUT}) {
+    spa_latency_info none = {};  // until something is linked
+    none.direction = direction;
+    report_latency(none);
+  }
   if (pw_thread_loop_start(loop_) < 0) throw server_failure(options, "gives no thread");
+}
+
+// What is behind one stream has the ear filters' delay before the other one.
+void PipeWireSink::Connection::report_latency(spa_latency_info latency) {
+  latency.min_ns += kEarLatencyNs;
+  latency.max_ns += kEarLatencyNs;
+  uint8_t buffer[kParameterBytes];
+  spa_pod_builder builder = {};
+  spa_pod_builder_init(&builder, buffer, sizeof(buffer));
+  const spa_pod* parameters[] = {spa_latency_build(&builder, SPA_PARAM_Latency, &latency)};
+  pw_stream_update_params(latency.direction == SPA_DIRECTION_INPUT ? input_ : output_, parameters,
+                          1);
 }
 
 // A cycle that does not begin where the last one ended: this program was too late in between.
