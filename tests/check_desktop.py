@@ -1,12 +1,13 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The sinks at a desktop: PipeWire and its session manager without hardware, pw-play into a sink, and what arrives at the
 headphones against what orvane-render writes.
 
-    check_desktop.py BUILD_FOLDER [NAME...]
+    check_desktop.py [--build FOLDER] [NAME...]
 
-runs the checks of those names, all without one. Starts a session bus of its own. Exit status 1 when a check fails.
+runs the checks of those names, all without one, with the programs of build/release or of another folder. Starts a session bus of its own. Exit status 1 when a check fails.
 """
 
+import argparse
 import contextlib
 import json
 import os
@@ -372,8 +373,12 @@ def main():
     if os.getuid() == 0:  # without them the session manager ends at once
         for name in ("seats", "sessions", "users", "machines"):
             pathlib.Path("/run/systemd", name).mkdir(parents=True, exist_ok=True)
-    build = pathlib.Path(sys.argv[1]).resolve()
-    for name in sys.argv[2:] or kChecks:
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--build", type=pathlib.Path, default=kRoot / "build/release")
+    parser.add_argument("names", nargs="*", choices=[[], *kChecks])
+    options = parser.parse_args()
+    build = options.build.resolve()
+    for name in options.names or kChecks:
         print(f"{name}: {kChecks[name].__doc__}", flush=True)
         begin = time.monotonic()
         with tempfile.TemporaryDirectory() as folder:
