@@ -37,7 +37,7 @@ for (const { name, settings, frames } of JSON.parse(readFileSync(join(references
     test(`${name} sounds as orvane-render's, ${vectors ? 'with' : 'without'} vectors, in blocks of ${block}`, async () => {
       const renderer = await OrvaneRenderer.create({ ...settings, vectors });
       const bed = readChannels(join(references, `${name}.bed`), frames);
-      const expected = readChannels(join(references, `${name}.ears`), frames);
+      const expected = readChannels(join(references, `${name}.${block}.ears`), frames);
       const ears = renderer.process(bed, undefined, block);
       assert.ok(Math.max(...expected[0]) > 0.05, 'the reference is not silent');
       const difference = largestDifference(ears, expected);

@@ -1,5 +1,6 @@
 // Makes beds of noise bursts and has orvane-render render them, for the tests in Node and in the browser to compare
-// with: NAME.bed (raw samples, channel after channel in the layout's order), NAME.ears (left, then right), cases.json.
+// with: NAME.bed (raw samples, channel after channel in the layout's order), NAME.BLOCK.ears (left, then right, rendered
+// in blocks of so many samples), cases.json.
 //
 //   references.mjs ORVANE_RENDER PACKAGE FOLDER
 import { execFileSync } from 'node:child_process';
@@ -11,6 +12,8 @@ const [render, packageFolder, folder] = process.argv.slice(2);
 const { layouts, sampleRate } = await import(pathToFileURL(join(resolve(packageFolder), 'index.js')));
 
 const kFrames = 24000;
+// Where a reverb's tail is cut off depends a little on the length of the blocks, so each is compared with its own.
+const kBlocks = [128, 1024];
 
 // The renderer starts as the effect does: with its own short tail.
 const cases = [
@@ -66,9 +69,12 @@ for (const { name, options, settings } of cases) {
   const inFile = layout.orders.wave.map(label => bed[layout.loudspeakers.findIndex(row => row.label === label)]);
   const path = what => join(folder, `${name}.${what}`);
   writeFileSync(path('in.wav'), waveFile(inFile));
-  execFileSync(render, ['--keep-latency', path('in.wav'), path('out.wav'), '--layout', settings.layout, ...options], { stdio: 'pipe' });
   writeFileSync(path('bed'), bytesOf(bed));
-  writeFileSync(path('ears'), bytesOf(readEars(path('out.wav'))));
+  for (const block of kBlocks) {
+    const all = ['--keep-latency', '--layout', settings.layout, '--block', block, ...options];
+    execFileSync(render, [path('in.wav'), path('out.wav'), ...all], { stdio: 'pipe' });
+    writeFileSync(path(`${block}.ears`), bytesOf(readEars(path('out.wav'))));
+  }
 }
 const kept = cases.map(({ name, settings }) => ({ name, settings, frames: kFrames }));
 writeFileSync(join(folder, 'cases.json'), JSON.stringify(kept, null, 1));

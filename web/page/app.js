@@ -1,0 +1,223 @@
+// What the controls do and the figures show.
+import { presets, sampleRate } from './orvane/index.js';
+import { bedOfFile, findLayout, layoutsFor } from './beds.js';
+import { Head } from './head.js';
+import { decibels, readPeaks } from './levels.js';
+import { Player, measureDelay } from './player.js';
+import { scenes } from './scenes.js';
+import { TopView } from './topview.js';
+
+const at = id => document.querySelector(`#${id}`);
+const player = new Player();
+const head = new Head();
+const view = new TopView(at('view'));
+const beds = new Map();  // scene -> the promise of its bed
+let file;  // { name, decoded }
+let waiting = 0;  // of the latest wish to play
+
+function say(text) {
+  at('message').textContent = text;
+}
+
+function fill(select, items) {
+  select.replaceChildren(...items.map(([value, text]) => new Option(text, value)));
+}
+
+function currentBed() {
+  if (at('scene').value === 'file') return bedOfFile(file.decoded, at('layout').value, at('order').value);
+  const scene = scenes.find(({ id }) => id === at('scene').value);
+  if (!beds.has(scene)) {
+    beds.set(scene, scene.load(player.context));
+    beds.get(scene).catch(() => beds.delete(scene));  // to be tried again
+  }
+  return beds.get(scene);
+}
+
+async function play() {
+  const wish = ++waiting;
+  say('Getting ready …');
+  showPlaying(true);
+  try {
+    await player.context.resume();
+    const bed = await currentBed();
+    if (wish !== waiting) return;
+    view.showLayout(bed.layout);
+    await player.play(bed);
+    const delay = await measureDelay(bed);
+    if (wish !== waiting) return;
+    at('layout-text').textContent = `${bed.layout.name}, ${bed.layout.loudspeakers.length} channels`;
+    at('delay').textContent = `${(1000 * delay / sampleRate).toFixed(1)} ms, measured`;
+    say(`${at('scene').selectedOptions[0].text} is playing.`);
+  } catch (error) {
+    if (wish === waiting) stop(`It cannot be played: ${error.message}`);
+  }
+}
+
+function stop(text = 'Stopped.') {
+  ++waiting;
+  player.stop();
+  showPlaying(false);
+  say(text);
+}
+
+function showPlaying(on) {
+  at('play').textContent = on ? 'Stop' : 'Play';
+  at('play').setAttribute('aria-pressed', on);
+}
+
+const isPlaying = () => at('play').getAttribute('aria-pressed') === 'true';
+
+async function setPreset(name) {
+  at('preset').value = name;
+  try {
+    await player.setPreset(name || undefined);
+  } catch (error) {
+    say(`The room cannot be set: ${error.message}`);
+  }
+}
+
+async function openFile(chosen) {
+  if (!chosen) return;
+  stop(`Reading ${chosen.name} …`);
+  let decoded;
+  try {
+    decoded = await player.context.decodeAudioData(await chosen.arrayBuffer());
+  } catch {
+    say(`${chosen.name} is nothing that this browser can decode. WAV and FLAC work everywhere.`);
+    return;
+  }
+  const fitting = layoutsFor(decoded.numberOfChannels);
+  if (fitting.length === 0) {
+    say(`${chosen.name} has ${decoded.numberOfChannels} channels, for which there are no loudspeakers.`);
+    return;
+  }
+  file = { name: chosen.name, decoded };
+  const own = at('scene').querySelector('[value=file]') ?? at('scene').appendChild(new Option('', 'file'));
+  own.text = file.name;
+  at('scene').value = 'file';
+  fill(at('layout'), fitting.map(({ name }) => [name, name]));
+  fill(at('order'), Object.keys(fitting[0].orders).map(name => [name, name]));
+  at('order').value = 'wave';
+  at('file-order').hidden = decoded.numberOfChannels <= 2;
+  await play();
+}
+
+function onScene() {
+  at('file-order').hidden = at('scene').value !== 'file' || file.decoded.numberOfChannels <= 2;
+  const { preset } = scenes.find(({ id }) => id === at('scene').value) ?? {};
+  if (preset) setPreset(preset);
+  if (isPlaying()) play();
+}
+
+const turnText = yaw => (Math.round(yaw) === 0 ? 'ahead' : `${Math.abs(Math.round(yaw))}° ${yaw > 0 ? 'left' : 'right'}`);
+const sideText = (angle, [more, less]) =>
+  (Math.round(angle) === 0 ? 'level' : `${Math.abs(Math.round(angle))}° ${angle > 0 ? more : less}`);
+
+function onPose() {
+  const { yaw, pitch, roll } = head.pose;
+  player.setPose(head.pose);
+  view.showPose(head.pose);
+  const texts = { yaw: turnText(yaw), pitch: sideText(pitch, ['down', 'up']), roll: sideText(roll, ['right', 'left']) };
+  for (const [name, value] of Object.entries({ yaw: -yaw, pitch: -pitch, roll })) {
+    at(name).value = value;
+    at(name).setAttribute('aria-valuetext', texts[name]);
+    document.querySelector(`output[for=${name}]`).textContent = texts[name];
+  }
+  at('view').setAttribute('aria-valuenow', Math.round(-yaw));
+  at('view').setAttribute('aria-valuetext', texts.yaw);
+}
+
+function showEar(id, peak) {
+  const level = Math.max(-60, decibels(peak));
+  at(id).value = level;
+  at(`${id}-text`).textContent = level <= -60 ? 'silent' : `${level.toFixed(1)} dB`;
+}
+
+function showGaps() {
+  const stats = player.context.playbackStats;
+  if (!stats) return 'this browser does not tell';
+  return `${stats.underrunEvents}, ${(1000 * stats.underrunDuration).toFixed(0)} ms in all`;
+}
+
+let speakerPeaks = [], earPeaks = [];
+function drawLevels() {
+  speakerPeaks = readPeaks(player.loudspeakers, speakerPeaks);
+  earPeaks = readPeaks(player.ears, earPeaks);
+  view.showLevels(speakerPeaks);
+  showEar('left', earPeaks[0]);
+  showEar('right', earPeaks[1]);
+  requestAnimationFrame(drawLevels);
+}
+
+function showSlowFigures() {
+  if (!player.playing) return;
+  const { baseLatency, outputLatency } = player.context;
+  const delay = 1000 * ((baseLatency || 0) + (outputLatency || 0));
+  at('output-delay').textContent = `${delay.toFixed(0)} ms, as the browser says`;
+  at('gaps').textContent = showGaps();
+}
+
+function toggle(button, on) {
+  button.setAttribute('aria-pressed', on);
+}
+
+function connectControls() {
+  at('play').onclick = () => (isPlaying() ? stop() : play());
+  at('scene').onchange = onScene;
+  at('layout').onchange = at('order').onchange = () => play();
+  at('preset').onchange = () => setPreset(at('preset').value);
+  for (const choice of document.querySelectorAll('[name=how]')) choice.onchange = () => player.setHow(choice.value);
+  at('file').onchange = () => openFile(at('file').files[0]);
+  at('yaw').oninput = () => head.set({ yaw: -at('yaw').value });
+  at('pitch').oninput = () => head.set({ pitch: -at('pitch').value });
+  at('roll').oninput = () => head.set({ roll: Number(at('roll').value) });
+  at('ahead').onclick = () => head.set({ yaw: 0, pitch: 0, roll: 0 });
+  at('turning').onclick = () => {
+    head.setTurning(!head.turning);
+    toggle(at('turning'), head.turning);
+  };
+  at('device').onclick = async () => {
+    try {
+      await head.setDevice(!head.hasDevice);
+    } catch (error) {
+      say(error.message);
+    }
+    toggle(at('device'), head.hasDevice);
+  };
+  addEventListener('keydown', event => {
+    if (event.key !== 'b' || event.ctrlKey || event.metaKey || event.altKey) return;
+    const other = document.querySelector('[name=how]:not(:checked)');
+    other.checked = true;
+    player.setHow(other.value);
+  });
+}
+
+function connectDrop() {
+  addEventListener('dragover', event => {
+    event.preventDefault();
+    at('drop').classList.add('over');
+  });
+  addEventListener('dragleave', () => at('drop').classList.remove('over'));
+  addEventListener('drop', event => {
+    event.preventDefault();
+    at('drop').classList.remove('over');
+    openFile(event.dataTransfer.files[0]);
+  });
+}
+
+fill(at('scene'), scenes.map(({ id, name }) => [id, name]));
+fill(at('preset'), [['', 'as a device starts'], ...Object.keys(presets).map(name => [name, name.replace('-', ' ')])]);
+connectControls();
+connectDrop();
+head.listenTo(at('view'));
+head.addEventListener('pose', onPose);
+player.addEventListener('load', ({ load }) => { at('load').textContent = `${(100 * load).toFixed(1)} %`; });
+player.addEventListener('level', ({ level }) => {
+  at('level').textContent = level === 1 ? 'as it is' : `${decibels(level).toFixed(1)} dB, so that nothing clips`;
+});
+view.showLayout(findLayout('7.1'));
+onPose();
+drawLevels();
+setInterval(showSlowFigures, 500);
+Object.assign(window, { orvanePlayer: player, orvaneHead: head });  // for the console and the tests
+document.documentElement.dataset.ready = 'true';

@@ -1,0 +1,143 @@
+// The sound: a bed, the renderer and the plain downmix side by side, and meters on everything.
+import { OrvaneNode, sampleRate } from './orvane/index.js';
+import { connectDownmix } from './downmix.js';
+import { measure } from './loudness.js';
+
+const kMeasuredSeconds = 20;
+const kFade = 0.03;  // seconds
+const kCeiling = 0.89;  // of full scale: -1 dB
+
+const explicit = channelCount => ({ channelCount, channelCountMode: 'explicit', channelInterpretation: 'discrete' });
+
+function splitterOf(context, channels) {
+  return new ChannelSplitterNode(context, { numberOfOutputs: channels });
+}
+
+/** Renders the beginning of a bed offline, by `connect(context, source)`, which returns the last node. */
+async function renderOffline(buffer, connect) {
+  const frames = Math.min(buffer.length, kMeasuredSeconds * sampleRate);
+  const context = new OfflineAudioContext(2, frames, sampleRate);
+  const source = new AudioBufferSourceNode(context, { buffer });
+  (await connect(context, source)).connect(context.destination);
+  source.start();
+  return context.startRendering();
+}
+
+const renderSpatial = (bed, preset, settings = {}) => renderOffline(bed.buffer, async (context, source) =>
+  source.connect(await OrvaneNode.create(context, { layout: bed.layout.name, preset, ...settings })));
+
+const renderPlain = bed => renderOffline(bed.buffer, (context, source) => {
+  const splitter = splitterOf(context, bed.layout.loudspeakers.length);
+  return connectDownmix(context, source.connect(splitter), bed.layout);
+});
+
+/** The gain that brings both to the same loudness without clipping, and the one that the downmix needs on top. */
+async function findGains(bed, preset) {
+  const [spatial, plain] = (await Promise.all([renderSpatial(bed, preset), renderPlain(bed)])).map(measure);
+  const match = Number.isFinite(plain.loudness) && Number.isFinite(spatial.loudness)
+    ? 10 ** ((spatial.loudness - plain.loudness) / 20) : 1;
+  const peak = Math.max(spatial.peak, match * plain.peak);
+  return { level: Math.min(1, kCeiling / peak), match };
+}
+
+/** Frames from a click in front to its loudest moment at an ear. */
+export async function measureDelay(bed) {
+  const buffer = new AudioBuffer({ numberOfChannels: bed.buffer.numberOfChannels, length: 2048, sampleRate });
+  const front = bed.layout.loudspeakers.findIndex(({ label }) => label === 'FC');
+  buffer.getChannelData(front)[0] = 1;
+  const ears = await renderSpatial({ ...bed, buffer }, 'dry');
+  const samples = ears.getChannelData(0).map(Math.abs);
+  return samples.indexOf(samples.reduce((a, b) => Math.max(a, b)));
+}
+
+export class Player extends EventTarget {
+  context = new AudioContext({ sampleRate, latencyHint: 'interactive' });
+  pose = { yaw: 0, pitch: 0, roll: 0 };
+  preset = undefined;
+  how = 'spatial';
+  #chain;
+
+  constructor() {
+    super();
+    this.level = new GainNode(this.context);
+    this.level.connect(this.context.destination);
+    const ears = splitterOf(this.context, 2);
+    this.level.connect(ears);
+    this.ears = [0, 1].map(side => this.#analyser(ears, side));
+  }
+
+  #analyser(splitter, output) {
+    const analyser = new AnalyserNode(this.context, { fftSize: 2048 });
+    splitter.connect(analyser, output);
+    return analyser;
+  }
+
+  get playing() { return Boolean(this.#chain); }
+  get loudspeakers() { return this.#chain?.loudspeakers ?? []; }
+
+  /** Plays a bed from its beginning, over and over. */
+  async play(bed) {
+    const { context } = this;
+    await context.resume();
+    const node = await OrvaneNode.create(context, { layout: bed.layout.name, preset: this.preset, pose: this.pose });
+    node.addEventListener('load', ({ load }) => this.dispatchEvent(Object.assign(new Event('load'), { load })));
+    this.stop();
+    const channels = bed.layout.loudspeakers.length;
+    const source = new AudioBufferSourceNode(context, { buffer: bed.buffer, loop: true, ...explicit(channels) });
+    const splitter = splitterOf(context, channels);
+    const loudspeakers = bed.layout.loudspeakers.map((_, channel) => this.#analyser(splitter, channel));
+    const gains = { spatial: new GainNode(context, { gain: 0 }), plain: new GainNode(context, { gain: 0 }) };
+    source.connect(splitter);
+    source.connect(node).connect(gains.spatial).connect(this.level);
+    connectDownmix(context, splitter, bed.layout).connect(gains.plain).connect(this.level);
+    this.#chain = { bed, source, node, gains, loudspeakers, match: 1 };
+    await this.matchLoudness();
+    source.start();
+  }
+
+  stop() {
+    if (!this.#chain) return;
+    const { source, node, gains } = this.#chain;
+    source.stop();
+    source.disconnect();
+    node.close();
+    for (const gain of Object.values(gains)) gain.disconnect();
+    this.#chain = undefined;
+  }
+
+  /** Measures both ways of the bed in this room, and makes them equally loud. Returns the common gain. */
+  async matchLoudness() {
+    const chain = this.#chain;
+    const preset = this.preset;
+    const { level, match } = await findGains(chain.bed, preset);
+    if (chain !== this.#chain || preset !== this.preset) return;  // something else plays by now
+    chain.match = match;
+    this.#fade(this.level.gain, level);
+    this.setHow(this.how);
+    this.dispatchEvent(Object.assign(new Event('level'), { level }));
+  }
+
+  #fade(parameter, value) {
+    parameter.setTargetAtTime(value, this.context.currentTime, kFade / 3);
+  }
+
+  setHow(how) {
+    this.how = how;
+    if (!this.#chain) return;
+    const { gains, match } = this.#chain;
+    this.#fade(gains.spatial.gain, how === 'spatial' ? 1 : 0);
+    this.#fade(gains.plain.gain, how === 'plain' ? match : 0);
+  }
+
+  async setPreset(preset) {
+    this.preset = preset;
+    if (!this.#chain) return;
+    this.#chain.node.setPreset(preset);
+    await this.matchLoudness();
+  }
+
+  setPose(pose) {
+    this.pose = pose;
+    this.#chain?.node.setPose(pose);
+  }
+}
