@@ -228,8 +228,23 @@ def modules_seeds():
     }
 
 
+# Ears: whether to fit, then the record's shape and the numbers in it.
+def ears_seeds():
+    whole = bytes([80, 0, 0, 0, 0, 0, 10, 4, 0, 0])
+    return {
+        "fit": bytes([31]) + whole,
+        "check": bytes([0]) + whole,
+        "cartesian": bytes([31]) + bytes([80, 0, 0, 0, 1, 0, 10, 4, 1, 0]),
+        "few": bytes([0]) + bytes([20, 1, 0, 0, 0, 0, 10, 4, 0, 0]),
+        "one-ear": bytes([0]) + bytes([80, 0, 5, 0, 0, 0, 10, 4, 0, 0]),
+        "any-bits": bytes([31]) + whole + b"\1\5\0\xff\0\0\x80\x7f\1\9\1\xff\0\0\x7f\x7f" + b"\0" * 8,
+        "short": bytes([0]) + whole + b"\0\0\0\0\xf1\0\0",
+    }
+
+
 write("effect", effect_seeds())
 write("renderer", renderer_seeds())
 write("modules", modules_seeds())
 write("settings", settings_seeds())
 write("audio", audio_seeds())
+write("ears", ears_seeds())

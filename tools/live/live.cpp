@@ -97,7 +97,8 @@ void live_run(const Options& options) {
   for (const std::string& notice : plan.notices) {
     std::fprintf(stderr, "orvane-live: note: %s\n", notice.c_str());
   }
-  render::EffectHost effect(render::effect_library_find(options.library), plan.layout->mask);
+  render::EffectHost effect(render::effect_library_find(options.library), plan.layout->mask,
+                            options.ears);
   settings_send(options.settings, &effect);
   std::optional<BedPlayer> player;
   if (!options.bed.empty()) {

@@ -70,6 +70,7 @@ std::optional<Options> options_parse(int argc, char** argv, int* exit_status) {
   add_bed(&app, &options);
   render::channel_options_add(&app, &options.channels);
   render::pose_option_add(&app, &options.pose, "Head pose until the first message,");
+  render::ears_option_add(&app, &options.ears);
   add_osc(&app, &options);
   render::room_options_add(&app, &options.settings);
   render::decibels_option_add(&app, "--gain", &options.gain_db, "Gain of both ears");

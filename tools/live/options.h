@@ -17,6 +17,7 @@ struct Options {
   bool loop = false;
   render::ChannelRequest channels;
   std::optional<render::Pose> pose;
+  std::string ears;           // SOFA file; empty: the built-in ones
   render::Settings settings;  // of room and reverb
   double gain_db = 0.0;
   int osc_port = 0;

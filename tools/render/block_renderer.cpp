@@ -23,7 +23,7 @@ BlockRenderer::BlockRenderer(const Options& options, const Layout& layout,
     : options_(options),
       trajectory_(trajectory),
       channels_(layout.rows.size()),
-      effect_(effect_library_find(options.library), layout.mask) {
+      effect_(effect_library_find(options.library), layout.mask, options.ears) {
   settings_send(options.settings, &effect_);
   if (options.pose) effect_.set_head_to_stage(pose_head_to_stage(pose_rotation(*options.pose)));
 }

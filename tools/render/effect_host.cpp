@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "effect/uuid.h"
+#include "tools/ears/ears.h"
 #include "tools/render/failure.h"
 #include "tools/render/host_log.h"
 #include "tools/render/program_path.h"
@@ -85,8 +86,14 @@ void* effect_library_load(const std::string& path) {
   return library;
 }
 
-EffectHost::EffectHost(const std::string& library, uint32_t channel_mask)
+EffectHost::EffectHost(const std::string& library, uint32_t channel_mask, const std::string& ears)
     : path_(library), library_(effect_library_load(library), dlclose), effect_(nullptr, nullptr) {
+  if (!ears.empty()) {
+    renderer_ =
+        std::make_unique<ears::RendererHost>(library_.get(), path_, ears::ears_load_and_tell(ears));
+    renderer_->configure(channel_mask);
+    return;
+  }
   const audio_effect_library_t& record = find_record(path_, library_.get());
   effect_ = Instance(create(path_, record), record.release_effect);
   configure(channel_mask);
@@ -101,6 +108,7 @@ EffectHost::~EffectHost() {
 }
 
 void EffectHost::configure(uint32_t channel_mask) {
+  if (renderer_) return renderer_->configure(channel_mask);
   effect_config_t config = {};
   config.inputCfg = stream_config(channel_mask, EFFECT_BUFFER_ACCESS_READ);
   config.outputCfg = stream_config(AUDIO_CHANNEL_OUT_STEREO, EFFECT_BUFFER_ACCESS_WRITE);
@@ -116,10 +124,12 @@ void EffectHost::command(uint32_t code, uint32_t size, void* data, const char* w
 }
 
 void EffectHost::set_head_to_stage(const std::array<float, 6>& pose) {
+  if (renderer_) return renderer_->set_head_to_stage(pose);
   send(SPATIALIZER_PARAM_HEAD_TO_STAGE, pose.data(), sizeof(pose), "refuses the head pose");
 }
 
 void EffectHost::set_parameter(int32_t id, float value, const std::string& name) {
+  if (renderer_) return renderer_->set_parameter(id, value, name);
   send(id, &value, sizeof(value), ("refuses " + name).c_str());
 }
 
@@ -136,6 +146,7 @@ void EffectHost::send(int32_t id, const void* value, uint32_t size, const char* 
 }
 
 void EffectHost::process(float* bed, float* ears, size_t frames) {
+  if (renderer_) return renderer_->process(bed, ears, frames);
   audio_buffer_t input = {};
   audio_buffer_t output = {};
   input.frameCount = output.frameCount = frames;

@@ -12,6 +12,7 @@
 #include "ambisonics/binauralizer.h"
 #include "base/limits.h"
 #include "platform/effect_abi.h"
+#include "tools/ears/renderer_host.h"
 
 namespace render {
 
@@ -29,8 +30,9 @@ void* effect_library_load(const std::string& path);
 class EffectHost {
  public:
   // Loads `library`, creates the Spatializer and enables it for a bed of `channel_mask` at
-  // kEffectRateHz. Throws Failure with the effect's own last error line.
-  EffectHost(const std::string& library, uint32_t channel_mask);
+  // kEffectRateHz. With `ears`, a SOFA file, the library's renderer takes the place of the effect,
+  // which has no way to set ears. Throws Failure with the effect's own last error line.
+  EffectHost(const std::string& library, uint32_t channel_mask, const std::string& ears = "");
   ~EffectHost();
   EffectHost(const EffectHost&) = delete;
   EffectHost& operator=(const EffectHost&) = delete;
@@ -58,7 +60,8 @@ class EffectHost {
 
   std::string path_;
   Library library_;
-  Instance effect_;  // released before its library is unloaded
+  Instance effect_;                               // released before its library is unloaded
+  std::unique_ptr<ears::RendererHost> renderer_;  // likewise; in the place of the effect
 };
 
 }  // namespace render

@@ -146,6 +146,7 @@ void add_program(CLI::App* app, Options* options) {
 // How the bed is rendered, whatever it is.
 void add_rendering(CLI::App* app, Options* options) {
   add_head(app, options);
+  ears_option_add(app, &options->ears);
   room_options_add(app, &options->settings);
   add_levels(app, options);
   add_program(app, options);

@@ -30,6 +30,7 @@ struct Options {
   std::optional<SampleFormat> sample_format;
   std::optional<Pose> pose;
   std::string trajectory;  // empty: none
+  std::string ears;        // SOFA file; empty: the built-in ones
   Settings settings;       // of room and reverb
   double gain_db = 0.0;
   bool normalize = false;

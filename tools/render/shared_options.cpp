@@ -80,6 +80,11 @@ CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std
       ->type_name("YAW,PITCH,ROLL");
 }
 
+void ears_option_add(CLI::App* app, std::string* ears) {
+  app->add_option("--ears", *ears, "Ears to listen with; default the built-in ones")
+      ->type_name("FILE.sofa");
+}
+
 void version_option_add(CLI::App* app) {
   app->set_version_flag("--version", app->get_name() + " " ORVANE_PROGRAM_VERSION);
 }

@@ -46,6 +46,9 @@ void channel_options_add(CLI::App* app, ChannelRequest* channels);
 // --pose. `help` says whose or when.
 CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std::string& help);
 
+// --ears.
+void ears_option_add(CLI::App* app, std::string* ears);
+
 // --version.
 void version_option_add(CLI::App* app);
 

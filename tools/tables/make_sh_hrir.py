@@ -7,20 +7,26 @@ package libopenblas0-serial it takes a quarter of the time.
 """
 
 import argparse
+import subprocess
 import sys
+import tempfile
 from pathlib import Path
 
+import numpy as np
 from cpp_writer import ROOT
 from hrir import constraints, measured_set, pipeline, provenance, quality_plot, report, table_file
 from hrir.magnitude_fit import MagnitudeFit
 
 PLOT_PATH = ROOT / "docs" / "sh_hrir_quality.svg"
+FITTER = ROOT / "build" / "release" / "orvane-ears"
 PROGRESS_STEPS = 100
 
 
 def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--sofa", type=Path, default=measured_set.DEFAULT_PATH)
+    parser.add_argument(
+        "--sofa", type=Path, help="another head: the plain fit of its left ear takes the table's place"
+    )
     parser.add_argument(
         "--held-out", action="store_true", help="only print the figures on unseen directions"
     )
@@ -56,18 +62,30 @@ def draw_committed(hrtfs):
     quality_plot.draw(pipeline.Result(table_file.read(), start, hrtfs, fit), PLOT_PATH)
 
 
+def write_fitted_table(sofa):
+    """Writes the table that orvane-ears fits to the left ear of any set, and its report."""
+    with tempfile.TemporaryDirectory() as folder:
+        tables = Path(folder) / "ears.npy"
+        subprocess.run([FITTER, sofa, "--table", tables], check=True)
+        left = np.load(tables)[measured_set.LEFT_EAR]
+    table_file.PATH.write_text(table_file.render(left).replace(measured_set.DEFAULT_PATH.name, sofa.name))
+
+
 def main():
     arguments = parse_arguments()
-    if arguments.search_alignment:
-        found, gain = pipeline.search_alignment(arguments.sofa)
+    measured = measured_set.DEFAULT_PATH
+    if arguments.sofa:
+        write_fitted_table(arguments.sofa)
+    elif arguments.search_alignment:
+        found, gain = pipeline.search_alignment(measured)
         print(f"{found}, gain {gain}")
     elif arguments.plot:
-        draw_committed(pipeline.prepare(arguments.sofa))
+        draw_committed(pipeline.prepare(measured))
     elif arguments.held_out:
-        methods = pipeline.evaluate_held_out(pipeline.prepare(arguments.sofa), show_progress)
+        methods = pipeline.evaluate_held_out(pipeline.prepare(measured), show_progress)
         print("\n".join(report.table(methods)))
     else:
-        write_table(arguments.sofa)
+        write_table(measured)
 
 
 if __name__ == "__main__":
