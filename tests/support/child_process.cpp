@@ -35,6 +35,8 @@ ChildProcess::~ChildProcess() {
   waitpid(pid_, nullptr, 0);
 }
 
+void ChildProcess::send(int signal) const { kill(pid_, signal); }
+
 void ChildProcess::terminate() const { kill(pid_, SIGTERM); }
 
 bool ChildProcess::running() {

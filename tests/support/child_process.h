@@ -20,6 +20,7 @@ class ChildProcess {
   ChildProcess& operator=(const ChildProcess&) = delete;
 
   void terminate() const;
+  void send(int signal) const;
   bool running();
 
   // Exit status, or -1 for an end by a signal or none within 30 seconds.

@@ -10,7 +10,7 @@ using render::Pose;
 using render::Rotation;
 
 constexpr std::string_view kScenePrefix = "/SceneRotator";
-constexpr std::string_view kQuaternion = "/quaternions";
+constexpr std::string_view kQuaternions[] = {"/quaternion", "/quaternions", "/orientation"};
 
 struct AngleMessage {
   std::string_view path;
@@ -19,10 +19,8 @@ struct AngleMessage {
 
 constexpr double Pose::*kAngles[] = {&Pose::yaw_deg, &Pose::pitch_deg, &Pose::roll_deg};
 constexpr AngleMessage kAngleMessages[] = {
-    {"/ypr", {kAngles, 3}},
-    {"/yaw", {kAngles, 1}},
-    {"/pitch", {kAngles + 1, 1}},
-    {"/roll", {kAngles + 2, 1}},
+    {"/ypr", {kAngles, 3}}, {"/adm/lis/ypr", {kAngles, 3}}, {"/orientation", {kAngles, 3}},
+    {"/yaw", {kAngles, 1}}, {"/pitch", {kAngles + 1, 1}},   {"/roll", {kAngles + 2, 1}},
 };
 
 }  // namespace
@@ -34,15 +32,18 @@ std::optional<Rotation> HeadMessages::read(std::string_view path, std::span<cons
   const bool to_scene = path.starts_with(kScenePrefix);
   if (to_scene) path.remove_prefix(kScenePrefix.size());
   const bool inverse = to_scene && scene_ == SceneMessages::kTurnScene;
-  if (path == kQuaternion && values.size() == 4) return turn(values.data(), inverse);
+  if (values.size() == 4) {
+    const bool is_turn = std::ranges::find(kQuaternions, path) != std::end(kQuaternions);
+    return is_turn ? turn(values.data(), inverse) : std::nullopt;
+  }
   for (const AngleMessage& message : kAngleMessages) {
     if (path != message.path || values.size() != message.angles.size()) continue;
     // The scene turns about its fixed axes in the order yaw, pitch, roll. The inverse of that are
     // the negative angles about the head's own axes in the same order, which is how a pose turns.
     for (size_t i = 0; i < values.size(); ++i) {
-      pose_.*message.angles[i] = inverse ? -values[i] : values[i];
+      angles_.*message.angles[i] = inverse ? -values[i] : values[i];
     }
-    return pose_rotation(pose_);
+    return pose_rotation(axes_.pose(angles_));
   }
   return std::nullopt;
 }
@@ -52,9 +53,9 @@ std::optional<Rotation> HeadMessages::turn(const double* values, bool inverse) {
                                    std::hypot(values[2], values[3]));
   if (length == 0.0 || !std::isfinite(length)) return std::nullopt;
   const double sign = inverse ? -1.0 : 1.0;
-  const Rotation head = {values[0] / length, sign * values[1] / length, sign * values[2] / length,
-                         sign * values[3] / length};
-  pose_ = pose_from_rotation(head);
+  const Rotation head = axes_.turn({values[0] / length, sign * values[1] / length,
+                                    sign * values[2] / length, sign * values[3] / length});
+  angles_ = axes_.tracker_pose(pose_from_rotation(head));
   return head;
 }
 

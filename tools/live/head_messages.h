@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "tools/live/tracker_axes.h"
 #include "tools/render/pose.h"
 #include "tools/render/rotation.h"
 
@@ -20,22 +21,26 @@ enum class SceneMessages {
 
 class HeadMessages {
  public:
-  HeadMessages(const render::Pose& start, SceneMessages scene) : pose_(start), scene_(scene) {}
+  // `axes` say what the angles of all messages mean.
+  HeadMessages(const render::Pose& start, SceneMessages scene, const TrackerAxes& axes = {})
+      : angles_(axes.tracker_pose(start)), scene_(scene), axes_(axes) {}
 
   // The turn of the head in the room after a message; nothing for one that is not listed here, or
   // whose values are not finite or of another number.
   //
-  //   /ypr                        yaw, pitch, roll in degrees, as render::Pose
+  //   /ypr  /adm/lis/ypr          yaw, pitch, roll in degrees, as render::Pose
   //   /yaw  /pitch  /roll         one of them; the others keep what the last message said
-  //   /quaternions                w, x, y, z in the room frame, of any length but 0
+  //   /quaternion  /quaternions   w, x, y, z in the room frame, of any length but 0
+  //   /orientation                three angles or a quaternion, as above
   //   /SceneRotator/<the same>    as `scene` says
   std::optional<render::Rotation> read(std::string_view path, std::span<const double> values);
 
  private:
   std::optional<render::Rotation> turn(const double* values, bool inverse);
 
-  render::Pose pose_;
+  render::Pose angles_;  // of the tracker
   SceneMessages scene_;
+  TrackerAxes axes_;
 };
 
 }  // namespace live

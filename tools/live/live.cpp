@@ -8,9 +8,10 @@
 #include "tools/live/bed_player.h"
 #include "tools/live/dropouts.h"
 #include "tools/live/engine.h"
+#include "tools/live/head_trackers.h"
 #include "tools/live/jack_client.h"
-#include "tools/live/osc_receiver.h"
 #include "tools/live/sink_run.h"
+#include "tools/live/watch.h"
 #include "tools/render/audio_input.h"
 #include "tools/render/decibels.h"
 #include "tools/render/interrupt.h"
@@ -44,14 +45,19 @@ std::chrono::duration<double> period_of(const JackClient& jack) {
                                        render::kEffectRateHz);
 }
 
+void print_opentrack(const HeadTrackers& trackers) {
+  if (const auto port = trackers.opentrack_port()) std::printf("opentrack port %d\n", *port);
+}
+
 void print_start(const Options& options, const render::ChannelPlan& plan, const JackClient& jack,
-                 const std::vector<std::string>& ears, int osc_port) {
+                 const std::vector<std::string>& ears, const HeadTrackers& trackers) {
   const std::string input = options.bed.empty() ? "ports of " + jack.name() : options.bed;
   std::string output = ears.empty() ? "not connected" : ears.front();
   if (ears.size() > 1) output += ", " + ears.back();
   std::printf("layout  %s\ninput   %s\noutput  %s\nperiod  %zu frames, %.1f ms\nosc     port %d\n",
               plan.layout->name.c_str(), input.c_str(), output.c_str(), jack.period_frames(),
-              1000.0 * period_of(jack).count(), osc_port);
+              1000.0 * period_of(jack).count(), trackers.osc_port());
+  print_opentrack(trackers);
   std::fflush(stdout);
 }
 
@@ -93,6 +99,7 @@ void print_end(const JackClient& jack, const BedPlayer* player) {
 }  // namespace
 
 void live_run(const Options& options) {
+  if (options.tracker.watch) return watch_run(options);
   const render::ChannelPlan plan = plan_of(options);
   for (const std::string& notice : plan.notices) {
     std::fprintf(stderr, "orvane-live: note: %s\n", notice.c_str());
@@ -111,20 +118,19 @@ void live_run(const Options& options) {
                 static_cast<float>(render::decibels_to_factor(options.gain_db)));
 
   if (options.sink) {
-    const OscReceiver osc(options.osc_port, HeadMessages(start, options.scene), &poses,
-                          options.verbose);
-    sink_run(options, plan, &engine, osc.port());
+    const HeadTrackers trackers(options, &poses);
+    print_opentrack(trackers);
+    sink_run(options, plan, &engine, trackers.osc_port());
     return;
   }
   JackClient jack(options.name, options.server);
   jack.add_ports(input_names(options, plan));
   engine.set_period(jack.period_frames());
-  const OscReceiver osc(options.osc_port, HeadMessages(start, options.scene), &poses,
-                        options.verbose);
+  const HeadTrackers trackers(options, &poses);
   jack.activate(&engine);
   const std::vector<std::string> ears =
       options.connect ? jack.connect_ears() : std::vector<std::string>();
-  print_start(options, plan, jack, ears, osc.port());
+  print_start(options, plan, jack, ears, trackers);
   std::this_thread::sleep_for(2 * period_of(jack));  // the server connects from a later period on
   engine.start();
   wait_for_end(jack, engine, player ? &*player : nullptr);

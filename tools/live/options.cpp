@@ -18,7 +18,9 @@ constexpr char kDescription[] =
 constexpr char kOscHelp[] = R"(OSC messages, numbers of any type:
   /ypr YAW PITCH ROLL           the head's pose, as above
   /yaw YAW, /pitch PITCH, /roll ROLL
-  /quaternions W X Y Z          the head's turn in the room frame
+  /quaternion W X Y Z           the head's turn in the room frame; or /quaternions
+  /adm/lis/ypr, /orientation    likewise, the latter with three or four numbers
+  /recenter                     where the head is now is ahead
   /SceneRotator/ypr and the others with /SceneRotator before them
                                 a turn of the scene: the inverse of the head's,
                                 or with --invert-scene the head's
@@ -66,12 +68,13 @@ std::optional<Options> options_parse(int argc, char** argv, int* exit_status) {
   Options options;
   CLI::App app(kDescription, "orvane-live");
   app.footer(std::string(render::kChannelsHelp) + "\n" + render::kPoseHelp + "\n" + kOscHelp +
-             "\n" + render::kRoomOptionsHelp + "\n" + kExitHelp);
+             "\n" + kTrackerHelp + "\n" + render::kRoomOptionsHelp + "\n" + kExitHelp);
   add_bed(&app, &options);
   render::channel_options_add(&app, &options.channels);
   render::pose_option_add(&app, &options.pose, "Head pose until the first message,");
   render::ears_option_add(&app, &options.ears);
   add_osc(&app, &options);
+  tracker_options_add(&app, &options.tracker, &options.scene);
   render::room_options_add(&app, &options.settings);
   render::decibels_option_add(&app, "--gain", &options.gain_db, "Gain of both ears");
   render::decibels_option_add(&app, "--lfe-gain", &options.channels.lfe_gain_db,
@@ -82,6 +85,7 @@ std::optional<Options> options_parse(int argc, char** argv, int* exit_status) {
                               "the logs of effect and JACK, and ignored OSC messages");
   app.callback([&options] {
     if (options.sink && options.channels.layout.empty()) options.channels.layout = kSinkLayout;
+    if (options.tracker.watch) return;
     if (options.bed.empty() && options.channels.layout.empty()) {
       throw CLI::ValidationError("--layout", "is needed without a BED");
     }

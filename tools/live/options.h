@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tools/live/head_messages.h"
+#include "tools/live/tracker_options.h"
 #include "tools/render/channel_map.h"
 #include "tools/render/pose.h"
 #include "tools/render/settings.h"
@@ -22,6 +23,7 @@ struct Options {
   double gain_db = 0.0;
   int osc_port = 0;
   SceneMessages scene = SceneMessages::kTurnScene;
+  TrackerOptions tracker;
   std::string name;    // of the client
   std::string server;  // empty: the default one
   bool connect = true;

@@ -2,12 +2,16 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "tools/live/steady_clock.h"
 #include "tools/render/failure.h"
 
 namespace live {
 namespace {
+
+constexpr std::string_view kRecentre = "/recenter";
 
 // liblo gives its reason to a function without context, in the thread that called it.
 thread_local std::string t_reason;
@@ -28,9 +32,9 @@ lo_server_thread open_server(int port) {
 
 }  // namespace
 
-OscReceiver::OscReceiver(int port, const HeadMessages& messages, PoseSlot* poses, bool verbose)
+OscReceiver::OscReceiver(int port, const HeadMessages& messages, HeadInput* input, bool verbose)
     : messages_(messages),
-      poses_(poses),
+      input_(input),
       verbose_(verbose),
       server_(open_server(port), lo_server_thread_free) {
   const auto handle = [](const char* path, const char* types, lo_arg** arguments, int count,
@@ -47,6 +51,7 @@ OscReceiver::OscReceiver(int port, const HeadMessages& messages, PoseSlot* poses
 int OscReceiver::port() const { return lo_server_thread_get_port(server_.get()); }
 
 void OscReceiver::receive(const char* path, const char* types, lo_arg** arguments, int count) {
+  if (std::string_view(path) == kRecentre) return input_->recentre();
   std::vector<double> values;
   for (int i = 0; i < count; ++i) {
     const lo_type type = static_cast<lo_type>(types[i]);
@@ -55,7 +60,7 @@ void OscReceiver::receive(const char* path, const char* types, lo_arg** argument
   }
   const std::optional<render::Rotation> head = messages_.read(path, values);
   if (head) {
-    poses_->write(*head);
+    input_->take(*head, steady_seconds());
   } else if (verbose_) {
     std::fprintf(stderr, "orvane-live: ignored the OSC message %s %s\n", path, types);
   }

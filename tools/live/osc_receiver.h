@@ -7,16 +7,17 @@
 #include <memory>
 #include <type_traits>
 
+#include "tools/live/head_input.h"
 #include "tools/live/head_messages.h"
-#include "tools/live/pose_slot.h"
 
 namespace live {
 
 class OscReceiver {
  public:
-  // Listens on a UDP port, any free one for 0, and writes what it hears to `poses`, which must
-  // outlive it. `verbose` prints what it ignores. Throws Failure when it cannot have the port.
-  OscReceiver(int port, const HeadMessages& messages, PoseSlot* poses, bool verbose);
+  // Listens on a UDP port, any free one for 0, and hands what it hears to `input`, which must
+  // outlive it; /recenter recentres it. `verbose` prints what it ignores. Throws Failure when it
+  // cannot have the port.
+  OscReceiver(int port, const HeadMessages& messages, HeadInput* input, bool verbose);
   OscReceiver(const OscReceiver&) = delete;
   OscReceiver& operator=(const OscReceiver&) = delete;
 
@@ -26,7 +27,7 @@ class OscReceiver {
   void receive(const char* path, const char* types, lo_arg** arguments, int count);
 
   HeadMessages messages_;
-  PoseSlot* poses_;
+  HeadInput* input_;
   bool verbose_;
   using Server = std::remove_pointer_t<lo_server_thread>;
   std::unique_ptr<Server, void (*)(lo_server_thread)> server_;  // stopped before the rest goes
