@@ -236,7 +236,7 @@ def check_plays(desktop, sink, layout, *options, measure=difference, limit=kExac
     raise AssertionError(f"{dict(zip(names, errors))}\n{desktop.logs()}")
 
 
-kOscPort = "9377"
+kOscPort, kOpentrackPort = "9377", "9378"
 kLive = "orvane-live"
 kSink = "orvane-headphones-7.1"
 
@@ -291,16 +291,20 @@ def start_live(desktop, *options):
 
 
 def live_sink(build, folder):
-    """orvane-live as a sink: every channel, the head from a tracker, garbage from the network, its end."""
+    """orvane-live as a sink: every channel, the head from OSC and from opentrack, garbage from the network, its end."""
     with Desktop(build, folder) as desktop:
-        start_live(desktop)
+        start_live(desktop, "--tracker", "opentrack", "--opentrack", kOpentrackPort)
         desktop.wait_for("the latency of the ear filters",
                          lambda: desktop.latency_ns(kLive) == kEarFrames * 10**9 // kRate)
         check_plays(desktop, kLive, "7.1", "--dry")
-        desktop.run("oscsend", "localhost", kOscPort, "/ypr", "fff", "90", "0", "0", check=True)
+        # To the left: angles of this tracker grow to the right, over OSC too.
+        desktop.run("oscsend", "localhost", kOscPort, "/ypr", "fff", "-90", "0", "0", check=True)
         check_plays(desktop, kLive, "7.1", "--dry", "--pose", "90,0,0")
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as tracker:  # x, y, z; 90 degrees to the right
+            tracker.sendto(struct.pack("<6d", 0, 0, 0, 90, 0, 0), ("127.0.0.1", int(kOpentrackPort)))
+        check_plays(desktop, kLive, "7.1", "--dry", "--pose", "-90,0,0")
         with flood_of_garbage(int(kOscPort)) as sent:
-            check_plays(desktop, kLive, "7.1", "--dry", "--pose", "90,0,0")
+            check_plays(desktop, kLive, "7.1", "--dry", "--pose", "-90,0,0")
         print(f"  {sent[0]} packets of garbage meanwhile")
         assert desktop.stop("orvane-live") == 0, desktop.logs()
         assert desktop.node(kLive) is None
