@@ -3,6 +3,7 @@
 // memory. web/package/renderer.js is the only caller.
 #include <stdint.h>
 
+#include "ambisonics/binauralizer.h"
 #include "base/limits.h"
 #include "base/result.h"
 #include "renderer/loudspeaker_layouts.h"
@@ -24,6 +25,7 @@ constexpr uint32_t kMostChannels = [] {
 ubr_t renderer;
 float bed[kMostChannels][ORVANE_MAX_FRAME_SIZE];
 float ears[2][ORVANE_MAX_FRAME_SIZE];
+float responses[2][BINAURALIZER_TAPS * BINAURALIZER_RESPONSE_CHANNELS];
 
 void place_loudspeakers(const orvane_layout_t& layout) {
   for (uint32_t i = 0; i < layout.num_channels; ++i) {
@@ -87,6 +89,17 @@ EXPORT(orvane_web_set_parameter) uint32_t orvane_web_set_parameter(int32_t numbe
 
 EXPORT(orvane_web_compute_reflections) uint32_t orvane_web_compute_reflections() {
   return ubr_compute_reflections(&renderer);
+}
+
+// Where the tables of a left and a right ear go, one after the other, as ubr_set_responses has
+// them.
+EXPORT(orvane_web_responses) float* orvane_web_responses() { return responses[0]; }
+
+// Takes over the tables of so many ears: both, one of a symmetric head, or with 0 the built-in one.
+// Returns ubr_set_responses' code.
+EXPORT(orvane_web_set_responses) uint32_t orvane_web_set_responses(uint32_t num_ears) {
+  return ubr_set_responses(&renderer, num_ears > 0 ? responses[0] : nullptr,
+                           num_ears > 1 ? responses[1] : nullptr);
 }
 
 // Silences everything that sounds on, and puts the head straight ahead.

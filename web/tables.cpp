@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "ambisonics/binauralizer.h"
 #include "base/limits.h"
 #include "renderer/loudspeaker_layouts.h"
 #include "renderer/parameters.h"
@@ -124,6 +125,10 @@ std::string module_text() {
          "export const sampleRate = " +
          std::to_string(ORVANE_SAMPLE_RATE) +
          ";\n"
+         "export const responseShape = {taps:" +
+         std::to_string(BINAURALIZER_TAPS) +
+         ",channels:" + std::to_string(BINAURALIZER_RESPONSE_CHANNELS) +
+         "};\n"
          "export const layouts = [\n" +
          joined(orvane_layouts, ",\n", layout) +
          "\n];\n"
@@ -179,6 +184,8 @@ std::string types_text() {
          "}\n"
          "/** Hz: the only rate that the renderer works at. */\n"
          "export const sampleRate: number;\n"
+         "/** Of the responses of an ear: one row of SH channels (ACN, SN3D) per tap. */\n"
+         "export const responseShape: { taps: number; channels: number };\n"
          "export const layouts: Layout[];\n"
          "/** What a file of so many channels without labels is taken as. */\n"
          "export const unlabelled: Record<number, {layout: LayoutName, labels: ChannelLabel[]}>;\n"

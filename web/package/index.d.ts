@@ -3,7 +3,7 @@ import type { LayoutName, Layout, ParameterName, PresetName } from './tables.js'
 export type {
   ChannelLabel, FileOrder, Layout, LayoutName, Loudspeaker, Parameter, ParameterName, PresetName,
 } from './tables.js';
-export { layouts, parameters, presets, sampleRate, unlabelled } from './tables.js';
+export { layouts, parameters, presets, responseShape, sampleRate, unlabelled } from './tables.js';
 
 /**
  * A head in degrees: right-handed turns about its own axes, yaw first. Yaw is positive to the left, pitch nose down,
@@ -22,6 +22,8 @@ export interface Settings {
   parameters?: ParameterValues;
   /** Of the first sample. */
   pose?: Pose;
+  /** Ears of your own, as setResponses takes them; without, the built-in ones. */
+  responses?: { left: Float32Array; right?: Float32Array };
 }
 
 export interface LoadOptions extends Settings {
@@ -49,6 +51,8 @@ export class OrvaneNode extends AudioWorkletNode {
   setParameters(values: ParameterValues): void;
   /** The room of a preset; without a name that of a new effect. */
   setPreset(name?: PresetName): void;
+  /** As OrvaneRenderer's. The audio thread takes a moment for it, so rather set them before the sound starts. */
+  setResponses(left?: Float32Array, right?: Float32Array): void;
   /** Ends the renderer and disconnects the node. */
   close(): void;
   /** Twice a second: the fraction of the time that the audio thread spent here. */
@@ -65,6 +69,12 @@ export class OrvaneRenderer {
   setPose(pose: Pose): void;
   /** As OrvaneNode's, at once. */
   setParameters(values: ParameterValues): void;
+  /**
+   * The ears to render for, from the next block on: tables of `responseShape`, tap after tap, at 48 kHz. Without a right
+   * one the head is symmetric; without any the built-in ears return. Throws a RangeError, nothing changed, for another
+   * length and for values that are not finite.
+   */
+  setResponses(left?: Float32Array, right?: Float32Array): void;
   /** Silences what sounds on, and puts the head straight ahead. */
   reset(): void;
   /**

@@ -1,9 +1,9 @@
 // Loudspeaker beds to headphones: OrvaneNode for Web Audio, OrvaneRenderer for everything else.
-import { OrvaneRenderer as Renderer, layoutIndex } from './renderer.js';
+import { OrvaneRenderer as Renderer, checkResponses, layoutIndex } from './renderer.js';
 import { defaults, presetValues, settle } from './settings.js';
 import { layouts, sampleRate } from './tables.js';
 
-export { layouts, parameters, presets, sampleRate, unlabelled } from './tables.js';
+export { layouts, parameters, presets, responseShape, sampleRate, unlabelled } from './tables.js';
 export { poseFromDevice } from './pose.js';
 
 /** A module of one function that counts the bits of a vector; engines without vectors refuse it. */
@@ -48,10 +48,11 @@ export class OrvaneNode extends (globalThis.AudioWorkletNode ?? class {}) {
 
   /** Use OrvaneNode.create. */
   constructor(context, bytes, settings) {
-    const { layout = '7.1.4', preset, parameters = {}, pose } = settings;
+    const { layout = '7.1.4', preset, parameters = {}, pose, responses } = settings;
     const { loudspeakers } = layouts[layoutIndex(layout)];
     const values = { ...(preset ? presetValues(preset) : {}), ...parameters };
-    settle(values, defaults());  // throws here rather than on the audio thread
+    settle(values, defaults());  // these throw here rather than on the audio thread
+    checkResponses(responses?.left, responses?.right);
     super(context, 'orvane', {
       numberOfInputs: 1,
       numberOfOutputs: 1,
@@ -60,7 +61,7 @@ export class OrvaneNode extends (globalThis.AudioWorkletNode ?? class {}) {
       channelCountMode: 'explicit',
       channelInterpretation: 'discrete',
       parameterData: pose ?? {},
-      processorOptions: { bytes, settings: { layout, preset, parameters, pose } },
+      processorOptions: { bytes, settings: { layout, preset, parameters, pose, responses } },
     });
     settle(values, this.#values);
     this.layout = layouts[layoutIndex(layout)];
@@ -99,6 +100,12 @@ export class OrvaneNode extends (globalThis.AudioWorkletNode ?? class {}) {
     const wanted = { ...defaults(), ...(name ? presetValues(name) : {}) };
     const changed = Object.entries(wanted).filter(([key, value]) => this.#values[key] !== value);
     this.setParameters(Object.fromEntries(changed));
+  }
+
+  /** The ears to render for. Their transforms are made on the audio thread, which takes a moment. */
+  setResponses(left, right) {
+    checkResponses(left, right);
+    this.port.postMessage({ responses: [left, right] });
   }
 
   /** Ends the renderer; the node is silent from then on. */

@@ -16,6 +16,7 @@ class OrvaneProcessor extends AudioWorkletProcessor {
     this.startStatus();
     this.port.onmessage = ({ data }) => {
       if (data.writes) this.writes.push(...data.writes);
+      if (data.responses) this.renderer.setResponses(...data.responses);
       if (data.close) this.running = false;
     };
   }

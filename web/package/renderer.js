@@ -1,7 +1,7 @@
 // One renderer: a WebAssembly instance and the views into its memory. Runs in Node, on a page and in a worklet.
 import { rotationVector } from './pose.js';
 import { defaults, presetValues, settle } from './settings.js';
-import { layouts, parameters } from './tables.js';
+import { layouts, parameters, responseShape } from './tables.js';
 
 const kFirstOfRoom = parameters.find(parameter => parameter.name === 'reflections.mode').number;
 
@@ -18,6 +18,17 @@ function imports(module) {
   return all;
 }
 
+/** Throws RangeError for responses that the renderer would refuse. */
+export function checkResponses(left, right) {
+  const values = responseShape.taps * responseShape.channels;
+  if (right && !left) throw new RangeError('a right ear needs a left one');
+  for (const table of [left, right]) {
+    if (table && (table.length !== values || !table.every(Number.isFinite))) {
+      throw new RangeError(`the responses of an ear are ${values} finite numbers`);
+    }
+  }
+}
+
 /** Row of the table of layouts; throws RangeError for a name that does not exist. */
 export function layoutIndex(name) {
   const index = layouts.findIndex(layout => layout.name === name);
@@ -32,12 +43,13 @@ export class OrvaneRenderer {
   #values = defaults();
   #views;
 
-  constructor(module, { layout = '7.1.4', preset, parameters: values = {}, pose } = {}) {
+  constructor(module, { layout = '7.1.4', preset, parameters: values = {}, pose, responses } = {}) {
     this.layout = layouts[layoutIndex(layout)];
     this.#wasm = new WebAssembly.Instance(module, imports(module)).exports;
     this.#wasm._initialize?.();
     this.#accept(this.#wasm.orvane_web_init(layoutIndex(layout)), 'layout');
     this.setParameters({ ...(preset ? presetValues(preset) : {}), ...values });
+    if (responses) this.setResponses(responses.left, responses.right);
     if (pose) this.settlePose(pose);
   }
 
@@ -75,6 +87,17 @@ export class OrvaneRenderer {
     if (this.#room.length === 0) return;
     this.#room = [];
     this.#accept(this.#wasm.orvane_web_compute_reflections(), 'the room');
+  }
+
+  /** The ears to render for, from the next block on: see index.d.ts. */
+  setResponses(left, right) {
+    checkResponses(left, right);
+    const tables = [left, right].filter(Boolean);
+    const { memory, orvane_web_responses, orvane_web_set_responses } = this.#wasm;
+    tables.forEach((table, ear) => {
+      new Float32Array(memory.buffer, orvane_web_responses() + 4 * ear * table.length, table.length).set(table);
+    });
+    this.#accept(orvane_web_set_responses(tables.length), 'the responses');
   }
 
   /** Silences what sounds on, and puts the head straight ahead. */

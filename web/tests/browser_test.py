@@ -109,6 +109,10 @@ class BrowserTest(unittest.TestCase):
                 self.assertGreater(heard["peak"], 0.05, case["name"])
                 self.assertLessEqual(heard["difference"], LARGEST_DIFFERENCE, case["name"])
 
+        heard = browser.call(self.driver, "return (await import('/tests/offline.js')).compareResponses()")
+        self.assertGreater(heard["peak"], 0.01)
+        self.assertLessEqual(heard["difference"], LARGEST_DIFFERENCE)
+
     def test_example_of_the_package_plays(self):
         self.open("/package/example.html")
         self.find("#play").click()

@@ -9,7 +9,7 @@ import { pathToFileURL } from 'node:url';
 
 const packageFolder = process.env.ORVANE_WEB_PACKAGE;
 const references = process.env.ORVANE_WEB_REFERENCES;
-const { OrvaneRenderer, hasVectors, parameters, poseFromDevice, presets } =
+const { OrvaneRenderer, hasVectors, parameters, poseFromDevice, presets, responseShape } =
   await import(pathToFileURL(join(packageFolder, 'index.js')));
 
 const kLargest = 1e-6;  // of orvane-render, at full scale 1
@@ -88,6 +88,31 @@ test('a refused setting changes nothing', async () => {
   assert.equal(largestDifference(touched.process(bed), fresh.process(bed)), 0);
   await assert.rejects(OrvaneRenderer.create({ layout: '6.1' }), RangeError);
   await assert.rejects(OrvaneRenderer.create({ preset: 'toString' }), RangeError);
+});
+
+/** An ear that hears all directions alike, so many samples later. */
+function plainEar(delay, gain) {
+  const table = new Float32Array(responseShape.taps * responseShape.channels);
+  table[delay * responseShape.channels] = gain;
+  return table;
+}
+
+test('own responses take the place of the built-in ones, and give it back', async () => {
+  const [renderer, fresh] = await Promise.all([1, 2].map(() => OrvaneRenderer.create({ layout: '5.1', preset: 'dry' })));
+  const bed = [noise()];
+  renderer.setResponses(plainEar(40, 1), plainEar(10, 0.5));
+  const [left, right] = renderer.process(bed);
+  for (let i = 40; i < 4800; ++i) {
+    assert.ok(Math.abs(left[i] - bed[0][i - 40]) < 5e-6 && Math.abs(right[i] - 0.5 * bed[0][i - 10]) < 5e-6, `sample ${i}`);
+  }
+  renderer.setResponses(plainEar(5, 1));
+  for (const bad of [[new Float32Array(3)], [plainEar(0, NaN)], [undefined, plainEar(0, 1)]]) {
+    assert.throws(() => renderer.setResponses(...bad), RangeError);
+  }
+  assert.equal(renderer.process(bed)[0][4799], renderer.process(bed)[1][4799]);
+  renderer.setResponses();
+  renderer.reset();
+  assert.equal(largestDifference(renderer.process(bed), fresh.process(bed)), 0);
 });
 
 test('a head that turns to the left hears a voice from ahead at the right ear', async () => {
