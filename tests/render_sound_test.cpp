@@ -3,6 +3,7 @@
 #include <random>
 #include <sstream>
 
+#include "renderer/loudspeaker_layouts.h"
 #include "room/shoebox.h"
 #include "tests/support/render_program.h"
 #include "tools/render/effect_host.h"
@@ -68,6 +69,76 @@ TEST_F(RenderedSoundTest, TrajectoryTurnsTheHeadOnTime) {
   const std::vector<float> posed = read("out.wav");
   ASSERT_EQ(posed.size(), still.size());
   for (size_t i = 0; i < posed.size(); ++i) ASSERT_NEAR(posed[i], still[i], 1e-6f) << i;
+}
+
+// Real spherical harmonics, SN3D, in the order of ACN.
+std::vector<double> harmonics(int order, double azimuth, double elevation) {
+  std::vector<double> values;
+  for (int n = 0; n <= order; ++n) {
+    for (int m = -n; m <= n; ++m) {
+      const unsigned k = static_cast<unsigned>(std::abs(m));
+      const double norm = std::sqrt((m == 0 ? 1.0 : 2.0) * std::tgamma(n - std::abs(m) + 1) /
+                                    std::tgamma(n + std::abs(m) + 1));
+      values.push_back(norm *
+                       std::assoc_legendre(static_cast<unsigned>(n), k, std::sin(elevation)) *
+                       (m < 0 ? std::sin(-m * azimuth) : std::cos(m * azimuth)));
+    }
+  }
+  return values;
+}
+
+TEST_F(RenderedSoundTest, AFieldSoundsAsTheLoudspeakerThatItHolds) {
+  constexpr size_t kFrames = 4800, kLoudspeaker = 4;
+  const Layout& layout = *layout_find("7.1");
+  const orvane_loudspeaker_t& row = orvane_find_layout(layout.mask)->loudspeakers[kLoudspeaker];
+  const double x = static_cast<double>(row.x), y = static_cast<double>(row.y);
+  const std::vector<double> weights =
+      harmonics(4, std::atan2(y, x), std::atan2(static_cast<double>(row.z), std::hypot(x, y)));
+  const auto fill = [&](size_t channels, const std::vector<double>& gains, const char* name) {
+    std::vector<float> samples(channels * kFrames);
+    std::minstd_rand random;
+    for (size_t i = 0; i < kFrames; ++i) {
+      const double sample = 1e-10 * static_cast<double>(random());
+      for (size_t c = 0; c < channels; ++c) {
+        samples[i * channels + c] = static_cast<float>(gains[c] * sample);
+      }
+    }
+    AudioSpec spec;
+    spec.channels = channels;
+    spec.expected_frames = kFrames;
+    if (channels == layout.rows.size()) spec.speakers = layout.rows;
+    AudioWriter writer(path(name), spec);
+    writer.write(samples.data(), kFrames);
+    writer.commit();
+  };
+  std::vector<double> only(layout.rows.size());
+  only[kLoudspeaker] = 1.0;
+  fill(layout.rows.size(), only, "bed.wav");
+  fill(25, weights, "field.wav");
+  fill(4, weights, "first.wav");
+  fill(10, std::vector<double>(10), "ten.wav");
+  for (const std::string arguments : {"--dry", "--dry --pose 100,20,5", "--preset living-room"}) {
+    ASSERT_EQ(0, run("bed.wav ears.wav " + arguments)) << errors_;
+    const std::vector<float> ears = read("ears.wav");
+    ASSERT_EQ(0, run("field.wav field-ears.wav --ambisonics " + arguments)) << errors_;
+    const std::vector<float> field = read("field-ears.wav");
+    ASSERT_EQ(ears.size(), field.size());
+    if (arguments.find("dry") == std::string::npos) continue;  // a field's room is another one
+    for (size_t i = 0; i < ears.size(); ++i) ASSERT_NEAR(ears[i], field[i], 1e-5f) << i;
+  }
+  ASSERT_EQ(0, run("first.wav ears.wav --ambisonics --preset living-room --pose 90,0,0"));
+  EXPECT_EQ(1, run("ten.wav ears.wav --ambisonics"));
+  EXPECT_NE(errors_.find("10 channels, but ambisonics has 4, 9, 16 or 25"), std::string::npos);
+  EXPECT_EQ(2, run("first.wav ears.wav --ambisonics --layout 5.1"));
+  // As FFmpeg marks them.
+  ASSERT_EQ(0, std::system(("cd " + folder_.string() +
+                            " && ffmpeg -v error -guess_layout_max 0 -i first.wav -af "
+                            "'aformat=channel_layouts=ambisonic 1' -c:a libopus -mapping_family 2 "
+                            "first.opus")
+                               .c_str()));
+  ASSERT_EQ(0, run("info first.opus")) << log();
+  EXPECT_NE(log().find("ambisonics of order 1"), std::string::npos) << log();
+  ASSERT_EQ(0, run("first.opus ears.wav --dry")) << errors_;
 }
 
 TEST_F(RenderedSoundTest, SoundsTheSameWithEveryNumberOfThreads) {

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "renderer/loudspeaker_layouts.h"
@@ -55,16 +56,32 @@ void RendererHost::configure(uint32_t channel_mask) {
     require(f_.set_source_position(&renderer_, i, speaker.x, speaker.y, speaker.z),
             "refuses a loudspeaker");
   }
+  begin(channels_);
+}
+
+void RendererHost::configure_field(const Field& field) {
+  const uint32_t order = std::max(field.order, field.least_order);
+  const uint32_t inputs = (order + 1) * (order + 1);
+  f_.cleanup(&renderer_);
+  channels_ = size_t{field.order + 1} * (field.order + 1);
+  require(f_.init(&renderer_, UBR_INPUT_AMBISONICS, inputs, UBR_MODE_BINAURAL_TRACKED,
+                  UBR_MAX_FRAME_SIZE, order),
+          "refuses the ambisonic input");
+  begin(inputs);
+}
+
+// What follows ubr_init and the sources' places.
+void RendererHost::begin(size_t inputs) {
   require(f_.reset(&renderer_), "cannot be reset");
   const auto table = [&](size_t ear) {
     return tables_.ears[ear].empty() ? nullptr : tables_.ears[ear].data();
   };
   require(f_.set_responses(&renderer_, table(0), table(1)), "refuses the ears");
-  planar_.assign((channels_ + kNumEars) * UBR_MAX_FRAME_SIZE, 0.0f);
+  planar_.assign((inputs + kNumEars) * UBR_MAX_FRAME_SIZE, 0.0f);
   inputs_.clear();
-  for (size_t c = 0; c < channels_; ++c) inputs_.push_back(&planar_[c * UBR_MAX_FRAME_SIZE]);
+  for (size_t c = 0; c < inputs; ++c) inputs_.push_back(&planar_[c * UBR_MAX_FRAME_SIZE]);
   for (size_t ear = 0; ear < kNumEars; ++ear) {
-    ears_[ear] = &planar_[(channels_ + ear) * UBR_MAX_FRAME_SIZE];
+    ears_[ear] = &planar_[(inputs + ear) * UBR_MAX_FRAME_SIZE];
   }
 }
 
@@ -88,8 +105,8 @@ void RendererHost::process(const float* bed, float* ears, size_t frames) {
     float* const row = &planar_[c * UBR_MAX_FRAME_SIZE];
     for (size_t t = 0; t < frames; ++t) row[t] = bed[t * channels_ + c];
   }
-  require(f_.process(&renderer_, inputs_.data(), static_cast<uint32_t>(channels_), ears_.data(),
-                     kNumEars, static_cast<uint32_t>(frames)),
+  require(f_.process(&renderer_, inputs_.data(), static_cast<uint32_t>(inputs_.size()),
+                     ears_.data(), kNumEars, static_cast<uint32_t>(frames)),
           "fails to render a block");
   for (size_t t = 0; t < frames; ++t) {
     for (size_t ear = 0; ear < kNumEars; ++ear) ears[t * kNumEars + ear] = ears_[ear][t];

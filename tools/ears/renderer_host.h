@@ -14,6 +14,12 @@
 
 namespace ears {
 
+// An ambisonic input of (order + 1)^2 channels, ACN and SN3D. Reflections need a field of the order
+// that is their mode, which `least_order` sees to: the channels beyond the input's are silent.
+struct Field {
+  uint32_t order, least_order;
+};
+
 class RendererHost {
  public:
   // `library` is a handle of dlopen() for liborvane.so, which `path` names, and outlives this
@@ -25,6 +31,7 @@ class RendererHost {
 
   // The rest is as in render::EffectHost.
   void configure(uint32_t channel_mask);
+  void configure_field(const Field& field);
   void set_head_to_stage(const std::array<float, 6>& pose);
   void set_parameter(int32_t id, float value, const std::string& name);
   void process(const float* bed, float* ears, size_t frames);
@@ -45,12 +52,13 @@ class RendererHost {
   };
 
   void require(uint32_t code, const std::string& what) const;
+  void begin(size_t inputs);
 
   std::string path_;
   EarTables tables_;
   Functions f_;
   ubr_t renderer_ = {};
-  size_t channels_ = 0;
+  size_t channels_ = 0;        // of what process() is given
   std::vector<float> planar_;  // a block of the inputs, then of the ears
   std::vector<const float*> inputs_;
   std::array<float*, kNumEars> ears_ = {};

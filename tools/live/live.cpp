@@ -14,6 +14,7 @@
 #include "tools/live/watch.h"
 #include "tools/render/audio_input.h"
 #include "tools/render/decibels.h"
+#include "tools/render/failure.h"
 #include "tools/render/interrupt.h"
 
 namespace live {
@@ -24,7 +25,9 @@ constexpr std::chrono::milliseconds kLook(50);  // how often to look whether it 
 render::ChannelPlan plan_of(const Options& options) {
   if (!options.bed.empty()) {
     const auto input = render::audio_input_open({.path = options.bed});
-    return channel_plan_make(options.bed, input->labels(), options.channels);
+    render::ChannelPlan plan = channel_plan_make(options.bed, input->labels(), options.channels);
+    if (plan.layout->ambisonic_order == 0) return plan;
+    throw render::Failure(options.bed, "is ambisonics, which orvane-render takes");
   }
   const size_t inputs = render::layout_find(options.channels.layout)->rows.size();
   return channel_plan_make("inputs", std::vector<render::Speaker>(inputs), options.channels);

@@ -169,6 +169,7 @@ bool labels_are_missing(const ChannelLabels& labels) {
 }
 
 std::string labels_text(const ChannelLabels& labels) {
+  if (labels.are_ambisonic) return "ambisonics";
   std::string text;
   for (size_t i = 0; i < labels.speakers.size(); ++i) {
     if (!text.empty()) text += ' ';
@@ -203,6 +204,11 @@ ChannelLabels labels_from_ffmpeg(std::string_view description, size_t channels) 
   if (open != std::string_view::npos) {
     description.remove_prefix(description.find('(') + 1);
     description = description.substr(0, description.find(')'));
+  }
+  if (description.starts_with("ambisonic ") && description.find('+') == description.npos) {
+    ChannelLabels field = std::vector<Speaker>(channels);
+    field.are_ambisonic = true;
+    return field;
   }
   ChannelLabels labels = labels_read(description, '+');
   return labels.speakers.size() == channels ? labels

@@ -20,6 +20,7 @@ struct ChannelLabels {
 
   std::vector<Speaker> speakers;  // kUnknown where there is no label, or one of no loudspeaker here
   std::vector<std::string> names;  // of the latter; empty for all others
+  bool are_ambisonic = false;      // instead: a field of full order, ACN and SN3D
 };
 
 // Whether the file says nothing of any channel.

@@ -217,9 +217,40 @@ void check_effects(const std::string& file, const ChannelPlan& plan,
   }
 }
 
+// The channels of a field go in as they are.
+ChannelPlan field_plan(const std::string& file, const ChannelLabels& labels,
+                       const ChannelRequest& request) {
+  if (request.is_ambisonic && labels.are_ambisonic) {
+    throw Failure(file, "is marked as ambisonics, so --ambisonics has no effect");
+  }
+  if (!request.layout.empty() || !request.channels.empty()) {
+    throw Failure(file, "is marked as ambisonics, which has no --layout and no --channels");
+  }
+  if (request.lfe_gain_db != 0.0 || request.input_order != InputOrder::kLabel) {
+    throw Failure(file, "is ambisonics, so --lfe-gain and --order have no effect");
+  }
+  const size_t channels = labels.speakers.size();
+  ChannelPlan plan;
+  plan.layout = ambisonics_find(channels);
+  if (!plan.layout) {
+    throw Failure(file, count_text(channels) + ", but ambisonics has 4, 9, 16 or 25");
+  }
+  if (request.is_ambisonic && !labels_are_missing(labels)) {
+    plan.notices.push_back("its channel map, " + labels_text(labels) +
+                           ", is overridden by --ambisonics");
+  }
+  plan.labels = std::vector<Speaker>(channels);
+  plan.gains = std::vector<float>(channels, 1.0f);
+  for (size_t channel = 0; channel < channels; ++channel) plan.file_channels.push_back(channel);
+  return plan;
+}
+
 }  // namespace
 
 void channel_request_check(const ChannelRequest& request) {
+  if (request.is_ambisonic && (!request.layout.empty() || !request.channels.empty())) {
+    throw BadText("--ambisonics goes without --layout and --channels");
+  }
   if (request.relabel && request.layout.empty() && request.channels.empty()) {
     throw BadText("--relabel needs --layout or --channels");
   }
@@ -242,6 +273,7 @@ size_t channel_request_count(const ChannelRequest& request) {
 
 ChannelPlan channel_plan_make(const std::string& file, const ChannelLabels& labels,
                               const ChannelRequest& request) {
+  if (request.is_ambisonic || labels.are_ambisonic) return field_plan(file, labels, request);
   ChannelPlan plan;
   const ChannelLabels settled = settle_labels(file, labels, request, &plan.notices);
   check_labels(file, settled);

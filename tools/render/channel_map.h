@@ -26,7 +26,8 @@ struct ChannelRequest {
   bool relabel = false;       // these two take the place of labels that say otherwise
   InputOrder input_order = InputOrder::kLabel;
   double lfe_gain_db = 0.0;
-  bool is_film = false;  // LFE channels as film playback has them, where there are any
+  bool is_ambisonic = false;  // AmbiX: a field of full order, ACN and SN3D
+  bool is_film = false;       // LFE channels as film playback has them, where there are any
 };
 
 // Throws BadText for what is wrong whatever the file.

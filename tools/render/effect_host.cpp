@@ -100,6 +100,14 @@ EffectHost::EffectHost(const std::string& library, uint32_t channel_mask, const 
   command(EFFECT_CMD_ENABLE, 0, nullptr, "refuses to be enabled");
 }
 
+EffectHost::EffectHost(const std::string& library, const ears::Field& field,
+                       const std::string& ears)
+    : path_(library), library_(effect_library_load(library), dlclose), effect_(nullptr, nullptr) {
+  renderer_ = std::make_unique<ears::RendererHost>(
+      library_.get(), path_, ears.empty() ? ears::EarTables() : ears::ears_load_and_tell(ears));
+  renderer_->configure_field(field);
+}
+
 EffectHost::~EffectHost() {
   int32_t reply = 0;
   uint32_t reply_size = sizeof(reply);

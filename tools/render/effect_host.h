@@ -37,6 +37,9 @@ class EffectHost {
   EffectHost(const EffectHost&) = delete;
   EffectHost& operator=(const EffectHost&) = delete;
 
+  // Renders an ambisonic field instead, through the library's renderer: the effect takes beds only.
+  EffectHost(const std::string& library, const ears::Field& field, const std::string& ears);
+
   // Goes on with a bed of another mask; room and reverb return to their defaults.
   void configure(uint32_t channel_mask);
 

@@ -43,7 +43,10 @@ void print_file(std::ostream& out, const AudioInput& input) {
   out << "rate      " << rate_hz << " Hz";
   if (rate_hz != kEffectRateHz) out << ", will be " << kEffectRateHz << " Hz";
   out << "\nchannels  " << input.channels() << "\n"
-      << "map       " << (labels_are_missing(input.labels()) ? "none" : labels_text(input.labels()))
+      << "map       "
+      << (labels_are_missing(input.labels()) && !input.labels().are_ambisonic
+              ? "none"
+              : labels_text(input.labels()))
       << "\n";
 }
 
@@ -75,8 +78,15 @@ std::string label_text(const ChannelLabels& labels, size_t channel) {
 // One line per channel of the file, in its order.
 void print_channels(std::ostream& out, const AudioInput& reader, const ChannelPlan& plan,
                     const std::vector<float>& peaks) {
-  out << "\nchannel  map   " << loudspeaker_titles() << "        peak\n";
+  const bool is_field = plan.layout->ambisonic_order > 0;
+  out << "\nchannel  "
+      << (is_field ? "ACN        peak\n" : "map   " + loudspeaker_titles() + "        peak\n");
   for (size_t channel = 0; channel < peaks.size(); ++channel) {
+    if (is_field) {
+      out << text_format("%7zu  %3zu  %10s\n", channel + 1, channel,
+                         peak_text(peaks[channel]).c_str());
+      continue;
+    }
     const auto& inputs = plan.file_channels;
     const auto input =
         static_cast<size_t>(std::find(inputs.begin(), inputs.end(), channel) - inputs.begin());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ambisonics/ambisonics_base.h"
 #include "renderer/loudspeaker_layouts.h"
 #include "tools/render/text.h"
 
@@ -55,7 +56,7 @@ const std::vector<Layout>& layouts() {
   static const std::vector<Layout> all = [] {
     std::vector<Layout> made;
     for (const orvane_layout_t& layout : orvane_layouts) {
-      made.push_back({layout.name, layout.mask, {}});
+      made.push_back({layout.name, layout.mask, {}, 0});
       for (uint32_t i = 0; i < layout.num_channels; ++i) {
         made.back().rows.push_back(speaker_of(layout.loudspeakers[i].channel));
       }
@@ -63,6 +64,21 @@ const std::vector<Layout>& layouts() {
     return made;
   }();
   return all;
+}
+
+const Layout* ambisonics_find(size_t channels) {
+  static const std::vector<Layout> all = [] {
+    std::vector<Layout> made;
+    for (uint32_t order = 1; order <= AMBISONICS_MAX_ORDER; ++order) {
+      made.push_back({"ambisonics of order " + std::to_string(order), 0,
+                      std::vector<Speaker>(size_t{order + 1} * (order + 1)), order});
+    }
+    return made;
+  }();
+  for (const Layout& field : all) {
+    if (field.rows.size() == channels) return &field;
+  }
+  return nullptr;
 }
 
 const Layout* layout_find(const std::string& name) {

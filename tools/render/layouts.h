@@ -14,12 +14,16 @@ namespace render {
 
 // A bed that the effect accepts: one of orvane_layouts.
 struct Layout {
-  std::string name;           // as in --layout
-  uint32_t mask;              // given to the effect
-  std::vector<Speaker> rows;  // what each input of the effect is placed as
+  std::string name;              // as in --layout
+  uint32_t mask;                 // given to the effect
+  std::vector<Speaker> rows;     // what each input of the effect is placed as
+  uint32_t ambisonic_order = 0;  // of a field, whose rows are no loudspeakers; else 0
 };
 
 const std::vector<Layout>& layouts();
+
+// The field of so many channels, ACN and SN3D, of order 1 to 4; null for other numbers.
+const Layout* ambisonics_find(size_t channels);
 
 // Null where `name` is no layout.
 const Layout* layout_find(const std::string& name);

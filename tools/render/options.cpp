@@ -104,6 +104,8 @@ void add_input(CLI::App* app, const std::string& name, Options* options) {
       ->check(CLI::Range(1000, 768000).description(""))
       ->type_name("HZ")
       ->needs(app->get_option("--raw"));
+  app->add_flag("--ambisonics", options->channels.is_ambisonic,
+                "An ambisonic field of 4, 9, 16 or 25 channels (AmbiX: ACN, SN3D)");
   app->add_flag("--strict", options->strict,
                 "Exit status 1 after a warning, for instance of a damaged file");
 }

@@ -75,7 +75,7 @@ class Recording final : public Bed {
       : input_(audio_input_open(options.input)),
         plan_(channel_plan_make(options.input.path, input_->labels(), options.channels)),
         source_(*input_, plan_) {
-    if (!options.measure) return;
+    if (!options.measure || plan_.layout->ambisonic_order > 0) return;  // a field has no loudness
     meter_.emplace(plan_.labels, kEffectRateHz);
     source_.set_meter(&*meter_);
   }
