@@ -120,6 +120,16 @@ std::string preset(const std::string& name) {
          "}";
 }
 
+// The comment that a preset's file begins with.
+std::string description(const std::string& name) {
+  std::ifstream file(render::preset_find(name));
+  std::string line;
+  if (!std::getline(file, line) || line.rfind("# ", 0) != 0) {
+    throw render::Failure(name, "begins with no comment that describes it");
+  }
+  return "  " + quoted(name) + ":" + quoted(line.substr(2));
+}
+
 std::string module_text() {
   return "// Made by orvane-web-tables from the tables of the library and of orvane-render.\n"
          "export const sampleRate = " +
@@ -139,7 +149,10 @@ std::string module_text() {
          joined(orvane_parameters, ",\n", parameter) +
          "\n];\n"
          "export const presets = {\n" +
-         joined(render::preset_names(), ",\n", preset) + "\n};\n";
+         joined(render::preset_names(), ",\n", preset) +
+         "\n};\n"
+         "export const descriptions = {\n" +
+         joined(render::preset_names(), ",\n", description) + "\n};\n";
 }
 
 std::string types_text() {
@@ -190,7 +203,9 @@ std::string types_text() {
          "/** What a file of so many channels without labels is taken as. */\n"
          "export const unlabelled: Record<number, {layout: LayoutName, labels: ChannelLabel[]}>;\n"
          "export const parameters: Parameter[];\n"
-         "export const presets: Record<PresetName, Partial<Record<ParameterName, number>>>;\n";
+         "export const presets: Record<PresetName, Partial<Record<ParameterName, number>>>;\n"
+         "/** A sentence about each preset. */\n"
+         "export const descriptions: Record<PresetName, string>;\n";
 }
 
 void write(const std::string& path, const std::string& text) {

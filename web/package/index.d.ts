@@ -3,7 +3,7 @@ import type { LayoutName, Layout, ParameterName, PresetName } from './tables.js'
 export type {
   ChannelLabel, FileOrder, Layout, LayoutName, Loudspeaker, Parameter, ParameterName, PresetName,
 } from './tables.js';
-export { layouts, parameters, presets, responseShape, sampleRate, unlabelled } from './tables.js';
+export { descriptions, layouts, parameters, presets, responseShape, sampleRate, unlabelled } from './tables.js';
 
 /**
  * A head in degrees: right-handed turns about its own axes, yaw first. Yaw is positive to the left, pitch nose down,

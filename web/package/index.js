@@ -3,7 +3,7 @@ import { OrvaneRenderer as Renderer, checkResponses, layoutIndex } from './rende
 import { defaults, presetValues, settle } from './settings.js';
 import { layouts, sampleRate } from './tables.js';
 
-export { layouts, parameters, presets, responseShape, sampleRate, unlabelled } from './tables.js';
+export { descriptions, layouts, parameters, presets, responseShape, sampleRate, unlabelled } from './tables.js';
 export { poseFromDevice } from './pose.js';
 
 /** A module of one function that counts the bits of a vector; engines without vectors refuse it. */

@@ -1,9 +1,10 @@
 // What the controls do and the figures show.
-import { presets, sampleRate } from './orvane/index.js';
+import { descriptions, presets, sampleRate } from './orvane/index.js';
 import { bedOfFile, findLayout, layoutsFor } from './beds.js';
 import { Head } from './head.js';
 import { decibels, readPeaks } from './levels.js';
 import { Player, measureDelay } from './player.js';
+import { RoomSliders } from './room.js';
 import { scenes } from './scenes.js';
 import { TopView } from './topview.js';
 
@@ -11,6 +12,7 @@ const at = id => document.querySelector(`#${id}`);
 const player = new Player();
 const head = new Head();
 const view = new TopView(at('view'));
+const sliders = new RoomSliders(at('detail'));
 const beds = new Map();  // scene -> the promise of its bed
 let file;  // { name, decoded }
 let waiting = 0;  // of the latest wish to play
@@ -46,7 +48,7 @@ async function play() {
     const delay = await measureDelay(bed);
     if (wish !== waiting) return;
     at('layout-text').textContent = `${bed.layout.name}, ${bed.layout.loudspeakers.length} channels`;
-    at('delay').textContent = `${(1000 * delay / sampleRate).toFixed(1)} ms, measured`;
+    at('delay').textContent = `${(1000 * delay / sampleRate).toFixed(1)} ms`;
     say(`${at('scene').selectedOptions[0].text} is playing.`);
   } catch (error) {
     if (wish === waiting) stop(`It cannot be played: ${error.message}`);
@@ -62,18 +64,26 @@ function stop(text = 'Stopped.') {
 
 function showPlaying(on) {
   at('play').textContent = on ? 'Stop' : 'Play';
-  at('play').setAttribute('aria-pressed', on);
+  at('play').toggleAttribute('data-playing', on);
 }
 
-const isPlaying = () => at('play').getAttribute('aria-pressed') === 'true';
+const isPlaying = () => at('play').hasAttribute('data-playing');
 
-async function setPreset(name) {
-  at('preset').value = name;
+const nameOfRoom = name => name[0].toUpperCase() + name.slice(1).replace('-', ' ');
+
+async function tryRoom(change) {
   try {
-    await player.setPreset(name || undefined);
+    await change();
   } catch (error) {
     say(`The room cannot be set: ${error.message}`);
   }
+}
+
+function setPreset(name) {
+  at('preset').value = name;
+  at('room').textContent = descriptions[name] ?? 'A short tail without reflections, as a new effect has it.';
+  sliders.showPreset(name);
+  return tryRoom(() => player.setPreset(name || undefined));
 }
 
 async function openFile(chosen) {
@@ -127,16 +137,18 @@ function onPose() {
   at('view').setAttribute('aria-valuetext', texts.yaw);
 }
 
+const minus = text => text.replace('-', '−');
+
 function showEar(id, peak) {
   const level = Math.max(-60, decibels(peak));
   at(id).value = level;
-  at(`${id}-text`).textContent = level <= -60 ? 'silent' : `${level.toFixed(1)} dB`;
+  at(`${id}-text`).textContent = level <= -60 ? 'silent' : minus(`${level.toFixed(1)} dB`);
 }
 
 function showGaps() {
   const stats = player.context.playbackStats;
-  if (!stats) return 'this browser does not tell';
-  return `${stats.underrunEvents}, ${(1000 * stats.underrunDuration).toFixed(0)} ms in all`;
+  if (!stats) return 'not told here';
+  return `${stats.underrunEvents} (${(1000 * stats.underrunDuration).toFixed(0)} ms)`;
 }
 
 let speakerPeaks = [], earPeaks = [];
@@ -153,7 +165,7 @@ function showSlowFigures() {
   if (!player.playing) return;
   const { baseLatency, outputLatency } = player.context;
   const delay = 1000 * ((baseLatency || 0) + (outputLatency || 0));
-  at('output-delay').textContent = `${delay.toFixed(0)} ms, as the browser says`;
+  at('output-delay').textContent = `${delay.toFixed(0)} ms`;
   at('gaps').textContent = showGaps();
 }
 
@@ -206,16 +218,18 @@ function connectDrop() {
 }
 
 fill(at('scene'), scenes.map(({ id, name }) => [id, name]));
-fill(at('preset'), [['', 'as a device starts'], ...Object.keys(presets).map(name => [name, name.replace('-', ' ')])]);
+fill(at('preset'), [['', 'As a device starts'], ...Object.keys(presets).map(name => [name, nameOfRoom(name)])]);
 connectControls();
 connectDrop();
 head.listenTo(at('view'));
 head.addEventListener('pose', onPose);
+sliders.addEventListener('change', ({ values }) => tryRoom(() => player.setParameters(values)));
 player.addEventListener('load', ({ load }) => { at('load').textContent = `${(100 * load).toFixed(1)} %`; });
 player.addEventListener('level', ({ level }) => {
-  at('level').textContent = level === 1 ? 'as it is' : `${decibels(level).toFixed(1)} dB, so that nothing clips`;
+  at('level').textContent = level === 1 ? 'as it is' : minus(`${decibels(level).toFixed(1)} dB, not to clip`);
 });
 view.showLayout(findLayout('7.1'));
+setPreset('');
 onPose();
 drawLevels();
 setInterval(showSlowFigures, 500);

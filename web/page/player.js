@@ -23,8 +23,8 @@ async function renderOffline(buffer, connect) {
   return context.startRendering();
 }
 
-const renderSpatial = (bed, preset, settings = {}) => renderOffline(bed.buffer, async (context, source) =>
-  source.connect(await OrvaneNode.create(context, { layout: bed.layout.name, preset, ...settings })));
+const renderSpatial = (bed, room) => renderOffline(bed.buffer, async (context, source) =>
+  source.connect(await OrvaneNode.create(context, { layout: bed.layout.name, ...room })));
 
 const renderPlain = bed => renderOffline(bed.buffer, (context, source) => {
   const splitter = splitterOf(context, bed.layout.loudspeakers.length);
@@ -32,8 +32,8 @@ const renderPlain = bed => renderOffline(bed.buffer, (context, source) => {
 });
 
 /** The gain that brings both to the same loudness without clipping, and the one that the downmix needs on top. */
-async function findGains(bed, preset) {
-  const [spatial, plain] = (await Promise.all([renderSpatial(bed, preset), renderPlain(bed)])).map(measure);
+async function findGains(bed, room) {
+  const [spatial, plain] = (await Promise.all([renderSpatial(bed, room), renderPlain(bed)])).map(measure);
   const match = Number.isFinite(plain.loudness) && Number.isFinite(spatial.loudness)
     ? 10 ** ((spatial.loudness - plain.loudness) / 20) : 1;
   const peak = Math.max(spatial.peak, match * plain.peak);
@@ -45,7 +45,7 @@ export async function measureDelay(bed) {
   const buffer = new AudioBuffer({ numberOfChannels: bed.buffer.numberOfChannels, length: 2048, sampleRate });
   const front = bed.layout.loudspeakers.findIndex(({ label }) => label === 'FC');
   buffer.getChannelData(front)[0] = 1;
-  const ears = await renderSpatial({ ...bed, buffer }, 'dry');
+  const ears = await renderSpatial({ ...bed, buffer }, { preset: 'dry' });
   const samples = ears.getChannelData(0).map(Math.abs);
   return samples.indexOf(samples.reduce((a, b) => Math.max(a, b)));
 }
@@ -53,7 +53,7 @@ export async function measureDelay(bed) {
 export class Player extends EventTarget {
   context = new AudioContext({ sampleRate, latencyHint: 'interactive' });
   pose = { yaw: 0, pitch: 0, roll: 0 };
-  preset = undefined;
+  room = {};  // preset, and parameters on top of it, as OrvaneNode.create takes them
   how = 'spatial';
   #chain;
 
@@ -79,7 +79,7 @@ export class Player extends EventTarget {
   async play(bed) {
     const { context } = this;
     await context.resume();
-    const node = await OrvaneNode.create(context, { layout: bed.layout.name, preset: this.preset, pose: this.pose });
+    const node = await OrvaneNode.create(context, { layout: bed.layout.name, ...this.room, pose: this.pose });
     node.addEventListener('load', ({ load }) => this.dispatchEvent(Object.assign(new Event('load'), { load })));
     this.stop();
     const channels = bed.layout.loudspeakers.length;
@@ -108,9 +108,9 @@ export class Player extends EventTarget {
   /** Measures both ways of the bed in this room, and makes them equally loud. Returns the common gain. */
   async matchLoudness() {
     const chain = this.#chain;
-    const preset = this.preset;
-    const { level, match } = await findGains(chain.bed, preset);
-    if (chain !== this.#chain || preset !== this.preset) return;  // something else plays by now
+    const room = this.room;
+    const { level, match } = await findGains(chain.bed, room);
+    if (chain !== this.#chain || room !== this.room) return;  // something else plays by now
     chain.match = match;
     this.#fade(this.level.gain, level);
     this.setHow(this.how);
@@ -130,10 +130,17 @@ export class Player extends EventTarget {
   }
 
   async setPreset(preset) {
-    this.preset = preset;
+    this.room = { preset };
     if (!this.#chain) return;
     this.#chain.node.setPreset(preset);
     await this.matchLoudness();
+  }
+
+  /** Changes parameters on top of the preset. */
+  async setParameters(values) {
+    this.#chain?.node.setParameters(values);  // throws before anything is changed
+    this.room = { ...this.room, parameters: { ...this.room.parameters, ...values } };
+    if (this.#chain) await this.matchLoudness();
   }
 
   setPose(pose) {

@@ -128,6 +128,23 @@ class BrowserTest(unittest.TestCase):
         self.assertTrue(own_origin)
         self.assert_no_complaints()
 
+    def test_room_sliders_change_the_room(self):
+        self.open()
+        self.play("walk")
+        set_slider = """const slider = document.getElementById(arguments[0]);
+                        slider.value = arguments[1]; slider.oninput(); slider.onchange()"""
+        self.script("document.querySelector('details').open = true")
+        self.script(set_slider, "reverb.level", 200)
+        self.script(set_slider, "room.height", 0)  # no lower than the listener's ears
+        changed = self.script("return orvanePlayer.room.parameters")
+        listener = self.script("return import('/orvane/index.js').then(m => m.presets['living-room']['listener.z'])")
+        self.assertAlmostEqual(changed["reverb.level"], 1)
+        self.assertAlmostEqual(changed["room.height"], listener, places=5)
+        self.wait("document.querySelector('#level').textContent.includes('not to clip')", 20)  # a tail that loud
+        self.script("document.querySelector('#preset').value = 'dry'; document.querySelector('#preset').onchange()")
+        self.assertIsNone(self.script("return orvanePlayer.room.parameters"))
+        self.assert_no_complaints()
+
     def test_own_file_is_played_and_follows_keys(self):
         self.open()
         self.find("#file").send_keys(str(browser.WORK / "references/still.in.wav"))
@@ -200,6 +217,9 @@ class BrowserTest(unittest.TestCase):
                 time.sleep(2.5)
                 self.assertEqual(self.script(CUT_LABELS), [], f"{scheme}, {name}")
                 self.save_picture(f"{scheme}-{name}", width)
+                self.script("document.querySelector('details').open = true")
+                self.assertEqual(self.script(CUT_LABELS), [], f"{scheme}, {name}, room in detail")
+                self.save_picture(f"{scheme}-{name}-detail", width)
                 self.script("orvanePlayer.stop()")
                 for layout in self.script("return import('/orvane/index.js').then(m => m.layouts.map(l => l.name))"):
                     self.show_layout(layout)
