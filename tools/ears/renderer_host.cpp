@@ -37,7 +37,7 @@ RendererHost::RendererHost(void* library, const std::string& path, EarTables tab
 
 RendererHost::~RendererHost() { f_.cleanup(&renderer_); }
 
-void RendererHost::require(uint32_t code, const std::string& what) const {
+void RendererHost::require(uint32_t code, const char* what) const {
   if (code != UBR_OK) throw render::Failure(path_, what);
 }
 
@@ -96,8 +96,9 @@ void RendererHost::set_parameter(int32_t id, float value, const std::string& nam
   const bool is_room = id >= ORVANE_PARAM_REFLECTIONS;
   const auto set = is_room ? f_.set_reflections_param : f_.set_reverb_param;
   const int32_t first = is_room ? ORVANE_PARAM_REFLECTIONS : ORVANE_PARAM_REVERB;
-  require(set(&renderer_, static_cast<uint32_t>(id - first), value), "refuses " + name);
-  if (is_room) require(f_.compute_reflections(&renderer_), "refuses " + name);
+  const std::string what = "refuses " + name;
+  require(set(&renderer_, static_cast<uint32_t>(id - first), value), what.c_str());
+  if (is_room) require(f_.compute_reflections(&renderer_), what.c_str());
 }
 
 void RendererHost::process(const float* bed, float* ears, size_t frames) {

@@ -51,7 +51,7 @@ class RendererHost {
     decltype(&ubr_set_user_orientation) set_user_orientation;
   };
 
-  void require(uint32_t code, const std::string& what) const;
+  void require(uint32_t code, const char* what) const;
   void begin(size_t inputs);
 
   std::string path_;
