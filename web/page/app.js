@@ -223,6 +223,10 @@ connectControls();
 connectDrop();
 head.listenTo(at('view'));
 head.addEventListener('pose', onPose);
+head.addEventListener('nodevice', () => {
+  toggle(at('device'), false);
+  say('This device does not tell how it is turned.');
+});
 sliders.addEventListener('change', ({ values }) => tryRoom(() => player.setParameters(values)));
 player.addEventListener('load', ({ load }) => { at('load').textContent = `${(100 * load).toFixed(1)} %`; });
 player.addEventListener('level', ({ level }) => {

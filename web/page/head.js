@@ -45,7 +45,11 @@ export class Head extends EventTarget {
     if (answer && answer !== 'granted') throw new Error('The browser was not allowed to tell how the device is turned.');
     this.#deviceZero = undefined;
     this.#deviceListener = event => {
-      if (event.alpha === null) return;
+      if (event.alpha === null) {  // what computers send, once
+        this.setDevice(false);
+        this.dispatchEvent(new Event('nodevice'));
+        return;
+      }
       const pose = poseFromDevice(event, screen.orientation?.angle);
       this.#deviceZero ??= pose.yaw;
       this.set({ ...pose, yaw: pose.yaw - this.#deviceZero });

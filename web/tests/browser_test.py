@@ -9,6 +9,7 @@ import time
 import unittest
 
 import browser
+from selenium.webdriver import ActionChains, Keys
 
 LARGEST_DIFFERENCE = 1e-6  # of orvane-render, at full scale 1
 TURNING_SECONDS = float(os.environ.get("ORVANE_WEB_SECONDS", "60"))
@@ -157,6 +158,45 @@ class BrowserTest(unittest.TestCase):
         self.find("#file").send_keys(str(browser.ROOT / "README.md"))
         self.wait("document.querySelector('#message').textContent.includes('nothing that this browser can decode')")
 
+    def test_mouse_and_phone_turn_the_head(self):
+        self.open()
+        view = self.find("#view")
+        self.script("arguments[0].scrollIntoView({ block: 'center' })", view)
+        reach = view.size["width"] // 4
+        (ActionChains(self.driver).move_to_element_with_offset(view, 0, -reach).click_and_hold()
+         .move_to_element_with_offset(view, -reach, 0).release().perform())
+        self.assertEqual(self.find("output[for=yaw]").text, "90° left")
+        turn = lambda alpha: self.driver.execute_cdp_cmd(
+            "DeviceOrientation.setDeviceOrientationOverride", {"alpha": alpha, "beta": 90, "gamma": 0})
+        turn(10)
+        self.find("#device").click()
+        self.wait("document.querySelector('output[for=yaw]').textContent === 'ahead'", 10)
+        turn(50)
+        self.wait("document.querySelector('output[for=yaw]').textContent === '40° left'", 10)
+        self.find("#device").click()
+        self.driver.execute_cdp_cmd("DeviceOrientation.clearDeviceOrientationOverride", {})
+        self.script("DeviceOrientationEvent.requestPermission = async () => 'denied'")  # as some phones ask
+        self.find("#device").click()
+        self.wait("document.querySelector('#message').textContent.includes('not allowed')", 10)
+        self.assertEqual(self.find("#device").get_attribute("aria-pressed"), "false")
+
+    def test_screen_readers_find_a_name_and_keys_a_way_to_every_control(self):
+        self.open()
+        self.script("document.querySelector('details').open = true")
+        tree = self.driver.execute_cdp_cmd("Accessibility.getFullAXTree", {})["nodes"]
+        focusable = [node for node in tree if not node["ignored"] and node["role"]["value"] != "RootWebArea"
+                     and any(p["name"] == "focusable" and p["value"]["value"] for p in node.get("properties", []))]
+        names = [(node["role"]["value"], node.get("name", {}).get("value", "")) for node in focusable]
+        self.assertEqual([role for role, name in names if not name.strip()], [])
+        self.assertGreater(len(names), 20)
+        reached = []
+        for _ in names:
+            ActionChains(self.driver).send_keys(Keys.TAB).perform()
+            reached.append(self.script("return document.activeElement.id || document.activeElement.tagName"))
+        wanted = self.script("""return [...document.querySelectorAll('button, select, input, #view')]
+            .filter(e => e.getClientRects().length && !(e.type === 'radio' && !e.checked) && e.id).map(e => e.id)""")
+        self.assertEqual([control for control in wanted if control not in reached], [])
+
     def test_both_ways_are_equally_loud(self):
         self.open()
         self.play("orchestra")
@@ -214,7 +254,7 @@ class BrowserTest(unittest.TestCase):
                 self.open()
                 self.play("orchestra")
                 self.script("orvaneHead.set({ yaw: 130, pitch: -20, roll: 10 })")
-                time.sleep(2.5)
+                time.sleep(1.5)
                 self.assertEqual(self.script(CUT_LABELS), [], f"{scheme}, {name}")
                 self.save_picture(f"{scheme}-{name}", width)
                 self.script("document.querySelector('details').open = true")
