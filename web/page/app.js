@@ -230,7 +230,7 @@ head.addEventListener('nodevice', () => {
 sliders.addEventListener('change', ({ values }) => tryRoom(() => player.setParameters(values)));
 player.addEventListener('load', ({ load }) => { at('load').textContent = `${(100 * load).toFixed(1)} %`; });
 player.addEventListener('level', ({ level }) => {
-  at('level').textContent = level === 1 ? 'as it is' : minus(`${decibels(level).toFixed(1)} dB, not to clip`);
+  at('level').textContent = minus(`${level > 1 ? '+' : ''}${decibels(level).toFixed(1)} dB`);
 });
 view.showLayout(findLayout('7.1'));
 setPreset('');

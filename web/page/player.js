@@ -5,7 +5,9 @@ import { measure } from './loudness.js';
 
 const kMeasuredSeconds = 20;
 const kFade = 0.03;  // seconds
-const kCeiling = 0.89;  // of full scale: -1 dB
+const kCeiling = 0.63;  // of full scale: -4 dB while the head looks ahead, since a turned head may hear higher peaks
+const kLoudness = -20;  // LKFS, where the peaks allow it
+const kMostGain = 10;
 
 const explicit = channelCount => ({ channelCount, channelCountMode: 'explicit', channelInterpretation: 'discrete' });
 
@@ -31,13 +33,13 @@ const renderPlain = bed => renderOffline(bed.buffer, (context, source) => {
   return connectDownmix(context, source.connect(splitter), bed.layout);
 });
 
-/** The gain that brings both to the same loudness without clipping, and the one that the downmix needs on top. */
+/** The gain that makes the bed as loud as all others without clipping, and the one that the downmix needs on top. */
 async function findGains(bed, room) {
   const [spatial, plain] = (await Promise.all([renderSpatial(bed, room), renderPlain(bed)])).map(measure);
-  const match = Number.isFinite(plain.loudness) && Number.isFinite(spatial.loudness)
-    ? 10 ** ((spatial.loudness - plain.loudness) / 20) : 1;
+  const gain = (to, from) => (Number.isFinite(to) && Number.isFinite(from) ? 10 ** ((to - from) / 20) : 1);
+  const match = gain(spatial.loudness, plain.loudness);
   const peak = Math.max(spatial.peak, match * plain.peak);
-  return { level: Math.min(1, kCeiling / peak), match };
+  return { level: Math.min(gain(kLoudness, spatial.loudness), kCeiling / peak, kMostGain), match };
 }
 
 /** Frames from a click in front to its loudest moment at an ear. */
