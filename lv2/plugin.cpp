@@ -2,19 +2,23 @@
 // have says ports.h; hosts read it in the files that make_bundle writes.
 #include <lv2/core/lv2.h>
 #include <lv2/log/log.h>
+#include <lv2/state/state.h>
 #include <lv2/urid/urid.h>
 #include <lv2/worker/worker.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <memory>
 #include <new>
+#include <string>
 #include <string_view>
 #include <utility>
 
 #include "ambisonics/binauralizer.h"
+#include "lv2/ears.h"
 #include "lv2/ports.h"
 #include "lv2/room.h"
 #include "lv2/spatializer.h"
@@ -22,56 +26,70 @@
 namespace lv2_plugin {
 namespace {
 
-template <typename Feature>
-const Feature* find_feature(const LV2_Feature* const* features, const char* uri) {
-  for (; features && *features; ++features) {
-    if (!std::strcmp((*features)->URI, uri)) return static_cast<const Feature*>((*features)->data);
-  }
-  return nullptr;
-}
+// The host's log, or standard error where it has none. Not for the audio thread.
+class Log {
+ public:
+  explicit Log(const LV2_Feature* const* features)
+      : log_(static_cast<const LV2_Log_Log*>(find_feature(features, LV2_LOG__log))),
+        map_(static_cast<const LV2_URID_Map*>(find_feature(features, LV2_URID__map))) {}
 
-// To the host's log, or to standard error where it has none. Not for the audio thread.
-void log_wrong_rate(const LV2_Feature* const* features, double rate) {
-  const auto* log = find_feature<LV2_Log_Log>(features, LV2_LOG__log);
-  const auto* map = find_feature<LV2_URID_Map>(features, LV2_URID__map);
-  char line[160];
-  std::snprintf(line, sizeof(line), "orvane: the host runs at %g Hz, but the plug-in needs %d Hz",
-                rate, int{ORVANE_SAMPLE_RATE});
-  if (log && map) {
-    log->printf(log->handle, map->map(map->handle, LV2_LOG__Error), "%s\n", line);
-  } else {
-    std::fprintf(stderr, "%s\n", line);
+  void error(const char* line) const {
+    if (log_ && map_) {
+      log_->printf(log_->handle, map_->map(map_->handle, LV2_LOG__Error), "orvane: %s\n", line);
+    } else {
+      std::fprintf(stderr, "orvane: %s\n", line);
+    }
   }
-}
+
+ private:
+  const LV2_Log_Log* log_;
+  const LV2_URID_Map* map_;
+};
+
+constexpr size_t kMaxPath = 1024;  // letters of the path to the ears
 
 // What the audio thread asks of the worker.
 struct Job {
   bool builds;  // the room of the rest; if not, only the room that was left is released
+  bool has_path;
   RoomValues values;
   std::array<float, 3> head;
+  char path[kMaxPath];  // of the ears, as far as there is one: jobs are as long as needed
 };
+
+size_t size_of(const Job& job) {
+  return offsetof(Job, path) + (job.has_path ? std::strlen(job.path) + 1 : 0);
+}
 
 class Plugin {
  public:
-  Plugin(const orvane_layout_t& layout, const LV2_Worker_Schedule* schedule)
+  Plugin(const orvane_layout_t& layout, const LV2_Feature* const* features)
       : layout_(layout),
         ports_{layout.num_channels},
-        schedule_(schedule),
+        schedule_(
+            static_cast<const LV2_Worker_Schedule*>(find_feature(features, LV2_WORKER__schedule))),
+        log_(features),
+        ears_(static_cast<const LV2_URID_Map*>(find_feature(features, LV2_URID__map))),
         spatializer_(layout.num_channels) {}
   ~Plugin() {
     delete built_.load();
     delete left_.load();
   }
 
-  void connect(uint32_t port, float* data) {
-    if (port < ports_.count()) data_[port] = data;
+  void connect(uint32_t port, void* data) {
+    if (port == ports_.messages()) {
+      messages_ = static_cast<const LV2_Atom_Sequence*>(data);
+    } else if (port < ports_.count()) {
+      data_[port] = static_cast<float*>(data);
+    }
   }
 
   // The room as the controls have it now. Where there is no memory for it, run() is silent.
   void activate() {
     wanted_ = controls();
     const render::Pose head = head_pose();
-    std::unique_ptr<Room> room = Room::build(layout_, wanted_, head_vector_of(head));
+    std::unique_ptr<Room> room = build(wanted_, head_vector_of(head));
+    ears_changed_.store(false);
     is_started_ = room != nullptr;
     spatializer_.start(std::move(room), head);
   }
@@ -87,6 +105,7 @@ class Plugin {
       }
       return;
     }
+    note_request();
     change_room();
     spatializer_.process(data_, ears, frames, head_pose());
   }
@@ -94,13 +113,36 @@ class Plugin {
   LV2_Worker_Status work(const Job& job) {
     delete left_.exchange(nullptr, std::memory_order_acquire);
     if (!job.builds) return LV2_WORKER_SUCCESS;
-    Room* room = Room::build(layout_, job.values, job.head).release();
+    if (job.has_path) {
+      const std::string problem = ears_.load(job.path);
+      if (!problem.empty()) log_.error(problem.c_str());
+    }
+    Room* room = build(job.values, job.head).release();
     if (room) delete built_.exchange(room, std::memory_order_acq_rel);
     is_building_.store(false, std::memory_order_release);
     return room ? LV2_WORKER_SUCCESS : LV2_WORKER_ERR_NO_SPACE;
   }
 
+  LV2_State_Status save(LV2_State_Store_Function store, LV2_State_Handle handle,
+                        const LV2_Feature* const* features) const {
+    return ears_.save(store, handle, features);
+  }
+
+  LV2_State_Status restore(LV2_State_Retrieve_Function retrieve, LV2_State_Handle handle,
+                           const LV2_Feature* const* features) {
+    std::string problem;
+    const LV2_State_Status status = ears_.restore(retrieve, handle, features, &problem);
+    if (!problem.empty()) log_.error(problem.c_str());
+    ears_changed_.store(true);
+    return status;
+  }
+
  private:
+  std::unique_ptr<Room> build(const RoomValues& values, const std::array<float, 3>& head) const {
+    const Ears::Tables tables = ears_.tables();
+    return Room::build(layout_, values, head, tables.get());
+  }
+
   float control(uint32_t port, float otherwise) const {
     return data_[port] ? *data_[port] : otherwise;
   }
@@ -119,8 +161,19 @@ class Plugin {
             static_cast<double>(control(ports_.head(kRoll), 0.0f))};
   }
 
-  // Asks for a room when the controls say another one, enters the one that has been built, and has
-  // the one that was left released. One thing at a time; what changes meanwhile is seen later.
+  // Keeps the ears that a message asks for until there is a worker for them.
+  void note_request() {
+    size_t length = 0;
+    const char* path = ears_.find_request(messages_, &length);
+    if (!path || length >= kMaxPath) return;
+    std::memcpy(wanted_path_, path, length);
+    wanted_path_[length] = 0;
+    wants_path_ = true;
+  }
+
+  // Asks for a room when the controls say another one, or other ears are wanted, enters the one
+  // that has been built, and has the one that was left released. One thing at a time; what changes
+  // meanwhile is seen later.
   void change_room() {
     if (!schedule_ || spatializer_.is_fading()) return;
     if (Room* left = spatializer_.take_left_room()) {
@@ -135,23 +188,36 @@ class Plugin {
     }
     const RoomValues now = controls();
     // As bytes: a value that is not a number is not to be asked for again and again.
-    if (!std::memcmp(now.data(), wanted_.data(), sizeof(now))) return;
+    const bool same_room = !std::memcmp(now.data(), wanted_.data(), sizeof(now));
+    if (same_room && !wants_path_ && !ears_changed_.load(std::memory_order_relaxed)) return;
+    Job job = {true, wants_path_, now, spatializer_.head_vector(), {}};
+    if (wants_path_) std::memcpy(job.path, wanted_path_, sizeof(job.path));
     is_building_.store(true, std::memory_order_relaxed);
-    if (send({true, now, spatializer_.head_vector()})) {
+    const bool changed = ears_changed_.exchange(false);
+    if (send(job)) {
       wanted_ = now;
-    } else {
+      wants_path_ = false;
+    } else {  // again with the next block
       is_building_.store(false, std::memory_order_relaxed);
+      if (changed) ears_changed_.store(true);
     }
   }
 
   bool send(const Job& job) const {
-    return schedule_->schedule_work(schedule_->handle, sizeof(job), &job) == LV2_WORKER_SUCCESS;
+    return schedule_->schedule_work(schedule_->handle, static_cast<uint32_t>(size_of(job)), &job) ==
+           LV2_WORKER_SUCCESS;
   }
 
   const orvane_layout_t& layout_;
   Ports ports_;
   const LV2_Worker_Schedule* schedule_;  // null: the room of activate() stays
+  Log log_;
+  Ears ears_;
   float* data_[kMaxPorts] = {};
+  const LV2_Atom_Sequence* messages_ = nullptr;
+  char wanted_path_[kMaxPath];  // of ears that no job has asked for yet
+  bool wants_path_ = false;
+  std::atomic<bool> ears_changed_ = false;  // by restore(), since the last job
   Spatializer spatializer_;
   bool is_started_ = false;
   RoomValues wanted_ = {};  // of the last job
@@ -166,7 +232,10 @@ Plugin* plugin(LV2_Handle handle) { return static_cast<Plugin*>(handle); }
 LV2_Handle instantiate(const LV2_Descriptor* descriptor, double rate, const char* /*bundle*/,
                        const LV2_Feature* const* features) {
   if (rate != double{ORVANE_SAMPLE_RATE}) {
-    log_wrong_rate(features, rate);
+    char line[128];
+    std::snprintf(line, sizeof(line), "the host runs at %g Hz, but the plug-in needs %d Hz", rate,
+                  int{ORVANE_SAMPLE_RATE});
+    Log(features).error(line);
     return nullptr;
   }
   const orvane_layout_t* layout = nullptr;
@@ -174,12 +243,11 @@ LV2_Handle instantiate(const LV2_Descriptor* descriptor, double rate, const char
     if (Uri(name).text == std::string_view(descriptor->URI)) layout = find_layout(name);
   }
   if (!layout) return nullptr;
-  return new (std::nothrow)
-      Plugin(*layout, find_feature<LV2_Worker_Schedule>(features, LV2_WORKER__schedule));
+  return new (std::nothrow) Plugin(*layout, features);
 }
 
 void connect_port(LV2_Handle handle, uint32_t port, void* data) {
-  plugin(handle)->connect(port, static_cast<float*>(data));
+  plugin(handle)->connect(port, data);
 }
 
 void activate(LV2_Handle handle) { plugin(handle)->activate(); }
@@ -191,8 +259,8 @@ void cleanup(LV2_Handle handle) { delete plugin(handle); }
 LV2_Worker_Status work(LV2_Handle handle, LV2_Worker_Respond_Function /*respond*/,
                        LV2_Worker_Respond_Handle /*respond_handle*/, uint32_t size,
                        const void* data) {
-  Job job;
-  if (size != sizeof(job)) return LV2_WORKER_ERR_UNKNOWN;
+  Job job = {};
+  if (size < offsetof(Job, path) || size > sizeof(job)) return LV2_WORKER_ERR_UNKNOWN;
   std::memcpy(&job, data, sizeof(job));
   return plugin(handle)->work(job);
 }
@@ -201,9 +269,22 @@ LV2_Worker_Status work_response(LV2_Handle /*handle*/, uint32_t /*size*/, const 
   return LV2_WORKER_SUCCESS;
 }
 
+LV2_State_Status save(LV2_Handle handle, LV2_State_Store_Function store, LV2_State_Handle state,
+                      uint32_t /*flags*/, const LV2_Feature* const* features) {
+  return plugin(handle)->save(store, state, features);
+}
+
+LV2_State_Status restore(LV2_Handle handle, LV2_State_Retrieve_Function retrieve,
+                         LV2_State_Handle state, uint32_t /*flags*/,
+                         const LV2_Feature* const* features) {
+  return plugin(handle)->restore(retrieve, state, features);
+}
+
 const void* extension_data(const char* uri) {
   static const LV2_Worker_Interface worker = {work, work_response, nullptr};
-  return std::strcmp(uri, LV2_WORKER__interface) ? nullptr : &worker;
+  static const LV2_State_Interface state = {save, restore};
+  if (!std::strcmp(uri, LV2_WORKER__interface)) return &worker;
+  return std::strcmp(uri, LV2_STATE__interface) ? nullptr : &state;
 }
 
 constexpr size_t kNumPlugins = std::size(kLayoutNames);

@@ -45,8 +45,11 @@ constexpr uint32_t max_channels() {
 enum HeadPort : uint32_t { kYaw, kPitch, kRoll, kNumHeadPorts };
 constexpr float kMaxAngle = 180.0f;  // to either side
 
+// The property of a plug-in that names the SOFA file of the listener's ears; empty: the built-in.
+constexpr char kEarsUri[] = "urn:orvane:ears";
+
 // Ports of one plug-in, by index: the layout's channels in the order of its table, the ears, the
-// head, the library's parameters in the order of their table, and the latency.
+// head, the library's parameters in the order of their table, the latency, and messages.
 struct Ports {
   uint32_t channels;
 
@@ -54,7 +57,8 @@ struct Ports {
   constexpr uint32_t head(uint32_t angle) const { return channels + 2 + angle; }
   constexpr uint32_t parameter(uint32_t row) const { return head(kNumHeadPorts) + row; }
   constexpr uint32_t latency() const { return parameter(ORVANE_NUM_PARAMETERS); }
-  constexpr uint32_t count() const { return latency() + 1; }
+  constexpr uint32_t messages() const { return latency() + 1; }
+  constexpr uint32_t count() const { return messages() + 1; }
 };
 
 constexpr uint32_t kMaxPorts = Ports{max_channels()}.count();

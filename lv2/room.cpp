@@ -44,9 +44,12 @@ RoomValues room_within_ranges(const RoomValues& values) {
 }
 
 std::unique_ptr<Room> Room::build(const orvane_layout_t& layout, const RoomValues& values,
-                                  const std::array<float, 3>& head) {
+                                  const std::array<float, 3>& head, const ears::EarTables* ears) {
   std::unique_ptr<Room> room(new (std::nothrow) Room(values));
   if (!room || !room->furnish(layout)) return nullptr;
+  if (ears && ubr_set_responses(&room->renderer_, ears->ears[0].data(), ears->ears[1].data())) {
+    return nullptr;
+  }
   room->turn_head(head);
   if (!room->settle()) return nullptr;  // a tail for which there was no memory shows here
   return room;

@@ -10,6 +10,7 @@
 #include "renderer/loudspeaker_layouts.h"
 #include "renderer/parameters.h"
 #include "renderer/ubr.h"
+#include "tools/ears/ear_fit.h"
 
 namespace lv2_plugin {
 
@@ -25,10 +26,10 @@ RoomValues room_within_ranges(const RoomValues& values);
 
 class Room {
  public:
-  // With a head turned by `head`, a rotation vector in the room frame. Null when there is no
-  // memory.
+  // With a head turned by `head`, a rotation vector in the room frame, and the built-in ears where
+  // `ears` is null. Null when there is no memory.
   static std::unique_ptr<Room> build(const orvane_layout_t& layout, const RoomValues& values,
-                                     const std::array<float, 3>& head);
+                                     const std::array<float, 3>& head, const ears::EarTables* ears);
   ~Room();
   Room(const Room&) = delete;
   Room& operator=(const Room&) = delete;

@@ -19,13 +19,17 @@ namespace {
 using render::text_format;
 
 constexpr char kPrefixes[] =
-    R"(@prefix doap: <http://usefulinc.com/ns/doap#> .
+    R"(@prefix atom: <http://lv2plug.in/ns/ext/atom#> .
+@prefix doap: <http://usefulinc.com/ns/doap#> .
 @prefix lv2: <http://lv2plug.in/ns/lv2core#> .
+@prefix patch: <http://lv2plug.in/ns/ext/patch#> .
 @prefix pg: <http://lv2plug.in/ns/ext/port-groups#> .
 @prefix pprops: <http://lv2plug.in/ns/ext/port-props#> .
 @prefix pset: <http://lv2plug.in/ns/ext/presets#> .
 @prefix rdf: <http://www.w3.org/1999/02/22-rdf-syntax-ns#> .
 @prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .
+@prefix rsz: <http://lv2plug.in/ns/ext/resize-port#> .
+@prefix state: <http://lv2plug.in/ns/ext/state#> .
 @prefix units: <http://lv2plug.in/ns/extensions/units#> .
 @prefix work: <http://lv2plug.in/ns/ext/worker#> .
 @prefix log: <http://lv2plug.in/ns/ext/log#> .
@@ -193,6 +197,17 @@ std::string latency_port(const orvane_layout_t& layout) {
       .text();
 }
 
+std::string messages_port(const orvane_layout_t& layout) {
+  return Port("lv2:InputPort , atom:AtomPort", Ports{layout.num_channels}.messages(), "messages",
+              "Messages")
+      .add("atom:bufferType", "atom:Sequence")
+      .add("atom:supports", "patch:Message")
+      .add("lv2:designation", "lv2:control")
+      .add("lv2:portProperty", "lv2:connectionOptional")
+      .add("rsz:minimumSize", "8192")
+      .text();
+}
+
 std::string ports_text(const orvane_layout_t& layout) {
   std::vector<std::string> ports;
   for (uint32_t i = 0; i < layout.num_channels; ++i) ports.push_back(channel_port(layout, i));
@@ -204,6 +219,7 @@ std::string ports_text(const orvane_layout_t& layout) {
     ports.push_back(parameter_port(layout, row));
   }
   ports.push_back(latency_port(layout));
+  ports.push_back(messages_port(layout));
   std::string text = "  lv2:port ";
   for (const std::string& port : ports) text += (&port == &ports.front() ? "" : " , ") + port;
   return text + " .\n\n";
@@ -220,7 +236,10 @@ std::string plugin_text(const orvane_layout_t& layout, int minor, int micro) {
          text_format("\" ;\n  lv2:minorVersion %d ;\n  lv2:microVersion %d ;\n", minor, micro) +
          "  rdfs:comment \"Loudspeakers around the head, for headphones.\" ;\n"
          "  lv2:optionalFeature lv2:hardRTCapable , work:schedule , log:log , urid:map ;\n"
-         "  lv2:extensionData work:interface ;\n"
+         "  lv2:extensionData work:interface , state:interface ;\n"
+         "  patch:writable <" +
+         kEarsUri +
+         "> ;\n"
          "  pg:mainInput " +
          in + " ;\n  pg:mainOutput " + out + " ;\n" + ports_text(layout);
 }
@@ -274,6 +293,9 @@ std::string plugins_turtle(const std::string& version) {
   // LV2 has two numbers, of which an odd one is one under development: what makes ports or their
   // meaning new has to change a plug-in's URI.
   std::string text = kPrefixes;
+  text += text_format(
+      "<%s> a lv2:Parameter ;\n  rdfs:label \"Ears (SOFA file)\" ;\n  rdfs:range atom:Path .\n\n",
+      kEarsUri);
   for (const std::string_view name : kLayoutNames) {
     text += plugin_text(*find_layout(name), 2 * minor, 2 * micro);
   }

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
@@ -19,10 +21,11 @@ namespace {
 
 constexpr uint32_t kFrames = 48000;
 
-// The effect in the same room, with the same head; a silent block lets the head turn first.
+// The effect in the same room, with the same head and other ears, perhaps; a silent block lets the
+// head turn first.
 Planar effect_ears(const char* layout, const render::Settings& settings, const render::Pose& head,
-                   const Planar& bed, size_t block) {
-  render::EffectHost effect(ORVANE_LIBRARY, lv2_plugin::find_layout(layout)->mask);
+                   const Planar& bed, size_t block, const char* sofa = "") {
+  render::EffectHost effect(ORVANE_LIBRARY, lv2_plugin::find_layout(layout)->mask, sofa);
   settings_send(settings, &effect);
   effect.set_head_to_stage(pose_head_to_stage(pose_rotation(head)));
   std::vector<float> interleaved(block * bed.size()), stereo(block * 2);
@@ -164,6 +167,43 @@ TEST(Lv2Test, WithoutAWorkerTheRoomOfActivationStays) {
   host.render(bed, ears, 0, kFrames, 1000);
   EXPECT_LT(difference(ears, effect_ears("5.1", preset("studio"), {}, bed, 512), 0, kFrames),
             2e-6f);
+}
+
+TEST(Lv2Test, EarsComeByAMessageOrWithTheState) {
+  const std::string cache = ::testing::TempDir() + "lv2_ears";
+  setenv("XDG_CACHE_HOME", cache.c_str(), 1);
+  Planar bed = planar_noise(8, 8192, 1), ears(2, 8192);
+  const Planar built_in = effect_ears("7.1", preset("dry"), {}, bed, 1024);
+  const Planar expected = effect_ears("7.1", preset("dry"), {}, bed, 1024, ORVANE_SOFA);
+  EXPECT_GT(difference(expected, built_in, 0, 8192), 0.01f);
+  Lv2Host host("7.1"), later("7.1");
+  for (Lv2Host* each : {&host, &later}) furnish(*each, preset("dry"));
+  host.activate();
+  EXPECT_EQ("", host.save());
+  host.ask_for_ears(ORVANE_SOFA);
+  EXPECT_EQ(1u, host.num_jobs());
+  host.work();
+  host.render(bed, ears, 0, 8192, 1024);
+  host.work();
+  EXPECT_LT(difference(ears, expected, 4096, 8192), 2e-6f);
+  EXPECT_EQ(ORVANE_SOFA, host.save());
+
+  EXPECT_EQ(LV2_STATE_SUCCESS, later.restore(ORVANE_SOFA));
+  later.activate();
+  later.render(bed, ears, 0, 8192, 1024);
+  EXPECT_LT(difference(ears, expected, 0, 8192), 2e-6f);
+  EXPECT_EQ(LV2_STATE_SUCCESS, later.restore(""));  // while it runs
+  later.render(bed, ears, 0, 1024, 1024);
+  later.work();
+  later.render(bed, ears, 1024, 8192, 1024);
+  EXPECT_LT(difference(ears, built_in, 4096, 8192), 2e-6f);
+
+  host.ask_for_ears("/none.sofa");
+  host.work();
+  EXPECT_EQ(0u, host.log().find("orvane: /none.sofa: ")) << host.log();
+  EXPECT_EQ(ORVANE_SOFA, host.save()) << "the ears stay";
+  EXPECT_NE(LV2_STATE_SUCCESS, later.restore("/none.sofa"));
+  std::filesystem::remove_all(cache);
 }
 
 TEST(Lv2Test, HeadGlidesToANewPose) {
