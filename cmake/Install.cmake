@@ -38,7 +38,7 @@ endforeach()
 # The archive is in an export of its own: what it links need not be there for users of the shared library.
 install(TARGETS orvane EXPORT orvane-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS orvane_static EXPORT orvane-static-targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES NOTICE DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME copyright)
+install(FILES NOTICE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvane)
 install(EXPORT orvane-targets NAMESPACE orvane:: DESTINATION ${package_dir})
@@ -60,33 +60,3 @@ if(ORVANE_LOG STREQUAL android)
 endif()
 configure_file(cmake/orvane.pc.in orvane.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-
-# cpack --preset deb makes two Debian packages: of the Python package, and of all else that is installed.
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_CONTACT "liborvane maintainers <maintainers@liborvane.invalid>")
-set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
-set(CPACK_STRIP_FILES ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION sound)
-set(CPACK_COMPONENTS_ALL library python)
-set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME liborvane)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_SUGGESTS "pipewire, wireplumber")
-set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "${PROJECT_DESCRIPTION}
-An Android audio effect that renders loudspeaker beds, 5.1 to 22.2, to two ears
-and turns them against the head. With the headers, a CMake package and a
-pkg-config file for using its renderer directly, with the programs that
-render files (orvane-render) and JACK ports (orvane-live) through it, and with
-LV2 plug-ins.")
-set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-orvane)
-set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
-set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
-set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
-  "liborvane (= ${PROJECT_VERSION}), python3, python3-cffi, python3-numpy")
-set(CPACK_DEBIAN_PYTHON_DESCRIPTION "liborvane's renderer for numpy
-Loudspeaker beds, sources or ambisonic fields to two ears; the effect as a
-device loads it; and each stage by itself. Arrays in, arrays out.")
-if(PROJECT_IS_TOP_LEVEL)
-  include(CPack)
-endif()

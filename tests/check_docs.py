@@ -34,7 +34,7 @@ kNotRun = {
     "ctest --preset arm64": ".ci/run runs all tests of that preset",
     "tests/check_consumers.sh": "a step of .ci/run",
     "scripts/web": "serves the page until it is ended; .ci/run builds and tests it",
-    "cmake --preset deb": "tests/check_package.sh runs it",
+    "scripts/package": "tests/check_package.sh runs it",
 }
 
 
