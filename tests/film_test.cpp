@@ -118,6 +118,28 @@ TEST_F(FilmTest, AStreamIsChosenAndKeepsItsDelay) {
   EXPECT_NE(errors_.find("film.mkv: has no sound stream 3, only 1 to 2"), std::string::npos);
 }
 
+// Packets that are missing are silence, and what follows them stays on time. One channel without
+// a label is the centre.
+TEST_F(FilmTest, AGapIsHeardAsOne) {
+  output_of(
+      "ffmpeg -v error -y -f lavfi -i sine=f=440:d=5:r=48000 "
+      "-af \"aselect='not(between(t,1,3))'\" -c:a pcm_s16le gap.mkv");
+  ASSERT_EQ(0, run("gap.mkv out.wav --dry")) << errors_;
+  const std::vector<float> ears = read("out.wav");
+  EXPECT_NEAR(5.0 * 48000, static_cast<double>(ears.size() / 2), 2000.0);
+  const auto loudest = [&](double begin_s, double end_s) {
+    float peak = 0.0f;
+    for (size_t i = static_cast<size_t>(96000 * begin_s); i < static_cast<size_t>(96000 * end_s);
+         ++i) {
+      peak = std::max(peak, std::fabs(ears[i]));
+    }
+    return peak;
+  };
+  EXPECT_GT(loudest(0.5, 0.9), 0.01f);
+  EXPECT_LT(loudest(1.2, 2.8), 1e-5f);
+  EXPECT_GT(loudest(3.2, 4.0), 0.01f);
+}
+
 TEST_F(FilmTest, SoundAloneKeepsItsTags) {
   write("bed.wav", "5.1", 48000, std::vector<float>(6 * 4800, 0.01f));
   output_of("ffmpeg -v error -i bed.wav -metadata title=Night -metadata artist=Nobody bed.flac");

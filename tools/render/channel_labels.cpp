@@ -210,6 +210,7 @@ ChannelLabels labels_from_ffmpeg(std::string_view description, size_t channels) 
     field.are_ambisonic = true;
     return field;
   }
+  if (description == "unknown") return std::vector<Speaker>(channels);
   ChannelLabels labels = labels_read(description, '+');
   return labels.speakers.size() == channels ? labels
                                             : ChannelLabels(std::vector<Speaker>(channels));
