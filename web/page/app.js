@@ -47,6 +47,7 @@ async function play() {
     await player.play(bed);
     const delay = await measureDelay(bed);
     if (wish !== waiting) return;
+    gapsBefore = countGaps();
     at('layout-text').textContent = `${bed.layout.name}, ${bed.layout.loudspeakers.length} channels`;
     at('delay').textContent = `${(1000 * delay / sampleRate).toFixed(1)} ms`;
     say(`${at('scene').selectedOptions[0].text} is playing.`);
@@ -145,10 +146,18 @@ function showEar(id, peak) {
   at(`${id}-text`).textContent = level <= -60 ? 'silent' : minus(`${level.toFixed(1)} dB`);
 }
 
-function showGaps() {
+/** Gaps in the sound that the browser has counted, [number, seconds]; undefined where it does not count. */
+function countGaps() {
   const stats = player.context.playbackStats;
-  if (!stats) return 'not told here';
-  return `${stats.underrunEvents} (${(1000 * stats.underrunDuration).toFixed(0)} ms)`;
+  return stats && [stats.underrunEvents, stats.underrunDuration];
+}
+
+let gapsBefore = [0, 0];  // what getting ready cost
+function showGaps() {
+  const gaps = countGaps();
+  if (!gaps) return 'not told here';
+  const [number, seconds] = gaps.map((now, i) => now - gapsBefore[i]);
+  return `${number} (${(1000 * seconds).toFixed(0)} ms)`;
 }
 
 let speakerPeaks = [], earPeaks = [];
