@@ -4,16 +4,15 @@ headphones against what orvane-render writes.
 
     check_desktop.py [--build FOLDER] [NAME...]
 
-runs the checks of those names, all without one, with the programs of build/release or of another folder. Starts a session bus of its own. Exit status 1 when a check fails.
+runs the checks of those names, all without one, with the programs of build/release or of another folder. Starts a
+session bus of its own. Exit status 1 when a check fails.
 """
 
 import argparse
 import contextlib
-import json
 import os
 import pathlib
 import re
-import shutil
 import signal
 import socket
 import struct
@@ -22,19 +21,19 @@ import sys
 import tempfile
 import threading
 import time
-import warnings
 
 import numpy
 from scipy.io import wavfile
 
-kRate = 48000
+from support.desktop import Desktop, kRate, read
+from support.presets import preset_controls
+
 kBurst = kRate // 8  # of noise, then as much silence, per channel
 kRoot = pathlib.Path(__file__).resolve().parent.parent
 kResampledDb = 0.05
 kEarFrames = 145
 kPositions = {"5.1": "FL FR FC LFE RL RR", "7.1": "FL FR FC LFE RL RR SL SR",
               "7.1.4": "FL FR FC LFE RL RR SL SR TFL TFR TRL TRR"}
-kPatienceS = 20  # for what takes a moment; a busy machine gets more of them
 kAttempts = 4    # a busy machine loses a period now and then, and then what it had in it
 kExact = 1e-4    # of the peak: nothing on the way changes a sample, where nothing resamples
 
@@ -52,12 +51,6 @@ def write_bed(file, layout):
     wavfile.write(file, kRate, bed)
 
 
-def read(file):
-    with warnings.catch_warnings():
-        warnings.simplefilter("ignore", wavfile.WavFileWarning)
-        return wavfile.read(file)[1].astype(float)
-
-
 def place_of(part, whole):
     """The frame of `whole` where `part` fits best."""
     size = 1 << (len(whole) + len(part)).bit_length()
@@ -66,138 +59,11 @@ def place_of(part, whole):
     return int(numpy.argmax(numpy.fft.irfft(product, size)[:max(1, len(whole) - len(part))]))
 
 
-class Desktop:
-    """A session of PipeWire whose default output is a sink without hardware, "headphones"."""
-
-    def __init__(self, build, folder, rate=kRate, other_rate="", chains=()):
-        self.build, self.folder = build, pathlib.Path(folder)
-        self.processes = {}
-        self.environment = dict(os.environ, XDG_RUNTIME_DIR=folder, XDG_CONFIG_HOME=f"{folder}/config",
-                                XDG_STATE_HOME=f"{folder}/state", HOME=folder, LV2_PATH=str(build / "lv2-bundles"),
-                                DBUS_SYSTEM_BUS_ADDRESS=os.environ["DBUS_SESSION_BUS_ADDRESS"])
-        self.drop_ins = self.folder / "config/pipewire/pipewire.conf.d"
-        self.drop_ins.mkdir(parents=True, exist_ok=True)
-        # Long periods: a machine that is busy with other tests keeps up with them.
-        (self.drop_ins / "10-test.conf").write_text(f"""
-context.properties = {{ default.clock.rate = {rate} default.clock.allowed-rates = [ {rate} {other_rate} ]
-  default.clock.quantum = 2048 default.clock.min-quantum = 2048 default.clock.max-quantum = 8192 }}
-context.objects = [ {{ factory = adapter args = {{ factory.name = support.null-audio-sink node.name = headphones
-  media.class = Audio/Sink object.linger = true audio.position = [ FL FR ] }} }} ]
-""")
-        for chain in chains:
-            shutil.copy(build / "pipewire" / chain, self.drop_ins)
-
-    def __enter__(self):
-        self.start_server()
-        return self
-
-    def __exit__(self, *_):
-        for name in reversed(list(self.processes)):
-            self.stop(name)
-
-    def start_server(self):
-        self.start("pipewire", "pipewire")
-        self.wait_for("the server", lambda: self.run("pw-cli", "info", "0").returncode == 0)
-        self.start("wireplumber", "wireplumber")
-        self.wait_for("the headphones", lambda: self.node("headphones"))
-
-    def stop_server(self):
-        self.stop("wireplumber")
-        self.stop("pipewire")
-
-    def start(self, name, *command):
-        with open(self.folder / f"{name}.log", "ab") as log:
-            self.processes[name] = subprocess.Popen(command, stdout=log, stderr=log, env=self.environment)
-        return self.processes[name]
-
-    def stop(self, name, how=signal.SIGTERM):
-        process = self.processes.pop(name)
-        process.send_signal(how)
-        try:
-            return process.wait(kPatienceS)
-        except subprocess.TimeoutExpired:
-            process.kill()
-            process.wait()
-            raise
-
-    def log(self, name):
-        return (self.folder / f"{name}.log").read_text(errors="replace")
-
-    def run(self, *command, check=False):
-        return subprocess.run(command, capture_output=True, text=True, env=self.environment, check=check,
-                              timeout=60)
-
-    def wait_for(self, what, condition):
-        end = time.monotonic() + kPatienceS
-        while not (result := condition()):
-            assert time.monotonic() < end, f"{what}: not within {kPatienceS} s\n{self.logs()}"
-            time.sleep(0.1)
-        return result
-
-    def logs(self):
-        return "\n".join(f"--- {file.name}\n{file.read_text(errors='replace')[-2000:]}"
-                         for file in sorted(self.folder.glob("*.log")))
-
-    def node(self, name):
-        """The id of a node, or None."""
-        current = None
-        for line in self.run("pw-cli", "ls", "Node").stdout.splitlines():
-            if found := re.match(r"\s*id (\d+), type", line):
-                current = found[1]
-            if re.search(rf'node.name = "{re.escape(name)}"', line):
-                return current
-        return None
-
-    def links(self):
-        return self.run("pw-link", "-l").stdout
-
-    def latency_ns(self, sink):
-        """From the sink to the end, as a player sees it."""
-        for entry in json.loads(self.run("pw-dump", "-N").stdout):
-            info = entry.get("info") or {}
-            properties = info.get("props") or {}
-            if properties.get("port.name") == "playback_FL" and str(properties.get("node.id")) == self.node(sink):
-                ways = info["params"].get("Latency") or []
-                return next((way["minNs"] for way in ways if way["direction"] == "Input"), None)
-        return None
-
-    def hears(self, output):
-        """Whether the ears of orvane-live go there."""
-        return re.search(rf"{kLive}.ears:output_FL\n *\|-> {output}:playback_FL", self.links())
-
-    def set(self, sink, **controls):
-        """Controls of the plug-in in the filter chain."""
-        params = [f'"orvane:{symbol}" {float(value)}' for symbol, value in controls.items()]
-        node = self.node(sink)
-        for first in range(0, len(params), 4):  # pw-cli drops a longer line
-            self.run("pw-cli", "set-param", node, "Props", f"{{ params = [ {' '.join(params[first:first + 4])} ] }}",
-                     check=True)
-
-    def play(self, sink, bed, positions):
-        """What arrives at the headphones while `bed` plays into `sink`."""
-        recording = str(self.folder / "recording.wav")
-        self.start("recorder", "pw-record", "--target", "headphones", "-P", "{ stream.capture.sink = true }",
-                   "--rate", str(kRate), "--channels", "2", "--format", "f32", recording)
-        self.wait_for("the recorder", lambda: "pw-record:input_FL" in self.links())
-        time.sleep(0.5)
-        self.run("pw-play", "--target", sink, "--channel-map", ",".join(positions.split()), bed, check=True)
-        time.sleep(0.7)
-        self.stop("recorder", signal.SIGINT)
-        return read(recording)
-
-
 def expected_ears(desktop, bed, layout, options):
     ears = f"{desktop.folder}/expected.wav"
     subprocess.run([desktop.build / "orvane-render", bed, ears, "--layout", layout, *options], check=True,
                    capture_output=True)
     return read(ears)
-
-
-def preset_controls(name):
-    """The controls that a preset file sets, by symbol."""
-    lines = (kRoot / "presets" / f"{name}.preset").read_text().splitlines()
-    pairs = [line.split("=") for line in lines if "=" in line and not line.startswith("#")]
-    return {key.strip().replace(".", "_").replace("-", "_"): value.strip() for key, value in pairs}
 
 
 def bursts(recorded, expected, channels):
@@ -352,9 +218,9 @@ def live_sink_survives(build, folder):
                     "media.class=Audio/Sink object.linger=true audio.position=[FL FR] }", check=True)
         other = desktop.wait_for("another output", lambda: desktop.node("other"))
         desktop.run("wpctl", "set-default", other, check=True)
-        desktop.wait_for("the ears at the new default output", lambda: desktop.hears("other"))
+        desktop.wait_for("the ears at the new default output", lambda: desktop.hears(kLive, "other"))
         desktop.run("pw-cli", "destroy", other, check=True)
-        desktop.wait_for("the ears at the output that is left", lambda: desktop.hears("headphones"))
+        desktop.wait_for("the ears at the output that is left", lambda: desktop.hears(kLive, "headphones"))
 
         desktop.stop("wireplumber")
         desktop.stop("pipewire", signal.SIGKILL)

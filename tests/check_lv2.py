@@ -15,18 +15,12 @@ import warnings
 import numpy
 from scipy.io import wavfile
 
-kRoot = pathlib.Path(__file__).resolve().parent.parent
+from support.presets import preset_controls
+
 kPose = {"yaw": 40, "pitch": 10, "roll": -5}
 kRate = 48000
 kFrames = kRate // 2
 kLimit = 2e-6  # of the peak
-
-
-def preset_controls(name):
-    """The controls that a preset file sets, by symbol."""
-    lines = (kRoot / "presets" / f"{name}.preset").read_text().splitlines()
-    pairs = [line.split("=") for line in lines if "=" in line and not line.startswith("#")]
-    return {key.strip().replace(".", "_").replace("-", "_"): value.strip() for key, value in pairs}
 
 
 def main():
