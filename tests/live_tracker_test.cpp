@@ -9,12 +9,12 @@
 #include <bit>
 #include <cmath>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <limits>
 #include <random>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -245,18 +245,22 @@ class TrackerProgramTest : public ::testing::Test {
     return text.str();
   }
 
+  // A number that the program has printed with the end of its line; 0 where it has not.
+  int port_after(const std::string& words) const {
+    const std::string out = text("out");
+    const size_t at = out.find(words);
+    if (at == out.npos || out.find('\n', at) == out.npos) return 0;
+    return std::atoi(out.c_str() + at + words.size());
+  }
+
   void start(const std::string& arguments) {
     program_ = std::make_unique<ChildProcess>(
         "exec " ORVANE_LIVE_PROGRAM " --watch --osc-port 0 --opentrack 0 " + arguments,
         folder_ / "out", folder_ / "errors");
     const auto listens = [&] {
-      std::smatch ports;
-      const std::string out = text("out");
-      const std::regex pattern("osc     port (\\d+)\nopentrack port (\\d+)\n");
-      if (!std::regex_search(out, ports, pattern)) return false;
-      osc_ = std::stoi(ports[1]);
-      opentrack_ = std::stoi(ports[2]);
-      return true;
+      osc_ = port_after("osc     port ");
+      opentrack_ = port_after("opentrack port ");
+      return osc_ > 0 && opentrack_ > 0;
     };
     ASSERT_TRUE(wait_until(listens)) << text("errors");
   }
