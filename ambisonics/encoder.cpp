@@ -27,7 +27,7 @@ bool is_dynamic(uint32_t type) {
 
 bool is_static(uint32_t type) { return type == ENCODER_SOURCE_HEAD_LOCKED; }
 
-// Geometry and distance gain, without the beam.
+// Geometry and distance gain, without the SH weights.
 void update_geometry(const encoder_t* e, encoder_source_t* source) {
   calculate_source_position_sph(source, e->user_position);
   const bool fades = source->type == ENCODER_SOURCE_WORLD && source->distance > 1.0f;
@@ -55,20 +55,17 @@ channels_t<const float> gather_sources(encoder_t* e, const float* const* inputs,
   return {rows, count};
 }
 
-// For outputs that overlap the inputs: a tile is complete before any of it is written.
-void encode_in_place(const encoder_t& e, const mix_weights_t& weights, uint32_t num_sources,
-                     const channels_t<float>& out, uint32_t frames, bool accumulate) {
-  const float** const in = selected_rows(e);
-  float* tile[AMBISONICS_MAX_CHANNELS];
-  for (uint32_t c = 0; c < out.count; ++c) tile[c] = e.output_matrix + size_t{c} * kTileFrames;
-  for (uint32_t first = 0; first < frames; first += kTileFrames) {
-    const uint32_t count = std::min(frames - first, kTileFrames);
-    mix_channels(weights, {in, num_sources}, {tile, out.count}, count, false);
-    for (uint32_t s = 0; s < num_sources; ++s) in[s] += count;
-    for (uint32_t c = 0; c < out.count; ++c) {
-      float* const output = out.rows[c] + first;
-      for (uint32_t t = 0; t < count; ++t) output[t] = (accumulate ? output[t] : 0.0f) + tile[c][t];
-    }
+// For outputs that overlap the inputs: the block is complete before any of it is written.
+void encode_staged(const encoder_t& e, const mix_weights_t& weights,
+                   const channels_t<const float>& in, const channels_t<float>& out, uint32_t frames,
+                   bool accumulate) {
+  float* staged[AMBISONICS_MAX_CHANNELS];
+  for (uint32_t c = 0; c < out.count; ++c) staged[c] = e.output_matrix + size_t{c} * e.padded_frame;
+  mix_channels(weights, in, {staged, out.count}, frames, false);
+  for (uint32_t c = 0; c < out.count; ++c) {
+    float* const output = out.rows[c];
+    for (uint32_t t = 0; t < frames; ++t)
+      output[t] = (accumulate ? output[t] : 0.0f) + staged[c][t];
   }
 }
 
@@ -78,8 +75,8 @@ void encode(encoder_t* e, const float* const* inputs, float* const* outputs, uin
   if (in.count == 0 && accumulate) return;
   const channels_t<float> out = {outputs, e->ambisonics->num_channels};
   const mix_weights_t weights = {e->gain_matrix, e->padded_channels, 1};
-  if (channels_overlap(in, out, frames)) {
-    encode_in_place(*e, weights, in.count, out, frames, accumulate);
+  if (channels_overlap(in, out, frames) && frames <= e->padded_frame) {
+    encode_staged(*e, weights, in, out, frames, accumulate);
   } else {
     mix_channels(weights, in, out, frames, accumulate);
   }
@@ -107,7 +104,7 @@ uint32_t encoder_init(encoder_t* e, const ambisonics_base_t* ambisonics, uint32_
   e->sources = alloc_zeroed<encoder_source_t>(num_sources);
   e->input_matrix = reinterpret_cast<float*>(alloc_zeroed<const float*>(num_sources));
   e->gain_matrix = alloc_zeroed<float>(e->padded_sources, e->padded_channels);
-  e->output_matrix = alloc_zeroed<float>(e->padded_channels, kTileFrames);
+  e->output_matrix = alloc_zeroed<float>(e->padded_channels, e->padded_frame);
   if (!e->sources || !e->input_matrix || !e->gain_matrix || !e->output_matrix) {
     return UBR_NO_MEMORY;
   }
@@ -131,7 +128,7 @@ uint32_t encoder_set_source_type(encoder_t* e, uint32_t index, uint32_t type) {
   if (!e) return UBR_MISSING;
   if (index >= e->num_sources) return UBR_INVALID;
   e->sources[index].type = type;
-  // Deliberate: the beam stays, because the position, which callers set next, computes it anew.
+  // Deliberate: the SH weights stay, because callers set the position next, which computes them.
   update_geometry(e, &e->sources[index]);
   return UBR_OK;
 }
@@ -149,7 +146,7 @@ uint32_t encoder_set_user_position(encoder_t* e, float x, float y, float z) {
   e->user_position[0] = x;
   e->user_position[1] = y;
   e->user_position[2] = z;
-  // Deliberate: beams stay until the sources are positioned again, so that a caller can move
+  // Deliberate: SH weights stay until the sources are positioned again, so that a caller can move
   // sources and listener in one step.
   for (uint32_t s = 0; s < e->num_sources; ++s) {
     if (e->sources[s].type == ENCODER_SOURCE_WORLD) update_geometry(e, &e->sources[s]);
@@ -161,8 +158,13 @@ uint32_t encoder_reset(encoder_t* e) { return encoder_set_user_position(e, 0.0f,
 
 uint32_t encoder_reset_max_frame_size(encoder_t* e, uint32_t max_frame_size) {
   if (!e) return UBR_MISSING;
+  const uint32_t padded_frame = round_up_to_4(max_frame_size);
+  float* const output_matrix = alloc_zeroed<float>(e->padded_channels, padded_frame);
+  if (!output_matrix) return UBR_NO_MEMORY;
+  release(e->output_matrix);
+  e->output_matrix = output_matrix;
   e->max_frame_size = max_frame_size;
-  e->padded_frame = round_up_to_4(max_frame_size);
+  e->padded_frame = padded_frame;
   return UBR_OK;
 }
 

@@ -36,8 +36,8 @@ typedef struct encoder_t {
   const ambisonics_base_t* ambisonics;  // shared, not owned
   float* input_matrix;                  // scratch: addresses of the encoded sources' samples
   float* gain_matrix;                   // padded_sources x padded_channels, the encoded beams
-  float* output_matrix;     // scratch: a tile of the outputs, for inputs that overlap them
-  uint32_t padded_sources;  // sizes rounded up to multiples of four
+  float* output_matrix;                 // scratch: the outputs, where they overlap the inputs
+  uint32_t padded_sources;              // sizes rounded up to multiples of four
   uint32_t padded_channels;
   uint32_t padded_frame;
 } encoder_t;
@@ -70,7 +70,8 @@ ORVANE_API uint32_t encoder_set_user_position(encoder_t* encoder, float x, float
 // encoder_set_user_position at the origin.
 ORVANE_API uint32_t encoder_reset(encoder_t* encoder);
 
-// Accepts blocks of up to `max_frame_size` samples. Returns UBR_OK, or UBR_MISSING for null.
+// Accepts blocks of up to `max_frame_size` samples. Returns UBR_OK, UBR_MISSING for null, or
+// UBR_NO_MEMORY, with the encoder as it was.
 ORVANE_API uint32_t encoder_reset_max_frame_size(encoder_t* encoder, uint32_t max_frame_size);
 
 // Encodes one block in the given mode: 0 both passes, 1 dynamic, 2 static (each overwriting),
@@ -78,8 +79,7 @@ ORVANE_API uint32_t encoder_reset_max_frame_size(encoder_t* encoder, uint32_t ma
 //
 //   inputs   num_sources channels of `frames` samples
 //   outputs  ambisonics->num_channels channels of `frames` samples, ACN/SN3D; in mode 0 none of
-//   them
-//            may overlap an input, since the second pass reads the inputs again
+//            them may overlap an input, since the second pass reads the inputs again
 //
 // Returns UBR_OK, or UBR_MISSING for a null encoder or more than max_frame_size frames.
 ORVANE_API uint32_t encoder_process(encoder_t* encoder, const float* const* inputs,
@@ -87,7 +87,7 @@ ORVANE_API uint32_t encoder_process(encoder_t* encoder, const float* const* inpu
 
 // Encodes the head-tracked sources (types 0 and 1) of one block.
 //
-//   outputs     may be the inputs, in any order; must not overlap them with an offset
+//   outputs     may overlap the inputs in any way
 //   frames      at most max_frame_size; the caller guarantees it
 //   accumulate  0 overwrites the outputs, anything else adds to them
 //

@@ -19,14 +19,12 @@ static_assert(offsetof(rotator_t, ambisonics) + sizeof(void*) == sizeof(rotator_
 
 namespace {
 
-constexpr uint32_t kMaxPadded = round_up_to_4(AMBISONICS_MAX_CHANNELS);
-
 uint32_t allocate(rotator_t* r) {
   const uint32_t num_channels = r->ambisonics->num_channels;
   r->previous_matrix = alloc_zeroed<float>(r->padded_channels, r->padded_channels);
   r->current_matrix = alloc_zeroed<float>(r->padded_channels, r->padded_channels);
   r->delta_matrix = alloc_zeroed<float>(r->padded_channels, r->padded_channels);
-  r->output_buffer = alloc_zeroed<float>(r->padded_channels, kTileFrames);
+  r->output_buffer = alloc_zeroed<float>(r->padded_channels, r->padded_frame);
   r->beam_matrix = alloc_zeroed<float>(num_channels, num_channels);
   r->beam_matrix_pinv = alloc_zeroed<float>(num_channels, num_channels);
   if (!r->previous_matrix || !r->current_matrix || !r->delta_matrix || !r->output_buffer ||
@@ -112,26 +110,16 @@ void rotate(const rotation_t& rotation, const float* const* inputs, float* const
   }
 }
 
-// For outputs that overlap the inputs: a tile is complete before any of it is written. Each begins
-// with the matrix that the ramp has reached there.
-void rotate_in_place(const rotator_t& r, bool ramps, const float* const* inputs,
-                     float* const* outputs, uint32_t frames) {
+// For outputs that overlap the inputs: the block is complete before any of it is written.
+void rotate_staged(const rotation_t& rotation, const float* const* inputs, float* const* outputs,
+                   uint32_t frames) {
+  const rotator_t& r = rotation.rotator;
   const uint32_t num_channels = r.ambisonics->num_channels;
-  const uint32_t matrix_size = r.padded_channels * r.padded_channels;
-  float start[kMaxPadded * kMaxPadded];
-  const float* in[AMBISONICS_MAX_CHANNELS];
-  float* tile[AMBISONICS_MAX_CHANNELS];
-  for (uint32_t c = 0; c < num_channels; ++c) tile[c] = r.output_buffer + size_t{c} * kTileFrames;
-  for (uint32_t first = 0; first < frames; first += kTileFrames) {
-    const uint32_t count = std::min(frames - first, kTileFrames);
-    const float reached = static_cast<float>(first);
-    for (uint32_t i = 0; i < matrix_size; ++i) {
-      start[i] = r.previous_matrix[i] + r.delta_matrix[i] * reached;
-    }
-    for (uint32_t c = 0; c < num_channels; ++c) in[c] = inputs[c] + first;
-    rotate({r, start, ramps}, in, tile, count);
-    for (uint32_t c = 0; c < num_channels; ++c) std::copy_n(tile[c], count, outputs[c] + first);
-  }
+  float* staged[AMBISONICS_MAX_CHANNELS];
+  for (uint32_t c = 0; c < num_channels; ++c)
+    staged[c] = r.output_buffer + size_t{c} * r.padded_frame;
+  rotate(rotation, inputs, staged, frames);
+  for (uint32_t c = 0; c < num_channels; ++c) std::copy_n(staged[c], frames, outputs[c]);
 }
 
 }  // namespace
@@ -163,8 +151,13 @@ uint32_t rotator_reset(rotator_t* r) {
 
 uint32_t rotator_reset_max_frame_size(rotator_t* r, uint32_t max_frame_size) {
   if (!r) return UBR_MISSING;
+  const uint32_t padded_frame = round_up_to_4(max_frame_size);
+  float* const output_buffer = alloc_zeroed<float>(r->padded_channels, padded_frame);
+  if (!output_buffer) return UBR_NO_MEMORY;
+  release(r->output_buffer);
+  r->output_buffer = output_buffer;
   r->max_frame_size = max_frame_size;
-  r->padded_frame = round_up_to_4(max_frame_size);
+  r->padded_frame = padded_frame;
   return UBR_OK;
 }
 
@@ -174,10 +167,11 @@ uint32_t rotator_process(rotator_t* r, const float* const* inputs, float* const*
   const uint32_t num_channels = r->ambisonics->num_channels;
   const bool ramps = !rotator_is_static(*r);
   ramps ? rotator_start_ramp(r, frames) : rotator_clear_ramp(r);
+  const rotation_t rotation = {*r, r->previous_matrix, ramps};
   if (channels_overlap({inputs, num_channels}, {outputs, num_channels}, frames)) {
-    rotate_in_place(*r, ramps, inputs, outputs, frames);
+    rotate_staged(rotation, inputs, outputs, frames);
   } else {
-    rotate({*r, r->previous_matrix, ramps}, inputs, outputs, frames);
+    rotate(rotation, inputs, outputs, frames);
   }
   if (ramps) rotator_end_ramp(r);
   return UBR_OK;

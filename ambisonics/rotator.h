@@ -34,8 +34,8 @@ typedef struct rotator_t {
   float* previous_matrix;             // P: matrix at the end of the last block
   float* current_matrix;              // R: matrix of the newest orientation
   float* delta_matrix;                // D: increment per sample of the current block
-  float* output_buffer;      // scratch: a tile of the outputs, for inputs that overlap them
-  uint32_t padded_channels;  // row stride of P, R and D
+  float* output_buffer;               // scratch: the outputs, where they overlap the inputs
+  uint32_t padded_channels;           // row stride of P, R and D
   uint32_t max_frame_size;
   uint32_t padded_frame;
   const ambisonics_base_t* ambisonics;  // shared, not owned
@@ -66,8 +66,8 @@ ORVANE_API uint32_t rotator_reset(rotator_t* rotator);
 ORVANE_API uint32_t rotator_reset_max_frame_size(rotator_t* rotator, uint32_t max_frame_size);
 
 // Rotates one block of num_channels channels from `inputs` to `outputs`, which are overwritten.
-// They may be the inputs, in any order, but must not overlap them with an offset. Returns UBR_OK,
-// or UBR_MISSING, nothing touched, for more than max_frame_size frames. Allocates nothing.
+// They may overlap the inputs in any way. Returns UBR_OK, or UBR_MISSING, nothing touched, for more
+// than max_frame_size frames. Allocates nothing.
 ORVANE_API uint32_t rotator_process(rotator_t* rotator, const float* const* inputs,
                                     float* const* outputs, uint32_t frames);
 

@@ -66,7 +66,7 @@ int32_t get_value(int32_t id, value_t* value) {
       ORVANE_LOGI("orvane_getParameter %d SPATIALIZER_PARAM_SUPPORTED_LEVELS is %d %d",
                   value->bytes[0], value->bytes[1], value->bytes[2]);
       return 0;
-    case SPATIALIZER_PARAM_LEVEL:  // Deliberate: set_level stores nothing.
+    case SPATIALIZER_PARAM_LEVEL:  // Deliberate: constant, because set_level stores nothing.
       *value = byte_value(SPATIALIZATION_LEVEL_MULTICHANNEL);
       ORVANE_LOGI("orvane_getParameter SPATIALIZER_PARAM_LEVEL is %d", value->bytes[0]);
       return 0;

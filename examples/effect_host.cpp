@@ -3,6 +3,7 @@
 //
 //   effect_host LIBRARY OUT.wav
 #include <dlfcn.h>
+#include <effect/uuid.h>
 #include <platform/effect_abi.h>
 
 #include <array>
@@ -15,16 +16,13 @@
 
 namespace {
 
-constexpr effect_uuid_t kImplementation = {
-    0x5b7e1c42, 0x93d0, 0x4e6a, 0xb1f8, {0x2c, 0x4d, 0x9a, 0x07, 0xe3, 0xb6}};
-
 // One instance of the effect, for as long as the object lives.
 class Effect {
  public:
   explicit Effect(const char* path) : library_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
     if (!library_) throw std::runtime_error(dlerror());
     record_ = static_cast<const audio_effect_library_t*>(dlsym(library_, "AELI"));
-    if (!record_ || record_->create_effect(&kImplementation, 0, 0, &effect_) != 0) {
+    if (!record_ || record_->create_effect(&orvane_uuid, 0, 0, &effect_) != 0) {
       dlclose(library_);
       throw std::runtime_error("the library has no such effect");
     }

@@ -35,10 +35,10 @@ void run_ambisonics(Input* input) {
   require(code == expected, "a channel set is made or refused");
   for (int i = 0; code == UBR_OK && i < kMaxSteps && !input->ended(); ++i) {
     const float v[3] = {input->number(), input->number(), input->number()};
-    std::vector<float> beam(config.num_channels, kUnwritten);
-    ambisonics_base_generate_beam(&base, beam.data(), v[0], v[1], v[2]);
+    std::vector<float> weights(config.num_channels, kUnwritten);
+    ambisonics_base_generate_beam(&base, weights.data(), v[0], v[1], v[2]);
     const bool is_sane = all_finite(v) && is_tame(v[2]) && std::fabs(v[0]) < 1e30f;
-    require(!is_sane || all_finite(beam), "a beam is written and finite");
+    require(!is_sane || all_finite(weights), "weights are written and finite");
   }
   ambisonics_base_cleanup(&base);
 }

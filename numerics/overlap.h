@@ -6,10 +6,6 @@
 
 #include "numerics/mix_channels.h"
 
-// Samples of a staging row. A product whose outputs overlap its inputs is made in tiles of so many,
-// each complete before any of it is written. A multiple of the four samples of a ramp's step.
-constexpr uint32_t kTileFrames = 16;
-
 // Whether any of the first `frames` samples of `out` is also one of `in`. Takes a few instructions
 // per row where none is.
 bool channels_overlap(channels_t<const float> in, channels_t<float> out, uint32_t frames);

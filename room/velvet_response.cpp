@@ -101,7 +101,8 @@ void vn_place_pulses(uint32_t* rng, const vn_state_t& state) {
   for (int32_t m = 0; m < num_segments; ++m) {
     float position = static_cast<float>(m) * settings.pulse_spacing + 1.0f;  // counted from 1
     for (int32_t c = 0; c < (stereo ? 2 : 1); ++c) {
-      // Deliberate: the right pulse is displaced from the left one, not from the segment.
+      // Deliberate: the right pulse is displaced from the left one instead of from the segment, so
+      // that the two stay near each other.
       position = std::min(position + draw_jitter(rng, half_segment, m == 0), last);
       const float pulse = draw_sign(rng) * envelope.at(position);
       const int32_t index = static_cast<int32_t>(position) - 1;

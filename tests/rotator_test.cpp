@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -9,6 +10,7 @@
 #include <string>
 
 #include "base/result.h"
+#include "tests/support/overlapping_rows.h"
 #include "tests/support/test_renderer.h"
 
 namespace {
@@ -26,7 +28,7 @@ struct TestRotator {
     rotator_cleanup(&r);
     ambisonics_base_cleanup(&base);
   }
-  std::vector<float> beam(const Vector& v) const {
+  std::vector<float> weights(const Vector& v) const {
     std::vector<float> values(base.num_channels);
     const double azimuth = std::atan2(v[1], v[0]), elevation = std::asin(v[2]);
     ambisonics_base_generate_beam(&base, values.data(), static_cast<float>(azimuth),
@@ -83,11 +85,11 @@ TEST_P(RotatorPoseTest, RotatingAFieldEqualsEncodingItsTurnedSource) {
   Planar input(rotator.base.num_channels, 1);
   rotator.process(input);  // the fade
   for (const Vector& v : {Vector{0.6, 0.64, 0.48}, Vector{0, 0, -1}, Vector{-0.48, -0.6, 0.64}}) {
-    const auto beam = rotator.beam(v);
-    for (size_t c = 0; c < beam.size(); ++c) input[c][0] = beam[c];
-    const auto expected = rotator.beam(seen_by_head(v, pose.orientation, pose.format));
+    const auto weights = rotator.weights(v);
+    for (size_t c = 0; c < weights.size(); ++c) input[c][0] = weights[c];
+    const auto expected = rotator.weights(seen_by_head(v, pose.orientation, pose.format));
     const Planar output = rotator.process(input);
-    for (size_t c = 0; c < beam.size(); ++c) EXPECT_NEAR(expected[c], output[c][0], 2e-6f) << c;
+    for (size_t c = 0; c < weights.size(); ++c) EXPECT_NEAR(expected[c], output[c][0], 2e-6f) << c;
   }
 }
 
@@ -163,26 +165,31 @@ TEST(RotatorLimitTest, RefusalsChangeNothing) {
   EXPECT_EQ(m0, rotator.r.orientation_matrix[0]);
 }
 
-// Turning, then static; through the renderer, too.
-TEST(RotatorInPlaceTest, OutputsMayBeTheInputs) {
+// Turning, then static, then grown; through the renderer, too.
+TEST(RotatorInPlaceTest, OutputsMayOverlapTheInputs) {
   for (const uint32_t order : {1u, 2u, 3u, 4u}) {
-    TestRotator apart(order, 1024), shared(order, 1024);
-    TestRenderer renderer(UBR_INPUT_AMBISONICS, apart.base.num_channels, UBR_MODE_AMBISONIC_TRACKED,
-                          1024, order);
-    for (const uint32_t frames : {1024u, 259u, 259u, 3u}) {
-      const Vector pose = {0.1, -0.7, frames > 500 ? 2.0 : 0.3};
-      for (TestRotator* test : {&apart, &shared}) test->set(pose, ROTATOR_ROTATION_VECTOR);
-      const float vector[3] = {0.1f, -0.7f, frames > 500 ? 2.0f : 0.3f};
-      ubr_set_user_orientation(&renderer.r, vector, ROTATOR_ROTATION_VECTOR);
-      const Planar input = planar_noise(apart.base.num_channels, frames, order);
-      Planar field = input, rendered = input;
-      const Planar expected = apart.process(input);
-      EXPECT_EQ(UBR_OK, rotator_process(&shared.r, field.data(), field.data(), frames));
-      const auto count = static_cast<uint32_t>(rendered.size());
-      EXPECT_EQ(UBR_OK,
-                ubr_process(&renderer.r, rendered.data(), count, rendered.data(), count, frames));
-      expect_same_signal(expected, field, 1e-6f);
-      expect_same_signal(expected, rendered, 1e-6f);
+    for (const int32_t offset : OverlappingRows::kOffsets) {
+      TestRotator apart(order, 1024), shared(order, 512);
+      TestRenderer renderer(UBR_INPUT_AMBISONICS, apart.base.num_channels,
+                            UBR_MODE_AMBISONIC_TRACKED, 1024, order);
+      for (const uint32_t frames : {512u, 259u, 259u, 3u, 1024u}) {
+        const float pose[3] = {0.1f, -0.7f, frames > 500 ? 2.0f : 0.3f};
+        for (TestRotator* test : {&apart, &shared}) {
+          EXPECT_EQ(UBR_OK, rotator_set_orientation(&test->r, pose, ROTATOR_ROTATION_VECTOR));
+        }
+        ubr_set_user_orientation(&renderer.r, pose, ROTATOR_ROTATION_VECTOR);
+        const uint32_t longest = std::max(512u, frames);
+        EXPECT_EQ(UBR_OK, rotator_reset_max_frame_size(&shared.r, longest));
+        const uint32_t count = apart.base.num_channels;
+        OverlappingRows field(count, frames, offset), rendered(count, frames, offset);
+        const Planar expected = apart.process(field.copy(field.inputs));
+        EXPECT_EQ(UBR_OK,
+                  rotator_process(&shared.r, field.inputs.data(), field.outputs.data(), frames));
+        EXPECT_EQ(UBR_OK, ubr_process(&renderer.r, rendered.inputs.data(), count,
+                                      rendered.outputs.data(), count, frames));
+        expect_same_signal(expected, field.copy(field.outputs), 1e-7f);
+        expect_same_signal(expected, rendered.copy(rendered.outputs), 1e-7f);
+      }
     }
   }
 }

@@ -118,7 +118,7 @@ void expect_taps(const TestRoom& t, size_t s, const Vector& size, const Vector& 
   }
 }
 
-TEST(ShoeboxSceneTest, TapsMatchImagesMirroredInTheWalls) {
+TEST(ShoeboxSceneTest, TapsMatchImagesBehindTheWalls) {
   const Vector size = {9.0, 7.0, 3.5};
   const auto clamped = [&size](Vector p) {
     for (size_t a = 0; a < 3; ++a) p[a] = std::clamp(p[a], 0.1 - size[a] / 2, size[a] / 2 - 0.1);

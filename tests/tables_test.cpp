@@ -40,16 +40,16 @@ TEST(ShHrirTest, MainPeaksLieWhereTheLatencyIs) {
 
 TEST(ShHrirTest, SourceAtTheLeftIsLouderAndEarlierInTheLeftEar) {
   // Spherical harmonics of +y; of the channels that are not 0, 1, 9 and 11 have negative order.
-  double beam[SH_HRIR_CHANNELS] = {1.0, 1.0};
-  beam[6] = -0.5, beam[8] = -std::sqrt(0.75);
-  beam[9] = -std::sqrt(0.625), beam[11] = -std::sqrt(0.375);
-  beam[20] = 0.375, beam[22] = std::sqrt(0.3125), beam[24] = std::sqrt(35.0) / 8.0;
+  double weights[SH_HRIR_CHANNELS] = {1.0, 1.0};
+  weights[6] = -0.5, weights[8] = -std::sqrt(0.75);
+  weights[9] = -std::sqrt(0.625), weights[11] = -std::sqrt(0.375);
+  weights[20] = 0.375, weights[22] = std::sqrt(0.3125), weights[24] = std::sqrt(35.0) / 8.0;
   double left[SH_HRIR_TAPS] = {}, right[SH_HRIR_TAPS] = {};
   for (int i = 0; i < SH_HRIR_TAPS * SH_HRIR_CHANNELS; ++i) {
     const int k = i / SH_HRIR_CHANNELS, c = i % SH_HRIR_CHANNELS;
     const double tap = double{hrir_at(k, c)};
-    left[k] += beam[c] * tap;
-    right[k] += (c == 1 || c == 9 || c == 11 ? -beam[c] : beam[c]) * tap;
+    left[k] += weights[c] * tap;
+    right[k] += (c == 1 || c == 9 || c == 11 ? -weights[c] : weights[c]) * tap;
   }
   const auto correlate = [](const double* a, const double* b, int lag) {
     double sum = 0.0;

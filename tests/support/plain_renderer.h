@@ -9,9 +9,9 @@
 #include "tests/support/responses.h"
 #include "tests/support/signals.h"
 
-// Follows a renderer: it reads the beams, the rotation and the image sources that are set there,
-// and keeps what is in flight itself. Its tail is a reverberator of its own, which has to be given
-// the same settings.
+// Follows a renderer: it reads the SH weights, the rotation and the image sources that are set
+// there, and keeps what is in flight itself. Its tail is a reverberator of its own, which has to be
+// given the same settings.
 class PlainRenderer {
  public:
   explicit PlainRenderer(const ubr_t& renderer);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <random>
+#include <utility>
 #include <vector>
 
 // `n` values in [-1, 1], the same on every machine for the same seed.
@@ -29,6 +30,10 @@ class Planar {
   }
   Planar& operator=(const Planar&) = delete;
 
+  void set(size_t c, std::vector<float> samples) {
+    channels_[c] = std::move(samples);
+    rows_[c] = channels_[c].data();
+  }
   float** data() { return rows_.data(); }
   const float* const* data() const { return rows_.data(); }
   std::vector<float>& operator[](size_t c) { return channels_[c]; }
