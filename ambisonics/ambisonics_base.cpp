@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ambisonics/ambisonics_base.h"
 
 #include <math.h>

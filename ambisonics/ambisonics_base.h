@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The ambisonic channel set: which spherical harmonics exist, their order, their normalisation, and
 // the SH weights (the beam) of a direction. This is the single definition of the conventions for
 // every other module:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For the library's own use: SH weights of directions without a channel set, and without
 // trigonometric functions.
 #ifndef ORVANE_AMBISONICS_AMBISONICS_BASE_INTERNAL_H_

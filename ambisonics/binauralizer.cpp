@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Building, growing and releasing a binauralizer.
 #include "ambisonics/binauralizer.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Ambisonics to two ears: every channel is convolved with the response of its spherical harmonic
 // and summed, by overlap-add in the frequency domain, one transform per block and channel. The
 // built-in responses are those of a left ear. Their head is taken as symmetric, so the right ear is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For the library's own use: the transforms of a binauralizer, and the shortcut from sources
 // straight to two ears, without a field. While neither SH weights nor rotation change, a source's
 // path through the field is one symmetric and one antisymmetric response, its folded HRIRs (see

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One block to two ears: of a field, or of sources with folded HRIRs.
 #include <stddef.h>
 #include <string.h>

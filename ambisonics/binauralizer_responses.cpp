@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The responses of a binauralizer: the built-in ones, or those that were set.
 #include <math.h>
 #include <stddef.h>

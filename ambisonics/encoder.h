@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Encodes mono sources into ambisonics. Each source carries its SH weights, the beam; one pass is
 // one matrix product of the weights with the block of samples, from the inputs straight to the
 // outputs. No state crosses a block: new weights apply from the first sample of the next block,

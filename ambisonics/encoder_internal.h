@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For the library's own use: the sources of the dynamic pass of an encoder, and their SH weights.
 #ifndef ORVANE_AMBISONICS_ENCODER_INTERNAL_H_
 #define ORVANE_AMBISONICS_ENCODER_INTERNAL_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rotates an ambisonic field against the listener's head, so that the scene stays in its place.
 //
 // The rotation matrix is found by sampling: with as many directions as channels,

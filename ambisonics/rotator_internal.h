@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For the library's own use: the ramp of a rotator over the next block, from P, the matrix that the
 // last one ended with, to R, that of the newest orientation.
 #ifndef ORVANE_AMBISONICS_ROTATOR_INTERNAL_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Head orientations to rotation matrices.
 //
 // Every format first becomes a 3 x 3 matrix M (row-major) that takes a direction v of the scene to

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The head-related impulse responses of the binauralizer, one per ambisonic channel,
 // at ORVANE_SAMPLE_RATE.
 //

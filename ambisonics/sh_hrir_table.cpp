@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Made by tools/tables/make_sh_hrir.py from MIT_KEMAR_normal_pinna.sofa, see docs/data.md.
 // Do not edit: change the generator and run it again.
 #include "ambisonics/sh_hrir.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sets of nearly uniform directions on the sphere, one per ambisonic order.
 //
 // Each has as many directions as the order has channels, so that its matrix of beams is square

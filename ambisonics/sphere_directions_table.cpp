@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Made by tools/tables/make_sphere_directions.py from tools/tables/sphere_directions.csv.
 // Do not edit: change the generator and run it again.
 #include "ambisonics/sphere_directions.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Takes the spatializer into a product: $(call inherit-product, external/liborvane/android/orvane.mk), with the
 # path of your checkout. audio_effects.xml and the audio policy are the device's to edit, see docs/android.md.
 # Not tried on a device.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Copies that cannot overrun: the smaller of the two sizes decides.
 #ifndef ORVANE_BASE_BOUNDED_COPY_H_
 #define ORVANE_BASE_BOUNDED_COPY_H_

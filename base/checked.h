@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Size and index arithmetic that stops the process instead of wrapping. For programmer errors only:
 // values that come from a caller are validated before they reach these.
 #ifndef ORVANE_BASE_CHECKED_H_

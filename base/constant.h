@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Constants and constant functions in headers that both C and C++ read.
 #ifndef ORVANE_BASE_CONSTANT_H_
 #define ORVANE_BASE_CONSTANT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // ORVANE_API marks a function that liborvane.so exports with C linkage. Everything else is hidden.
 #ifndef ORVANE_BASE_EXPORT_H_
 #define ORVANE_BASE_EXPORT_H_

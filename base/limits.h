@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The sizes and the rate that the whole library is built for.
 #ifndef ORVANE_BASE_LIMITS_H_
 #define ORVANE_BASE_LIMITS_H_

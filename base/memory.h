@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library's only door to the heap, for plain records and samples.
 #ifndef ORVANE_BASE_MEMORY_H_
 #define ORVANE_BASE_MEMORY_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Result codes of every renderer and module function, passed upwards unchanged.
 #ifndef ORVANE_BASE_RESULT_H_
 #define ORVANE_BASE_RESULT_H_

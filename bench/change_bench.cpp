@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What happens between blocks of a 7.1.4 bed: start, commands and parameters, each through the
 // effect. All but start and the reverb's parameters hold the lock that a block needs, so a block
 // may have to wait for as long.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whole blocks through the effect, driven as the platform drives it. The program is linked with the
 // log of the tests, which drops the messages.
 #include <string>

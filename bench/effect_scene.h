@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the benchmarks of the effect ask of it.
 #ifndef ORVANE_BENCH_EFFECT_SCENE_H_
 #define ORVANE_BENCH_EFFECT_SCENE_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the library takes from the heap. The program is linked with the allocation functions
 // wrapped (bench/CMakeLists.txt); its own containers are not counted.
 #ifndef ORVANE_BENCH_HEAP_USE_H_

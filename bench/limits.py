@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What bench/limits.json allows: measure -> name or pattern of benchmarks -> highest value."""
 import fnmatch
 import json

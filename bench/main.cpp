@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs the benchmarks: Google Benchmark's flags, and --avx2, which keeps the kernels from using
 // anything beyond AVX2. scripts/bench makes tables of what this prints.
 #include <benchmark/benchmark.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How everything here is measured, and the lists of what is.
 #ifndef ORVANE_BENCH_MEASURE_H_
 #define ORVANE_BENCH_MEASURE_H_

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs orvane-bench and collects what it measured.
 
 A result maps the name of each benchmark to its measures, by name: `us`, `units`, `reference_us`,

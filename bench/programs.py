@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whole programs: how long orvane-render takes for a file, with one thread and with all."""
 import os
 import statistics

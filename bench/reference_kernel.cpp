@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Compiled for one instruction set (bench/CMakeLists.txt), so that the unit does not change with
 // what the dispatch of the library finds.
 #include "bench/reference_kernel.h"

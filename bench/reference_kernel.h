@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The unit of every figure: a fixed piece of arithmetic that is timed next to the code under test.
 #ifndef ORVANE_BENCH_REFERENCE_KERNEL_H_
 #define ORVANE_BENCH_REFERENCE_KERNEL_H_

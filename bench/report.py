@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Tables of measurements, in Markdown."""
 import re
 from pathlib import Path

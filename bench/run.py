@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Front of the benchmarks; scripts/bench builds and starts it."""
 import argparse
 import sys

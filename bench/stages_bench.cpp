@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The stages of a fourth-order block, each alone, prepared for the longest blocks as the
 // effect prepares them.
 #include <span>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # orvane_completions(TARGET [WORD...]) makes and installs what bash and zsh complete for a program, from what it says to
 # --help, by itself and with each WORD. Nothing is made where the program cannot run.
 find_package(Python3 COMPONENTS Interpreter)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Finds Android's log library and gives the target AndroidLog::log. Android's own tool chains have it
 # on their default paths; Debian's android-liblog-dev keeps it in folders named android.
 find_path(AndroidLog_INCLUDE_DIR android/log.h PATH_SUFFIXES android)

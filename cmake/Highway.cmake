@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Gives orvane_objects Google Highway, from which the vector kernels are made. ORVANE_HWY_LIBRARY is what a program
 # links for it.
 #

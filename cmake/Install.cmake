@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Headers include each other by their path from the source root, so that root is installed as a whole.
 set(public_headers
   ambisonics/ambisonics_base.h
@@ -38,7 +39,7 @@ endforeach()
 # The archive is in an export of its own: what it links need not be there for users of the shared library.
 install(TARGETS orvane EXPORT orvane-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS orvane_static EXPORT orvane-static-targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES NOTICE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES LICENSE NOTICE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvane)
 install(EXPORT orvane-targets NAMESPACE orvane:: DESTINATION ${package_dir})

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Where the library's lines of log go: ORVANE_LOG is android (liblog), stderr (warnings and errors) or none.
 # The target orvane_log carries it; ORVANE_LOG_LIBRARY is what a program links for it.
 list(APPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})

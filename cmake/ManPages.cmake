@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # orvane_man_page(PAGE TARGET "what it does" [WORD]) makes and installs PAGE.1.gz from what TARGET,
 # called with WORD, says to --help and --version, and from the examples in tools/man/PAGE.h2m. Nothing is made where the program cannot run or
 # help2man is missing.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The target orvane_warnings carries the warnings that every target of the project compiles with.
 add_library(orvane_warnings INTERFACE)
 target_compile_options(orvane_warnings INTERFACE

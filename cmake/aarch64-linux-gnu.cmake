@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Cross build for 64-bit ARM with Debian's compiler and foreign-architecture libraries; programs run
 # under the user-mode emulator.
 set(CMAKE_SYSTEM_NAME Linux)

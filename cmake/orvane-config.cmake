@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # liborvane for CMake: orvane::orvane is the shared library, orvane::orvane_static the archive, which is there
 # where what it links is.
 include(${CMAKE_CURRENT_LIST_DIR}/orvane-targets.cmake)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The command slot: checks the buffers of each command, then carries it out.
 #include <errno.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The configure step: a stream configuration becomes a renderer with its loudspeakers in place.
 #include <errno.h>
 #include <string.h>

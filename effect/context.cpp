@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The defaults of a context, the channel count of a mask, and the release of the planar buffers.
 #include <errno.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finds the layout of a channel mask and places its loudspeakers in a renderer. The layouts stand
 // in renderer/loudspeaker_layouts.h.
 #ifndef ORVANE_EFFECT_LAYOUTS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the platform finds in the library: the record AELI, the effect's descriptor and the table of
 // an instance's functions; creation and release of instances.
 #include <errno.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One instance of the effect: the context behind the platform's handle, and the functions that work
 // on it. The platform enters through the tables in library.cpp: commands from its control threads,
 // orvane_Process from its audio thread.

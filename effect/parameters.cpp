@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The two parameter commands. A parameter is four little-endian words (status, size of the id, size
 // of the value, id) and the value's bytes.
 #include "effect/parameters.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The two parameter commands, and the buffers of any command.
 #ifndef ORVANE_EFFECT_PARAMETERS_H_
 #define ORVANE_EFFECT_PARAMETERS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The process slot: deinterleaves the input into planar buffers, renders them and interleaves the
 // output.
 #include <errno.h>

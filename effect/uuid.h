@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The UUID of this implementation: a device's list of effects names it, and hosts create instances
 // by it.
 #ifndef ORVANE_EFFECT_UUID_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A source that circles a resting head once, ahead, left, behind, right: the renderer from
 // C++.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Renders the same bed as a device does: loads the library, creates the effect through its one
 // record, AELI, and sends it commands and blocks.
 //

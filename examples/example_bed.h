@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the examples render and write: a 5.1 bed in which one loudspeaker sounds after the other,
 // and a WAVE file of two ears.
 #ifndef ORVANE_EXAMPLES_EXAMPLE_BED_H_

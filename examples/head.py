@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """A source circles the head: how much louder and earlier the left ear hears it, from every direction.
 
     head.py OUT.svg

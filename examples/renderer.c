@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Renders a 5.1 bed with the renderer's own functions, for a head that is turned to the left.
 //
 //   renderer OUT.wav

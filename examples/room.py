@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Two rooms side by side: when their reflections arrive, and how they die away.
 
     room.py OUT.svg [PRESET PRESET]

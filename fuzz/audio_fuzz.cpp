@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host renderer on any bytes as its audio file. Faults inside libsndfile and soxr are theirs.
 #include <dlfcn.h>
 

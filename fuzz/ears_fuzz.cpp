@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Records as libmysofa hands them over, of any shape and with any values; where the seeds are
 // replayed, up to the fitted tables. (The reader of files belongs to libmysofa.)
 #include <mysofa.h>

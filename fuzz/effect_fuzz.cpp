@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Two instances of the effect through AELI: any commands with any bytes, any blocks, in any order.
 // Buffers are exactly as large as the call says.
 #include <errno.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An instance of the effect, driven through AELI, and the bytes of its commands.
 #ifndef ORVANE_FUZZ_EFFECT_INSTANCE_H_
 #define ORVANE_FUZZ_EFFECT_INSTANCE_H_

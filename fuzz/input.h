@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What every fuzzer is made of: arguments out of the fuzzer's bytes, and claims about what comes
 // back.
 #ifndef ORVANE_FUZZ_INPUT_H_

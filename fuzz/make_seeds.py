@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Writes the seeds of the fuzzers into corpus/NAME/, but for those that stand for a finding.
 
 Bytes as fuzz/input.h takes them: a choice is one byte, a sample buffer starts with its kind, and a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the runs of the modules share.
 #ifndef ORVANE_FUZZ_MODULE_RUNS_H_
 #define ORVANE_FUZZ_MODULE_RUNS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The modules below the renderer, each on its own, with any arguments of their domains: what aborts
 // by contract is left out.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Blocks of planar channels, every one of exactly as many samples as the call may touch.
 #ifndef ORVANE_FUZZ_PLANAR_H_
 #define ORVANE_FUZZ_PLANAR_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One renderer through its functions, in any order and with any arguments of their domains: what
 // aborts by contract is left out.
 #include "base/result.h"

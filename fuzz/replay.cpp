@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs a fuzzer's function once over each of the given files, or over each file of a folder: what
 // the ordinary tests do with the seeds, without a fuzzing engine.
 #include <filesystem>

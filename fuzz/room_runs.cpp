@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The modules of the room, each on its own, with any arguments of their domains.
 #include <algorithm>
 #include <memory>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the host renderer reads from its user and from pipes: trajectories, presets, command lines,
 // ffprobe's answers, WAV and raw samples.
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A mutator for inputs that are sequences of commands. Half of the time it takes whole commands
 // away, repeats or moves them, or takes some from another input; else libFuzzer changes bytes. The
 // fuzzer has told where the commands of an input begin when it ran: every input that is mutated

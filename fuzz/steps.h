@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where an input's commands begin, for mutations that keep them whole.
 #ifndef ORVANE_FUZZ_STEPS_H_
 #define ORVANE_FUZZ_STEPS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files for what is read by name.
 #ifndef ORVANE_FUZZ_TEMPORARY_H_
 #define ORVANE_FUZZ_TEMPORARY_H_

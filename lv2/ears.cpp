@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "lv2/ears.h"
 
 #include <lv2/atom/util.h>

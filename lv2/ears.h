@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The ears that a plug-in listens with, as its host says: by a message, or by its saved state.
 #ifndef ORVANE_LV2_EARS_H_
 #define ORVANE_LV2_EARS_H_

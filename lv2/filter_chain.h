@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The same sink from PipeWire's filter chain: its configuration for one plug-in, as text.
 #ifndef ORVANE_LV2_FILTER_CHAIN_H_
 #define ORVANE_LV2_FILTER_CHAIN_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes what hosts read about the plug-ins, from the library's tables and preset files:
 //
 //   make_bundle BUNDLE CHAINS VERSION PRESET...

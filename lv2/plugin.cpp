@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The LV2 interface of the bundle's plug-ins, one per layout. What they are and which ports they
 // have says ports.h; hosts read it in the files that make_bundle writes.
 #include <lv2/core/lv2.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The plug-ins of the bundle and their ports, made from the library's tables: the one home of both
 // for the plug-in itself, for the files that describe it to hosts, and for tests.
 #ifndef ORVANE_LV2_PORTS_H_

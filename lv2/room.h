@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A renderer of one layout in one room. A room is never changed: for another one, another renderer
 // is built, which takes memory and time, and takes the place of the first.
 #ifndef ORVANE_LV2_ROOM_H_

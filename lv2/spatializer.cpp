@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "lv2/spatializer.h"
 
 #include <algorithm>

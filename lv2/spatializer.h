@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a plug-in does on the audio thread: loudspeakers in, two ears out, with a head that turns
 // smoothly and a room that another one takes the place of.
 #ifndef ORVANE_LV2_SPATIALIZER_H_

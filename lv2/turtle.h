@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bundle's Turtle files, as text.
 #ifndef ORVANE_LV2_TURTLE_H_
 #define ORVANE_LV2_TURTLE_H_

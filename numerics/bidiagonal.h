@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // First half of the singular value decomposition: from a matrix to a bidiagonal one.
 #ifndef ORVANE_NUMERICS_BIDIAGONAL_H_
 #define ORVANE_NUMERICS_BIDIAGONAL_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Heap-allocated float matrices held as an array of row pointers.
 #ifndef ORVANE_NUMERICS_FLOAT_MATRIX_H_
 #define ORVANE_NUMERICS_FLOAT_MATRIX_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Between frames, which hold one sample of every channel side by side, and one row per channel.
 #ifndef ORVANE_NUMERICS_INTERLEAVE_H_
 #define ORVANE_NUMERICS_INTERLEAVE_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Complex arithmetic on lanes, for the kernels. Included once for every instruction set.
 #if defined(ORVANE_NUMERICS_LANE_COMPLEX_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef ORVANE_NUMERICS_LANE_COMPLEX_INL_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The passes of a transform on lanes, for the kernels. Included once for every instruction set.
 #if defined(ORVANE_NUMERICS_LANE_PASSES_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef ORVANE_NUMERICS_LANE_PASSES_INL_H_

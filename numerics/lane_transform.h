@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Spectra of eight real channels at once. A vector holds the same sample, or the same part of the
 // same bin, of eight channels: no lane meets another, and a transform is plain vector arithmetic
 // throughout. The layout does not depend on how wide the vectors of the machine are.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tables of a transform, made in double precision.
 #include "base/memory.h"
 #include "base/result.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Highway compiles this file once for every instruction set that is worth dispatching to.
 #include "numerics/mix_channels.h"
 

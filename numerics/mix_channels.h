@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The matrix product of encoding, rotation and reflections, on rows of samples wherever they lie.
 #ifndef ORVANE_NUMERICS_MIX_CHANNELS_H_
 #define ORVANE_NUMERICS_MIX_CHANNELS_H_

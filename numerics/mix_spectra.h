@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The complex product behind convolution with several responses at once.
 #ifndef ORVANE_NUMERICS_MIX_SPECTRA_H_
 #define ORVANE_NUMERICS_MIX_SPECTRA_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The scaled Euclidean norm of the decomposition and of the room model's distances.
 #ifndef ORVANE_NUMERICS_NORM_H_
 #define ORVANE_NUMERICS_NORM_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Channels that are written while others are read, where both may be the same memory.
 #ifndef ORVANE_NUMERICS_OVERLAP_H_
 #define ORVANE_NUMERICS_OVERLAP_H_

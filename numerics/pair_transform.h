@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Two spectra back to samples in one transform: four lanes hold quarters of the one, four those of
 // the other. Made for two ears, which are the sum and the difference of a symmetric and an
 // antisymmetric signal.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tables of a transform of two spectra.
 #include "base/memory.h"
 #include "base/result.h"

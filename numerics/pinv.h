@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Moore-Penrose pseudo-inverse of a small single-precision matrix.
 #ifndef ORVANE_NUMERICS_PINV_H_
 #define ORVANE_NUMERICS_PINV_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For the library's own use: the pseudo-inverse of a matrix that is not wider than high.
 #ifndef ORVANE_NUMERICS_PINV_INTERNAL_H_
 #define ORVANE_NUMERICS_PINV_INTERNAL_H_

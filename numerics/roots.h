@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Roots of unity for the tables of transforms, made in double precision.
 #ifndef ORVANE_NUMERICS_ROOTS_H_
 #define ORVANE_NUMERICS_ROOTS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Convolution with a response that is mostly zeros.
 #ifndef ORVANE_NUMERICS_SPARSE_FILTER_H_
 #define ORVANE_NUMERICS_SPARSE_FILTER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Householder reduction to bidiagonal form, then implicit-shift QR sweeps: the scheme of LINPACK's
 // SVDC (Dongarra, Bunch, Moler, Stewart: LINPACK Users' Guide, SIAM 1979, chapter 11).
 #include "numerics/svd.h"

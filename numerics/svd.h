@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Singular value decomposition of a small single-precision matrix.
 #ifndef ORVANE_NUMERICS_SVD_H_
 #define ORVANE_NUMERICS_SVD_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The renderer as a C++20 class: spans in, spans out, and a result of every call that may fail. The
 // functions behind it, with all that they accept, are those of renderer/ubr.h. Header only; throws
 // nothing and needs no exceptions.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "orvane/version.h"
 
 // Hosts hand over the bytes of parameters and samples as they lie in memory.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The version of liborvane: its one home, which the build reads, too.
 #ifndef ORVANE_VERSION_H_
 #define ORVANE_VERSION_H_

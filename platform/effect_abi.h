@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The audio effect interface of the platform: from the platform's own headers where the compiler
 // finds them, otherwise from our declaration of the same binary interface.
 #ifndef ORVANE_PLATFORM_EFFECT_ABI_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The part of the platform's audio effect interface that the library uses, declared from its binary
 // layout for hosts without the platform's headers. Include platform/effect_abi.h, which makes the
 // choice.

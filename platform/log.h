@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The platform's log under our tag. The arguments are printf's, and checked as such. Hosts without
 // Android's log library have ORVANE_LOG_TO_STDERR, by which warnings and errors go there, or
 // ORVANE_LOG_TO_NOTHING.

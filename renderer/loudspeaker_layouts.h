@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The channel layouts that the effect renders, and where their loudspeakers stand: the one home of
 // these facts for the effect, hosts, tools and tests. The header is plain C, needs no library and
 // no header of the platform, and reads the same on every platform.

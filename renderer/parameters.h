@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The vendor's parameters of reverb, room and reflections: the one home of their numbers, names,
 // ranges and defaults, for the library, hosts, tools, documents and tests. Like the table of
 // layouts, the header is plain C that needs no library and no header of the platform.

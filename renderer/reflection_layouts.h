@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The virtual loudspeakers that reflections start from: one layout per reflections mode.
 #ifndef ORVANE_RENDERER_REFLECTION_LAYOUTS_H_
 #define ORVANE_RENDERER_REFLECTION_LAYOUTS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "renderer/reflections.h"
 
 #include <math.h>

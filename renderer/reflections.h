@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Early reflections in the ambisonic domain. The field is decoded to virtual loudspeakers 1 m
 // around the listener; each stands in a shoebox room as a source, and its six first-order
 // reflections are delayed, attenuated copies of its signal, encoded back into the field from where

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For the renderer's own use: building, computing and releasing the record of the reflections.
 #ifndef ORVANE_RENDERER_REFLECTIONS_INTERNAL_H_
 #define ORVANE_RENDERER_REFLECTIONS_INTERNAL_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Late reverberation of the renderer: a velvet-noise tail of the omnidirectional channel, mixed
 // into both ears.
 #ifndef ORVANE_RENDERER_REVERB_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For the library's own use: building, changing and releasing the record of the reverb.
 #ifndef ORVANE_RENDERER_REVERB_INTERNAL_H_
 #define ORVANE_RENDERER_REVERB_INTERNAL_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For the renderer's own use: the stages of a block, in the order in which it passes them. Each
 // checks that its module exists, and calls it.
 //

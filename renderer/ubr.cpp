@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Building, resetting and releasing the renderer.
 #include "renderer/ubr.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The renderer: one object per effect instance that owns every signal-processing module and the
 // buffers between them. Input is a set of discrete sources, encoded to ambisonics, or an ambisonic
 // field; the render mode chooses which modules exist and how a block flows through them.

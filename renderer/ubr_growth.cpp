@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Growing a renderer for longer blocks while sound is in flight.
 //
 // When memory runs out half-way, a module has either its old capacity or already the new one. Both

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Parameters of room and reverb, one value at a time: checked against renderer/parameters.h, then
 // put in their place.
 #include "base/result.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One block through the renderer: what is checked, and which path it takes.
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sources, listener, and the listener's ears.
 #include <math.h>
 

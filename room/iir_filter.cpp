@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "room/iir_filter.h"
 
 #include <stddef.h>

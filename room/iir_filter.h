@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Second-order recursive filter.
 #ifndef ORVANE_ROOM_IIR_FILTER_H_
 #define ORVANE_ROOM_IIR_FILTER_H_

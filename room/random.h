@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The MT19937 Mersenne Twister (Matsumoto and Nishimura, "Mersenne Twister", ACM TOMACS 8, 1998).
 #ifndef ORVANE_ROOM_RANDOM_H_
 #define ORVANE_ROOM_RANDOM_H_

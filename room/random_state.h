@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Size of the random numbers' state, which whoever draws from it owns.
 #ifndef ORVANE_ROOM_RANDOM_STATE_H_
 #define ORVANE_ROOM_RANDOM_STATE_H_

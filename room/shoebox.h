@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rectangular room: three dimensions and one broadband absorption coefficient per wall.
 //
 // Axes are those of the listener (+x ahead, +y left, +z up), in metres. The room is centred on the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "room/shoebox_scene.h"
 
 #include <math.h>

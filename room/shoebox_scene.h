@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // First-order image sources of a shoebox room: every source is mirrored in each of the six walls,
 // and each image is heard with a delay, a gain and a direction of its own.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Late reverberation: a mono signal is convolved with a synthetic stereo response of velvet noise,
 // sparse pulses of +1 and -1 under an exponential decay (Karjalainen and Järveläinen,
 // "Reverberation Modeling Using Velvet Noise", AES 30th Conference, 2007), coloured by a zero-phase

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For the library's own use: the reverberator's response, and the two ways of applying it to a
 // block.
 #ifndef ORVANE_ROOM_VELVET_NOISE_INTERNAL_H_

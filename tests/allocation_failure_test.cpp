@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every entry that takes memory, refused its first allocation, then its second, and so on: the
 // described code comes back, and the same call then succeeds. What leaks is the address
 // sanitizer's to find.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Numbers that are not finite, or hardly numbers any more, in the audio and in every parameter of
 // the effect.
 #include <errno.h>

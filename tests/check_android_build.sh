@@ -3,6 +3,7 @@
 # should, needs nothing but libc, libm and liblog, and passes orvane-selftest. That for ARM, loaded under the emulator,
 # renders the same samples as the build of the preset arm64, which has to be there.
 set -eu
+# SPDX-License-Identifier: Apache-2.0
 cd "$(dirname "$0")/.."
 stand_in=$PWD/build/ndk_stand_in
 sysroot=$stand_in/sysroot

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Compares the files for Android with what CMake builds.
 
 Android.bp has the same sources and compiles with the same options, and audio_effects.xml registers

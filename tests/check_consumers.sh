@@ -3,6 +3,7 @@
 # the same: the installed CMake package, its archive, pkg-config, the archive through pkg-config, add_subdirectory and
 # FetchContent. The preset release has to be built.
 set -eu
+# SPDX-License-Identifier: Apache-2.0
 cd "$(dirname "$0")/.."
 source=$PWD
 work=$(mktemp -d)

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """The sinks at a desktop: PipeWire and its session manager without hardware, pw-play into a sink, and what arrives at the
 headphones against what orvane-render writes.
 

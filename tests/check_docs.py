@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Runs the commands that README.md and docs/*.md show, in their order, in a scratch copy of the project.
 
 Commands are the blocks fenced as `sh`, and the code spans that begin as one of kSpan does, but for forms with words in

@@ -4,6 +4,7 @@
 # after it are needed.
 #   $1 library   $2 source root   $3 nm   $4 readelf   $5... allowed names of needed libraries
 set -eu
+# SPDX-License-Identifier: Apache-2.0
 library=$1 source=$2 nm=$3 readelf=$4
 shift 4
 work=$(mktemp -d)

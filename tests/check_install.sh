@@ -5,6 +5,7 @@
 # a warning.
 #   $1 build tree   $2 C compiler   $3 C++ compiler   $4 folder of the examples
 set -eu
+# SPDX-License-Identifier: Apache-2.0
 prefix=$(mktemp -d)
 trap 'rm -rf "$prefix"' EXIT
 strict="-Wall -Wextra -Wpedantic -Werror"

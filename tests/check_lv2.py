@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """The LV2 bundle through other people's hosts: its files are valid, and what lv2apply renders with a plug-in is what
 orvane-render writes for the same preset and head.
 

@@ -3,6 +3,7 @@
 # tests/liborvane.abi, and with what apt finds for them from nothing, unpacked into an empty root, every program runs,
 # and so does what the packages' own tests do. Nothing is installed on this machine. Needs root, for chroot.
 set -eu
+# SPDX-License-Identifier: Apache-2.0
 cd "$(dirname "$0")/.."
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

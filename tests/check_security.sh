@@ -2,6 +2,7 @@
 # Every test that SECURITY.md names is there.
 #   check_security.sh SECURITY.md TEST_PROGRAM
 set -euo pipefail
+# SPDX-License-Identifier: Apache-2.0
 
 names=$(grep -oE '`[A-Za-z*/]+Test\.[A-Za-z*]+`' "$1" | tr -d '`')
 while read -r name; do

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tables of the documents say what the library's tables say.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tables fitted to measured ears.
 #include "tools/ears/ears.h"
 

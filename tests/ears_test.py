@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """orvane-ears and orvane-render --ears on SOFA files that are written here: spheres, good and spoiled.
 
 libmysofa reads HDF5 only as netCDF writes it, which h5py does not. So a file here is a copy of the set that

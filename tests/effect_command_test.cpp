@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The command slot: buffer checks of every command, and which configurations are accepted.
 #include <errno.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Identity, creation and release of instances; what every event leaves behind; memory failures.
 #include <errno.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading and setting parameters, byte by byte.
 #include <errno.h>
 #include <gtest/gtest.h>

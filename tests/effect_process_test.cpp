@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rendering through the effect: where channels are heard, how blocks and access modes behave.
 #include <errno.h>
 #include <gtest/gtest.h>

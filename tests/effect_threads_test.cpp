@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Commands that arrive while blocks are rendered or other commands are carried out. Races show
 // under the thread sanitizer. A test lasts a second, or as many as ORVANE_TEST_SECONDS says.
 #include <errno.h>

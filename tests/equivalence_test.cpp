@@ -122,6 +122,7 @@ std::vector<float> pick_samples(const std::vector<float>& sound) {
 void write_reference(const char* path) {
   FILE* file = fopen(path, "w");
   ASSERT_NE(nullptr, file);
+  fputs("// SPDX-License-Identifier: Apache-2.0\n", file);
   fputs("// Made by ORVANE_TEST_TARGET=lowest ORVANE_WRITE_REFERENCE=tests/equivalence_table.inc\n",
         file);
   fputs(

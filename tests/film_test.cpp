@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Films: what goes in comes out, in time, with another sound before the others.
 #include <cmath>
 

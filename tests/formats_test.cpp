@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table of docs/formats.md: each channel of many kinds of files, made by ffmpeg, and where it
 // is heard. ORVANE_UPDATE_DOCS=1 in the environment writes the table anew.
 #include <cmath>

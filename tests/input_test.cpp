@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What comes in through pipes and from ffprobe, and where it is damaged.
 #include <signal.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "numerics/lane_transform.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The parts of orvane-live: what messages mean, how a pose travels, and the audio callback.
 // ORVANE_LIBRARY is the path of the library.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // orvane-live from the outside, against a JACK server of its own and a real sender of OSC.
 // ORVANE_LIVE_PROGRAM, ORVANE_RENDER_PROGRAM and ORVANE_LIBRARY are paths.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Parts of the desktop's sink without a server; tests/check_desktop.py runs it with one.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Head trackers of orvane-live: what their numbers mean, centre and prediction, and the program
 // with fake senders of every protocol. ORVANE_LIVE_PROGRAM is its path.
 #include <arpa/inet.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The LV2 plug-ins as a host runs them, beside the effect as a device runs it.
 #include <gtest/gtest.h>
 

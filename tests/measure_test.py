@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """The measuring of the report, the demo and the table generators, on signals whose figures are known."""
 
 import json

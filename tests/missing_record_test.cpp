@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a function is given null for: a code comes back.
 #include <gtest/gtest.h>
 

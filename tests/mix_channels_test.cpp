@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "numerics/mix_channels.h"
 
 #include <gtest/gtest.h>

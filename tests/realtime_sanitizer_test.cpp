@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The steady stream under clang's real-time sanitizer, which ends the program where a function
 // marked as not blocking may wait or allocate.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a block may not do on the audio thread, and that quiet ones take no longer: through the
 // shared library, as it ships.
 #include <gtest/gtest.h>

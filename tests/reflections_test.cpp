@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Early reflections on their own: layouts, and what a record holds through modes, rooms and memory
 // failures. Their sound is held by route_test.cpp and by the validation report.
 #include "renderer/reflections.h"

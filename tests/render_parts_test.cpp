@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host renderer's parts: channel maps, poses, and files that appear complete or not at all.
 #include <gtest/gtest.h>
 #include <unistd.h>

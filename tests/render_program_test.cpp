@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // orvane-render from the outside: what it refuses, what it says and what it leaves behind.
 #include "tests/support/render_program.h"
 

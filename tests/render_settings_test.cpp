@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the host renderer reads: trajectories, parameters and presets, with the lines it refuses.
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What orvane-render makes of a bed, heard in the files that it writes.
 #include <cmath>
 #include <random>

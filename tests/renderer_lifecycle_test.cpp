@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Building, growing and losing a renderer, and where its sources and its listener are.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Room and reverb parameters of the renderer: every range, and where an accepted value goes.
 #include <gtest/gtest.h>
 

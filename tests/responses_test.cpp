@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Responses that are set while a binauralizer or a renderer is in use.
 #include "tests/support/responses.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tail as it is heard. How it decays, and what a turning head adds, the validation report
 // measures.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every route through the renderer, held against the plain order of stages in double precision.
 #include "renderer/routes/route.h"
 

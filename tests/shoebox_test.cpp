@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The room record with its setters and conversions, the image sources, and the bounded copies.
 #include "room/shoebox.h"
 

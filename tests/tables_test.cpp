@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the compiled-in tables must hold, whatever they are made from.
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Writes what a shell completes for a program, from what the program says to --help.
 
     completions.py bash|zsh PROGRAM [WORD...]

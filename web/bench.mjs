@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Size and speed of the WebAssembly modules in Node, as a table for docs/performance.md. scripts/bench --web builds them
 // and starts this.
 //

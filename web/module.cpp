@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the WebAssembly module exports: one renderer with the loudspeakers of a layout, set up and
 // placed as the effect does it. JavaScript writes samples to and reads them from the module's
 // memory. web/package/renderer.js is the only caller.

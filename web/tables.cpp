@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes what JavaScript knows of layouts, channel orders, parameters and presets, taken from the
 // tables of the library and of orvane-render: an ES module and its types.
 //

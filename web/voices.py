@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Writes the demo's voices for the page: one mono recording, and which loudspeaker speaks when.
 
     voices.py FOLDER   writes voices.wav and voices.json there

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """liborvane for numpy: the renderer, the effect as a device loads it, and each stage by itself.
 
 Samples are planar: arrays of the shape (channels, frames), float32 inside, at 48 kHz. Float arrays of

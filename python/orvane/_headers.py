@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads the library's C headers: the declarations as cffi takes them, and the tables of constants."""
 
 from __future__ import annotations

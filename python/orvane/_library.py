@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Finds and loads liborvane.so, with the declarations and constants of its headers."""
 
 from __future__ import annotations

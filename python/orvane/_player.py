@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the renderer and the effect have in common: blocks, the head, and an end."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Checks arrays before the library reads or writes them."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The effect as a device loads it: through the record AELI and the commands of the platform."""
 
 from __future__ import annotations

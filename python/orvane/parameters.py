@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reverb, room and reflections of one renderer or effect, by the names of the library's table."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The renderer (renderer/ubr.h): loudspeakers, sources or an ambisonic field to two ears."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Head orientations: yaw, pitch and roll, rotation vectors, and the platform's axes."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """One stage of the renderer at a time, on whole signals."""
 
 from __future__ import annotations

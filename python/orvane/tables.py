@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The library's tables of channel layouts and parameters, as Python values."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The renderer and the effect: the same sound, what they refuse, and threads."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The stages by themselves: against the renderer, which goes through all of them, and against formulas."""
 
 from __future__ import annotations

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The route of a static scene. While no source, weight or orientation changes, each source has one
 // response per ear, and a block needs no field: SH weights, rotation and the HRIRs of the channels
 // are multiplied into folded HRIRs once, which serve until something changes.

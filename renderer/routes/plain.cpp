@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a block is. This order of stages defines the sound of the renderer, in every mode and for
 // every input: encode, reflect, rotate, add what moves with the head, binauralize, reverberate.
 #include "base/result.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // For the renderer's own use: the routes that a block of sources can take. The plain route is the
 // definition: it renders every block, stage by stage. The others are shortcuts through the same
 // sound, each in one file that states when it fits; deleting that file and its row in the table

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The route of a head that turns among few sources, without reflections: the SH weights of the
 // sources are rotated instead of the field. The weights of each source ramp from those rotated by P
 // to those rotated by R, so that encoding and rotation are one product.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Renders a block from C, and prints what Python, C++ or another program may compare: the version
 // and the ears of one sample that sounds at the front left.
 #include <orvane/effect.h>

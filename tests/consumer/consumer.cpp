@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The same block and the same line as consumer.c, through the C++ class.
 #include <orvane/effect.h>
 

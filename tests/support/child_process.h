@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Programs that a test runs beside itself.
 #ifndef ORVANE_TESTS_SUPPORT_CHILD_PROCESS_H_
 #define ORVANE_TESTS_SUPPORT_CHILD_PROCESS_H_

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A desktop's sound without hardware: PipeWire, its session manager, and the programs that play and record."""
 
 import json

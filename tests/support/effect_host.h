@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An instance of the effect, driven as the platform drives it: through the record AELI and the
 // handle's function table, nothing else.
 #ifndef ORVANE_TESTS_SUPPORT_EFFECT_HOST_H_

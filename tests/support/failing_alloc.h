@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes chosen heap allocations of the library fail.
 //
 // The library takes memory through calloc alone, so the test program is linked with

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Spherical harmonics in double precision, the reference that the library's SH weights are held
 // against.
 #ifndef ORVANE_TESTS_SUPPORT_HARMONICS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Counts what code takes from the heap and which mutexes it locks, in whatever library: the
 // definitions of malloc, pthread_mutex_lock and the like in interposed.cpp stand in front of the C
 // library's in the whole program. For one thread, and not beside a sanitizer.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A JACK client of the default server that plays into other programs or hears them.
 #ifndef ORVANE_TESTS_SUPPORT_JACK_PROBE_H_
 #define ORVANE_TESTS_SUPPORT_JACK_PROBE_H_

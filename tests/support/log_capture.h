@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the library logs. The test program defines the platform's log functions itself, in front of
 // the system's; messages go nowhere while no LogCapture lives.
 #ifndef ORVANE_TESTS_SUPPORT_LOG_CAPTURE_H_

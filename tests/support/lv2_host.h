@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host of the LV2 plug-ins for tests: it runs a worker's jobs when the test says so.
 #ifndef ORVANE_TESTS_SUPPORT_LV2_HOST_H_
 #define ORVANE_TESTS_SUPPORT_LV2_HOST_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs the tests and says which instruction set the kernels use: the best of the machine, or what
 // ORVANE_TEST_TARGET in the environment names, as Highway does (AVX2, SSE4), or as "lowest", the
 // least capable that was compiled in. Where there is no such target, nothing is run and the exit

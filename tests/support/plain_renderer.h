@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a renderer shall make of a block: its stages one after the other, each sample by sample and
 // in double precision, by whatever shorter way the renderer itself goes.
 #ifndef ORVANE_TESTS_SUPPORT_PLAIN_RENDERER_H_

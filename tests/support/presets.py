@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Preset files as controls of the LV2 plug-ins."""
 
 import pathlib

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The program orvane-render, run in a folder of its own. ORVANE_RENDER_PROGRAM and ORVANE_LIBRARY
 // are the paths of the program and of the library.
 #ifndef ORVANE_TESTS_SUPPORT_RENDER_PROGRAM_H_

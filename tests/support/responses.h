@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tables of responses for tests: those of heads whose ears differ.
 #ifndef ORVANE_TESTS_SUPPORT_RESPONSES_H_
 #define ORVANE_TESTS_SUPPORT_RESPONSES_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Deterministic signals and planar buffers for the tests.
 #ifndef ORVANE_TESTS_SUPPORT_SIGNALS_H_
 #define ORVANE_TESTS_SUPPORT_SIGNALS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The ears of a sphere, as a SOFA record has them: a delay by the way around it and a shadow of
 // first order (Brown and Duda, "A structural model for binaural sound synthesis", 1998).
 #ifndef ORVANE_TESTS_SUPPORT_SPHERE_HEAD_H_

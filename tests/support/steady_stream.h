@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A stream of equal blocks through an enabled instance, driven as the platform drives it, without
 // memory or system calls of its own once it runs.
 #ifndef ORVANE_TESTS_SUPPORT_STEADY_STREAM_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A renderer that releases itself, and block-wise rendering of whole signals.
 #ifndef ORVANE_TESTS_SUPPORT_TEST_RENDERER_H_
 #define ORVANE_TESTS_SUPPORT_TEST_RENDERER_H_

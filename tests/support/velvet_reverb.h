@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A reverberator to prepare and render with, and the direct sums that its sound is held against.
 #ifndef ORVANE_TESTS_SUPPORT_VELVET_REVERB_H_
 #define ORVANE_TESTS_SUPPORT_VELVET_REVERB_H_

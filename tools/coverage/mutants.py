@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Changes the library in one place at a time and tells which tests notice: those that catch most, and changes that none does.
 
 Works in a copy of the checkout, FOLDER, which it makes if it is not there. The changes are drawn from a seed: the same ones every time from the

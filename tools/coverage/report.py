@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Line and branch coverage per folder of the library, from gcovr's JSON report.
 
     report.py REPORT

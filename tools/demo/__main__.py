@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Makes the beds of the demonstration, checks their renderings and draws what was heard. scripts/demo runs it."""
 
 import argparse

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Where a rendering of the demo's programme puts its voices."""
 
 from dataclasses import dataclass

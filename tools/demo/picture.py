@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The demo's picture: where the voices are heard, and how the room dies away."""
 
 import numpy as np

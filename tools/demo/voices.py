@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The demo's programme: seven spoken channel names, one after the other, each from its loudspeaker of a 7.1 bed.
 
 The recordings come with Debian's alsa-utils.

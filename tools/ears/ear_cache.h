@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Fitted tables on disk, by what the fitted file holds.
 #ifndef ORVANE_TOOLS_EARS_EAR_CACHE_H_
 #define ORVANE_TOOLS_EARS_EAR_CACHE_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Response tables for the renderer, fitted to a measured head.
 #ifndef ORVANE_TOOLS_EARS_EAR_FIT_H_
 #define ORVANE_TOOLS_EARS_EAR_FIT_H_

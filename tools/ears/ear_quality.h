@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How far tables are from the head that they were fitted to, in hearing's terms.
 #ifndef ORVANE_TOOLS_EARS_EAR_QUALITY_H_
 #define ORVANE_TOOLS_EARS_EAR_QUALITY_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A listener's own ears: tables for the renderer, from a SOFA file or from the cache.
 #ifndef ORVANE_TOOLS_EARS_EARS_H_
 #define ORVANE_TOOLS_EARS_EARS_H_

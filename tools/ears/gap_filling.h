@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The part of the sphere that a set leaves out.
 #ifndef ORVANE_TOOLS_EARS_GAP_FILLING_H_
 #define ORVANE_TOOLS_EARS_GAP_FILLING_H_

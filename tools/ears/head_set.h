@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The spectra of a measured head, made ready for the fit.
 #ifndef ORVANE_TOOLS_EARS_HEAD_SET_H_
 #define ORVANE_TOOLS_EARS_HEAD_SET_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // orvane-ears: fits response tables to a SOFA file, tells how well, and writes them.
 #include <CLI/CLI.hpp>
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Head-related impulse responses as measured: read from a SOFA file, and checked.
 #ifndef ORVANE_TOOLS_EARS_MEASURED_EARS_H_
 #define ORVANE_TOOLS_EARS_MEASURED_EARS_H_

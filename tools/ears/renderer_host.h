@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library's renderer with ears of its own. The effect has no way to set them, so that here the
 // renderer itself is driven; with the built-in ears it gives the same samples as the effect.
 #ifndef ORVANE_TOOLS_EARS_RENDERER_HOST_H_

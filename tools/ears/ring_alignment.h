@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Delays that a turntable's runs have of their own.
 #ifndef ORVANE_TOOLS_EARS_RING_ALIGNMENT_H_
 #define ORVANE_TOOLS_EARS_RING_ALIGNMENT_H_

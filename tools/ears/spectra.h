@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The frequency grid that ears are fitted on, and what is done on it.
 #ifndef ORVANE_TOOLS_EARS_SPECTRA_H_
 #define ORVANE_TOOLS_EARS_SPECTRA_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Directions, spherical harmonics and small least-squares problems, in double precision.
 #ifndef ORVANE_TOOLS_EARS_SPHERE_H_
 #define ORVANE_TOOLS_EARS_SPHERE_H_

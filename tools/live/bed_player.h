@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A bed file on its way to the audio callback: read ahead in a thread of its own.
 #ifndef ORVANE_TOOLS_LIVE_BED_PLAYER_H_
 #define ORVANE_TOOLS_LIVE_BED_PLAYER_H_

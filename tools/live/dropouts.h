@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How often sound was lost, by cause.
 #ifndef ORVANE_TOOLS_LIVE_DROPOUTS_H_
 #define ORVANE_TOOLS_LIVE_DROPOUTS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What runs in the audio callback: bed and head in, two ears out.
 #ifndef ORVANE_TOOLS_LIVE_ENGINE_H_
 #define ORVANE_TOOLS_LIVE_ENGINE_H_

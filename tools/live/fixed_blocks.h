@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Blocks of one length from periods of any.
 #ifndef ORVANE_TOOLS_LIVE_FIXED_BLOCKS_H_
 #define ORVANE_TOOLS_LIVE_FIXED_BLOCKS_H_

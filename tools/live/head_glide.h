@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The head on its way from pose to pose, as a tracker sends them now and then.
 #ifndef ORVANE_TOOLS_LIVE_HEAD_GLIDE_H_
 #define ORVANE_TOOLS_LIVE_HEAD_GLIDE_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What all trackers report goes through here: the centre, the prediction, and on to the callback.
 #ifndef ORVANE_TOOLS_LIVE_HEAD_INPUT_H_
 #define ORVANE_TOOLS_LIVE_HEAD_INPUT_H_

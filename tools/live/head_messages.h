@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What OSC messages say about the head.
 #ifndef ORVANE_TOOLS_LIVE_HEAD_MESSAGES_H_
 #define ORVANE_TOOLS_LIVE_HEAD_MESSAGES_H_

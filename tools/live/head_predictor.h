@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the head will be a moment after its tracker's last pose.
 #ifndef ORVANE_TOOLS_LIVE_HEAD_PREDICTOR_H_
 #define ORVANE_TOOLS_LIVE_HEAD_PREDICTOR_H_

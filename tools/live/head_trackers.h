@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // All that turns the head: trackers over OSC and opentrack, and what sets the centre.
 #ifndef ORVANE_TOOLS_LIVE_HEAD_TRACKERS_H_
 #define ORVANE_TOOLS_LIVE_HEAD_TRACKERS_H_

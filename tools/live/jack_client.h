@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // This program as a client of the JACK server.
 #ifndef ORVANE_TOOLS_LIVE_JACK_CLIENT_H_
 #define ORVANE_TOOLS_LIVE_JACK_CLIENT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The whole job of orvane-live.
 #ifndef ORVANE_TOOLS_LIVE_LIVE_H_
 #define ORVANE_TOOLS_LIVE_LIVE_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // orvane-live: renders a loudspeaker bed for headphones while it plays. See options.cpp for its
 // command line.
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Receives head poses as opentrack sends them over UDP, in a thread of its own.
 #ifndef ORVANE_TOOLS_LIVE_OPENTRACK_RECEIVER_H_
 #define ORVANE_TOOLS_LIVE_OPENTRACK_RECEIVER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Receives head poses over OSC in a thread of its own.
 #ifndef ORVANE_TOOLS_LIVE_OSC_RECEIVER_H_
 #define ORVANE_TOOLS_LIVE_OSC_RECEIVER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // This program as a sink of PipeWire: what other programs play into it comes out of a stream to the
 // default output.
 #ifndef ORVANE_TOOLS_LIVE_PIPEWIRE_SINK_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The newest head pose on its way from the thread that receives it to the audio callback.
 #ifndef ORVANE_TOOLS_LIVE_POSE_SLOT_H_
 #define ORVANE_TOOLS_LIVE_POSE_SLOT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // PipeWire's names of channels.
 #ifndef ORVANE_TOOLS_LIVE_POSITIONS_H_
 #define ORVANE_TOOLS_LIVE_POSITIONS_H_

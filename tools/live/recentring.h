@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Ways to tell the program that the head looks ahead: a signal, and a key at its terminal.
 #ifndef ORVANE_TOOLS_LIVE_RECENTRING_H_
 #define ORVANE_TOOLS_LIVE_RECENTRING_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // orvane-live as a sink of the desktop.
 #ifndef ORVANE_TOOLS_LIVE_SINK_RUN_H_
 #define ORVANE_TOOLS_LIVE_SINK_RUN_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef ORVANE_TOOLS_LIVE_STEADY_CLOCK_H_
 #define ORVANE_TOOLS_LIVE_STEADY_CLOCK_H_
 

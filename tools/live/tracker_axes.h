@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a tracker's yaw, pitch and roll mean.
 #ifndef ORVANE_TOOLS_LIVE_TRACKER_AXES_H_
 #define ORVANE_TOOLS_LIVE_TRACKER_AXES_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Options of orvane-live about head trackers.
 #ifndef ORVANE_TOOLS_LIVE_TRACKER_OPTIONS_H_
 #define ORVANE_TOOLS_LIVE_TRACKER_OPTIONS_H_

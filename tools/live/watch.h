@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // orvane-live --watch: the received pose as text, to check a tracker before listening.
 #ifndef ORVANE_TOOLS_LIVE_WATCH_H_
 #define ORVANE_TOOLS_LIVE_WATCH_H_

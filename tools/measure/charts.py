@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Charts as SVG that follow the reader's light or dark colour scheme.
 
 Colours are written as attributes of the elements, which any viewer shows; STYLE, which a page or a file has once, changes

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Constants of the library, read from its headers: no tool types them again."""
 
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """How the sound of a room dies away.
 
 ISO 3382-1:2009 has the names: EDT, T20 and T30 are times for a fall by 60 dB, extrapolated from the fall by the first 10

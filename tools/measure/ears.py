@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What tells a listener left from right, and near from around: ITD, ILD and the coherence of the ears.
 
 All are positive where the left ear is ahead or louder.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Levels as hearing resolves them: bands one ERB apart.
 
 B. R. Glasberg and B. C. J. Moore, "Derivation of auditory filter shapes from notched-noise data", Hearing Research

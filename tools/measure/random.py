@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Random numbers that are the same everywhere: MT19937, whose outputs the C++ standard fixes too."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Sines, and what is left of them when they are taken out."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Spherical harmonics and directions on the sphere, in double precision.
 
 Real harmonics in ACN order with SN3D normalisation and no Condon-Shortley phase (Nachbar et al.,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sound on its way in, block by block: from a file or a pipe, whoever decodes it.
 #ifndef ORVANE_TOOLS_RENDER_AUDIO_INPUT_H_
 #define ORVANE_TOOLS_RENDER_AUDIO_INPUT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sound for two ears on its way out: to a file, a film or a pipe.
 #ifndef ORVANE_TOOLS_RENDER_AUDIO_OUTPUT_H_
 #define ORVANE_TOOLS_RENDER_AUDIO_OUTPUT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads the audio files that libsndfile knows, in order and block by block.
 #ifndef ORVANE_TOOLS_RENDER_AUDIO_READER_H_
 #define ORVANE_TOOLS_RENDER_AUDIO_READER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes audio files; nothing appears under the file's name before it is complete.
 #ifndef ORVANE_TOOLS_RENDER_AUDIO_WRITER_H_
 #define ORVANE_TOOLS_RENDER_AUDIO_WRITER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A bed on its way to the effect: frames at the effect's rate, in the order of the effect's inputs.
 #ifndef ORVANE_TOOLS_RENDER_BED_H_
 #define ORVANE_TOOLS_RENDER_BED_H_

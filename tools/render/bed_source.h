@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bed of an audio file.
 #ifndef ORVANE_TOOLS_RENDER_BED_SOURCE_H_
 #define ORVANE_TOOLS_RENDER_BED_SOURCE_H_

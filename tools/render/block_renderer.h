@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An instance of the effect with the room and the head that the options ask for, block by block.
 #ifndef ORVANE_TOOLS_RENDER_BLOCK_RENDERER_H_
 #define ORVANE_TOOLS_RENDER_BLOCK_RENDERER_H_

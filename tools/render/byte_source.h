@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bytes of a pipe, with a look ahead.
 #ifndef ORVANE_TOOLS_RENDER_BYTE_SOURCE_H_
 #define ORVANE_TOOLS_RENDER_BYTE_SOURCE_H_

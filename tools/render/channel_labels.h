@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The names by which files, programs and people call the channels of a bed.
 #ifndef ORVANE_TOOLS_RENDER_CHANNEL_LABELS_H_
 #define ORVANE_TOOLS_RENDER_CHANNEL_LABELS_H_

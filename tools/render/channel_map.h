@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which layout a file is, and which of its channels feeds which input of the effect.
 #ifndef ORVANE_TOOLS_RENDER_CHANNEL_MAP_H_
 #define ORVANE_TOOLS_RENDER_CHANNEL_MAP_H_

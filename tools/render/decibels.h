@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Levels as decibels and as factors of amplitude.
 #ifndef ORVANE_TOOLS_RENDER_DECIBELS_H_
 #define ORVANE_TOOLS_RENDER_DECIBELS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs one instance of the effect as the platform does: the library is loaded at run time and
 // driven through its AELI record alone.
 #ifndef ORVANE_TOOLS_RENDER_EFFECT_HOST_H_

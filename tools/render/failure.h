@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The exceptions of the host tools.
 #ifndef ORVANE_TOOLS_RENDER_FAILURE_H_
 #define ORVANE_TOOLS_RENDER_FAILURE_H_

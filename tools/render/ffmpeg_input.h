@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sound of any file that the user's own ffmpeg decodes, in a process of its own.
 #ifndef ORVANE_TOOLS_RENDER_FFMPEG_INPUT_H_
 #define ORVANE_TOOLS_RENDER_FFMPEG_INPUT_H_

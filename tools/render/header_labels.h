@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Channel labels that libsndfile leaves in the headers of audio files.
 #ifndef ORVANE_TOOLS_RENDER_HEADER_LABELS_H_
 #define ORVANE_TOOLS_RENDER_HEADER_LABELS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The platform log of this program: its definition of the log function takes the place of the
 // system's for the effect library that is loaded.
 #ifndef ORVANE_TOOLS_RENDER_HOST_LOG_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A bed that sounds from one loudspeaker after the other, to learn by listening what stands where.
 #ifndef ORVANE_TOOLS_RENDER_IDENTIFY_H_
 #define ORVANE_TOOLS_RENDER_IDENTIFY_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What orvane-render would make of a file.
 #ifndef ORVANE_TOOLS_RENDER_INFO_H_
 #define ORVANE_TOOLS_RENDER_INFO_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // SIGINT, SIGTERM and SIGHUP as a question that the work asks between blocks, so that it can tidy
 // up.
 #ifndef ORVANE_TOOLS_RENDER_INTERRUPT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The beds that the effect renders, and the orders in which files have their channels.
 #ifndef ORVANE_TOOLS_RENDER_LAYOUTS_H_
 #define ORVANE_TOOLS_RENDER_LAYOUTS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loudness and true peak after Rec. ITU-R BS.1770-4, measured by libebur128.
 #ifndef ORVANE_TOOLS_RENDER_LOUDNESS_H_
 #define ORVANE_TOOLS_RENDER_LOUDNESS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the effect's loudspeakers stand, for those who listen.
 #ifndef ORVANE_TOOLS_RENDER_LOUDSPEAKERS_H_
 #define ORVANE_TOOLS_RENDER_LOUDSPEAKERS_H_

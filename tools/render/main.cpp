@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // orvane-render: renders a loudspeaker bed for headphones, and tells about beds. See options.cpp
 // for its command line.
 #include <cstdio>

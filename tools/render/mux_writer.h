@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files that the user's own ffmpeg encodes and writes, in a process of its own: films that keep
 // their picture, and sound in codecs that are not written here.
 #ifndef ORVANE_TOOLS_RENDER_MUX_WRITER_H_

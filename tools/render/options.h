@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The command line of orvane-render.
 #ifndef ORVANE_TOOLS_RENDER_OPTIONS_H_
 #define ORVANE_TOOLS_RENDER_OPTIONS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The effect's own parameters of room and reverb as options, presets, help and error messages have
 // them, made from the library's table.
 #ifndef ORVANE_TOOLS_RENDER_PARAMETERS_H_

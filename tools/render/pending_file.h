@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A file that appears under its name only when it is complete: written under a temporary name in
 // the same directory, renamed at the end (through a symbolic link of that name), removed when it is
 // given up.

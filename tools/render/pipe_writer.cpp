@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tools/render/pipe_writer.h"
 
 #include <poll.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // WAV on standard output, of a length that nobody knows yet.
 #ifndef ORVANE_TOOLS_RENDER_PIPE_WRITER_H_
 #define ORVANE_TOOLS_RENDER_PIPE_WRITER_H_

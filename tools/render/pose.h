@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Head poses: from what people write to the rotation that the effect is given.
 #ifndef ORVANE_TOOLS_RENDER_POSE_H_
 #define ORVANE_TOOLS_RENDER_POSE_H_

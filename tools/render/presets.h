@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Presets: rooms as files of NAME = VALUE lines, with the names of the parameters' table.
 #ifndef ORVANE_TOOLS_RENDER_PRESETS_H_
 #define ORVANE_TOOLS_RENDER_PRESETS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What ffprobe says of a file.
 #ifndef ORVANE_TOOLS_RENDER_PROBE_H_
 #define ORVANE_TOOLS_RENDER_PROBE_H_

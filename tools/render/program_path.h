@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files that belong to this program, in the build tree as in an installation.
 #ifndef ORVANE_TOOLS_RENDER_PROGRAM_PATH_H_
 #define ORVANE_TOOLS_RENDER_PROGRAM_PATH_H_

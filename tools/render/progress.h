@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A line on the terminal that says how far a job is.
 #ifndef ORVANE_TOOLS_RENDER_PROGRESS_H_
 #define ORVANE_TOOLS_RENDER_PROGRESS_H_

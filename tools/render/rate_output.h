@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An output at another sample rate than the effect's.
 #ifndef ORVANE_TOOLS_RENDER_RATE_OUTPUT_H_
 #define ORVANE_TOOLS_RENDER_RATE_OUTPUT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The whole job of orvane-render: one bed in, one file for headphones out.
 #ifndef ORVANE_TOOLS_RENDER_RENDER_H_
 #define ORVANE_TOOLS_RENDER_RENDER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One passage of a bed through the effect, from its first sample to the end of what sounds
 // on.
 #ifndef ORVANE_TOOLS_RENDER_RENDER_PASS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a rendering was: levels per ear, length and speed.
 #ifndef ORVANE_TOOLS_RENDER_REPORT_H_
 #define ORVANE_TOOLS_RENDER_REPORT_H_

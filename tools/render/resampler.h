@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sample-rate conversion of interleaved frames, pulled block by block.
 #ifndef ORVANE_TOOLS_RENDER_RESAMPLER_H_
 #define ORVANE_TOOLS_RENDER_RESAMPLER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The options of room and reverb.
 #ifndef ORVANE_TOOLS_RENDER_ROOM_OPTIONS_H_
 #define ORVANE_TOOLS_RENDER_ROOM_OPTIONS_H_

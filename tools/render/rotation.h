@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rotations in space as unit quaternions.
 #ifndef ORVANE_TOOLS_RENDER_ROTATION_H_
 #define ORVANE_TOOLS_RENDER_ROTATION_H_

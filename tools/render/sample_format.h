@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Samples as bytes, little-endian.
 #ifndef ORVANE_TOOLS_RENDER_SAMPLE_FORMAT_H_
 #define ORVANE_TOOLS_RENDER_SAMPLE_FORMAT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Long stretches of a bed, read by one thread, rendered by several and handed over in order.
 #ifndef ORVANE_TOOLS_RENDER_SEGMENTS_H_
 #define ORVANE_TOOLS_RENDER_SEGMENTS_H_

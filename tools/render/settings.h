@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The room and reverb that a rendering asks for: values of the effect's parameters, checked, and
 // sent in an order in which the effect accepts each.
 #ifndef ORVANE_TOOLS_RENDER_SETTINGS_H_

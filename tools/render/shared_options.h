@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command-line options that more than one program has.
 #ifndef ORVANE_TOOLS_RENDER_SHARED_OPTIONS_H_
 #define ORVANE_TOOLS_RENDER_SHARED_OPTIONS_H_

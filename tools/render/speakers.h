@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The loudspeaker positions that a bed's channels can carry, and their labels in audio files.
 #ifndef ORVANE_TOOLS_RENDER_SPEAKERS_H_
 #define ORVANE_TOOLS_RENDER_SPEAKERS_H_

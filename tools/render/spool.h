@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sound on disk between two looks at it: a file without a name, gone when the program is.
 #ifndef ORVANE_TOOLS_RENDER_SPOOL_H_
 #define ORVANE_TOOLS_RENDER_SPOOL_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sound from a pipe that this process decodes itself: WAV and its kin, and raw samples.
 #ifndef ORVANE_TOOLS_RENDER_STREAM_INPUT_H_
 #define ORVANE_TOOLS_RENDER_STREAM_INPUT_H_

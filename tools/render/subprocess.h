@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Another program as a child of this one, with pipes to it. No shell is in between.
 #ifndef ORVANE_TOOLS_RENDER_SUBPROCESS_H_
 #define ORVANE_TOOLS_RENDER_SUBPROCESS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading and writing the small texts of options, trajectories and presets.
 #ifndef ORVANE_TOOLS_RENDER_TEXT_H_
 #define ORVANE_TOOLS_RENDER_TEXT_H_

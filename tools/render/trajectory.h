@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The movement of a head over time, from a CSV file.
 #ifndef ORVANE_TOOLS_RENDER_TRAJECTORY_H_
 #define ORVANE_TOOLS_RENDER_TRAJECTORY_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The headers of WAV, RF64, BW64 and W64 files, read without seeking.
 #ifndef ORVANE_TOOLS_RENDER_WAV_HEADER_H_
 #define ORVANE_TOOLS_RENDER_WAV_HEADER_H_

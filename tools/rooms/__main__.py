@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Finds, measures and shows the presets' rooms: see docs/rooms.md.
 
     /usr/bin/python3 tools/rooms search [NAME ...]   finds presets and writes their files

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What each preset is to sound like, and the search that finds its parameters."""
 
 from dataclasses import dataclass

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The figures of one room, from its responses."""
 
 from dataclasses import dataclass

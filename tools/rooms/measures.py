@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a room does to sound, measured on impulse responses: level, decay, clarity, colour, diffusion.
 
 Responses are arrays of shape (..., ears, samples) at 48 kHz; octaves are centred as in OCTAVES_HZ.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The tables and the plot of docs/rooms.md."""
 
 import matplotlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Impulse responses of a preset's room, as the effect renders them, and the preset's file."""
 
 from dataclasses import dataclass

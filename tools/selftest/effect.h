@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One instance of the effect in a library that is loaded by its path, as the platform does it.
 #ifndef ORVANE_TOOLS_SELFTEST_EFFECT_H_
 #define ORVANE_TOOLS_SELFTEST_EFFECT_H_

@@ -36,6 +36,7 @@ double farthest(const double* sums, const double* expected) {
 }
 
 int print_expected(const audio_effect_library_t& library) {
+  printf("// SPDX-License-Identifier: Apache-2.0\n");
   for (const orvane_layout_t& layout : orvane_layouts) {
     printf("    {\n");
     for (int scene = 0; scene < kNumScenes; ++scene) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What is rendered, and the few numbers that stand for what came out.
 #ifndef ORVANE_TOOLS_SELFTEST_SCENE_H_
 #define ORVANE_TOOLS_SELFTEST_SCENE_H_

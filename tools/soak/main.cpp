@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // orvane-soak MINUTES: instances of the effect are created, configured for every layout, heard with
 // random heads and rooms, and released, one after the other. Fails when the effect logs an error or
 // refuses something, when a sample is not finite, and when the resident memory grows.

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Checks the committed tables against their generators; exit status 1 on a mismatch.
 
 The directions are made again and must be the same text. The impulse responses take minutes to make, so

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Tests of the table generator's cost: its analytic slopes, and what it must not notice."""
 
 import unittest

@@ -21,6 +21,7 @@ def float_literal(value):
 def file_head(generator, source, include):
     """First lines of a generated file: what made it, from what, and its own header."""
     return (
+        "// SPDX-License-Identifier: Apache-2.0\n"
         f"// Made by {generator} from {source}.\n"
         "// Do not edit: change the generator and run it again.\n"
         f'#include "{include}"\n'

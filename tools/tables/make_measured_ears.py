@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Makes tools/validate/measured_ears.csv, with which the validation report compares the renderer.
 
 Needs the Debian packages libmysofa1 (the measured set), python3-numpy, python3-scipy and python3-h5py.

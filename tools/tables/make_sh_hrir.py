@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Makes ambisonics/sh_hrir_table.cpp from measured head-related impulse responses.
 
 Needs the Debian packages libmysofa1 (the measured set), python3-numpy, python3-scipy, python3-h5py

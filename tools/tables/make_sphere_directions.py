@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Makes ambisonics/sphere_directions_table.cpp from sphere_directions.csv (needs python3-numpy)."""
 
 import csv

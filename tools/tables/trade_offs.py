@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Prints what more or less of each weight of the refinement buys and costs, as the table of docs/data.md.
 
 A table is made without the held-out directions. From there on, each row goes further with one weight changed, and shows

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Measures the shared library and writes FOLDER/index.html and FOLDER/report.json.
 
 Exit status 1 where a figure misses its limit. Run it as scripts/validate, or, with the Debian packages python3-cffi,

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: Apache-2.0
 """Opens the validation report in headless Chromium, light and dark, wide and narrow, and fails where it is not right.
 
 Takes the report's folder and saves a picture of the page in each scheme and width there. Needs the Debian packages chromium,

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Heads, as scipy Rotations in the room frame (+x ahead, +y left, +z up), and what they hear from where.
 
 Directions are pairs of azimuths and elevations in radians.

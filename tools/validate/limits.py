@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The one table of what the report measures, of the limits that it holds the library to, and of their reasons.
 
 Exact limits follow from a definition. Rounding limits lie some 10 dB above what single precision leaves, about -120 dB;

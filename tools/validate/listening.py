@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """How a table of responses answers from any direction: functions of azimuths and elevations in radians that return
 responses of shape (directions, 2, frames)."""
 

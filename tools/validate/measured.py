@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The measured ears that the library's impulse responses are made from, in the directions that the report shows.
 
 tools/tables/make_measured_ears.py makes the file from the measured set (docs/data.md).

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Other public tables of head-related impulse responses, to measure beside the library's. scripts/setup --checks brings them.
 
 Only their data are read: the files below, as their packages have them.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The report: a page to look at, and the same figures for programs."""
 
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The reflections that a shoebox room should have, in double precision and independent of the library."""
 
 from dataclasses import dataclass

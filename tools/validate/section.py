@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What one check of the report found: figures, each with its limit, and pictures."""
 
 import math

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The shared library under test, through the package orvane: the effect with beds in memory, and single modules."""
 
 import contextlib

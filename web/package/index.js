@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loudspeaker beds to headphones: OrvaneNode for Web Audio, OrvaneRenderer for everything else.
 import { OrvaneRenderer as Renderer, checkResponses, layoutIndex } from './renderer.js';
 import { defaults, presetValues, settle } from './settings.js';

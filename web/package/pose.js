@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Head poses in degrees, as orvane-render has them: right-handed turns about the head's own axes, yaw first. Yaw is
 // positive to the left, pitch nose down, roll towards the right shoulder. The room is +x ahead, +y left, +z up.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The renderer on a browser's audio thread: one render quantum is one block.
 import { OrvaneRenderer } from './renderer.js';
 

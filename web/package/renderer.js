@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One renderer: a WebAssembly instance and the views into its memory. Runs in Node, on a page and in a worklet.
 import { rotationVector } from './pose.js';
 import { defaults, presetValues, settle } from './settings.js';

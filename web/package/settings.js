@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Parameters of room and reverb by name: checked against the library's table, in the order in which the renderer
 // accepts each.
 import { parameters, presets } from './tables.js';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the controls do and the figures show.
 import { descriptions, presets, sampleRate } from './orvane/index.js';
 import { bedOfFile, findLayout, layoutsFor } from './beds.js';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Beds to play: an AudioBuffer with the channels of a layout, in the order of its loudspeakers.
 import { layouts, sampleRate, unlabelled } from './orvane/index.js';
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The plain stereo downmix to compare with: what a player does that knows nothing of directions.
 
 const kBehind = Math.SQRT1_2;  // of all but the front, as Rec. ITU-R BS.775 has it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The head: what turns it, one pose for everybody who shows or hears it.
 import { poseFromDevice } from './orvane/index.js';
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Peak levels from analysers, falling slowly enough to be seen.
 
 const kFallPerFrame = 0.93;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loudness after Rec. ITU-R BS.1770, without its gates: both sides of a comparison have the same pauses.
 
 // The two filters at 48 kHz, from tables 1 and 2 of the recommendation: b0, b1, b2, a1, a2.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The page: first what this browser lacks, then everything else.
 const kNeeds = [
   ['WebAssembly', () => typeof WebAssembly === 'object'],

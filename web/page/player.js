@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The sound: a bed, the renderer and the plain downmix side by side, and meters on everything.
 import { OrvaneNode, sampleRate } from './orvane/index.js';
 import { connectDownmix } from './downmix.js';

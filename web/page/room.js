@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The room in detail: a slider for each parameter that is worth turning while one listens, made from the package's table.
 import { parameters, presets } from './orvane/index.js';
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What there is to hear: the demo's voices, and three scenes that are computed here.
 import { sampleRate } from './orvane/index.js';
 import { emptyBed } from './beds.js';

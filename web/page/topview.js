@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The picture from above: ahead is up. Loudspeakers at ear height stand on the circle, those above within it, those
 // below outside; what glows behind a loudspeaker shows how loud it is.
 import { decibels } from './levels.js';

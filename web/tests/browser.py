@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Headless Chromium and a server of this machine, for the tests and the benchmark."""
 import functools
 import http.server

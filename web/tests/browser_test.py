@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The package and the page in headless Chromium. web/tests/run prepares what it needs and starts it.
 
 The head turns for ORVANE_WEB_SECONDS, a minute unless it is set, in stretches that are watched for gaps. Pictures of the page go to build/web/pictures.

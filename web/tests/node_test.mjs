@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The package in Node, as it is installed: its sound is that of orvane-render, its checks are those of the library.
 //
 //   node --test node_test.mjs, with the folders in ORVANE_WEB_PACKAGE and ORVANE_WEB_REFERENCES

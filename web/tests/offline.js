@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs in the browser: a reference case through an OfflineAudioContext, compared with what orvane-render made of it.
 import { OrvaneNode, OrvaneRenderer, responseShape, sampleRate } from '/package/index.js';
 

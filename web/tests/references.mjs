@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes beds of noise bursts and has orvane-render render them, for the tests in Node and in the browser to compare
 // with: NAME.bed (raw samples, channel after channel in the layout's order), NAME.BLOCK.ears (left, then right, rendered
 // in blocks of so many samples), cases.json.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The common all-pass that puts the main peaks where the system has them.
 
 A phase that both ears share is not heard as direction. It is zero up to 1.5 kHz but for a delay

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the table must hold exactly: five pinned entries and the place of every main peak."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Terms of the cost for what each ear hears from each direction.
 
 Each term is a callable that takes a Field, adds its slopes to it and returns its cost. Costs are means

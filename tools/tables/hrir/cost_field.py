@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Terms of the cost for the sound field as a whole, for time, and for the taps themselves."""
 
 import numpy as np

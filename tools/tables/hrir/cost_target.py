@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the cost compares with: the responses that a table has to approximate, in hearing's terms."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Equalisation of the measured spectra: what is common to all directions is taken out.
 
 The raw responses contain the loudspeaker and the resonance of the ear canal. Both are the same

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Fills the part of the sphere below the lowest measured ring.
 
 Low-order harmonics fitted to log magnitude, delay and residual phase, with a penalty on roughness,

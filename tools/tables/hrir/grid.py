@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The frequency grid every step works on, and smoothing and minimum phase on that grid."""
 
 from functools import lru_cache

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the terms of the cost share: levels and robust errors."""
 
 import numpy as np

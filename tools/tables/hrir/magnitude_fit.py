@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Fit of the harmonics' spectra: least squares at low, magnitudes alone at high frequencies.
 
 Fourth order resolves the phase of a head up to about 2 kHz. Above, a fit of complex values loses

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the measured ears hear from the directions that the validation report shows, for comparison with the renderer.
 
 The rows hold the equalised set; the right ear is the mirror image.

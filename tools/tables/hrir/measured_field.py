@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the measured ears hear of several sources at once, and their envelopes, for the validation report."""
 
 import csv

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Input: the measured impulse responses, as left-ear spectra on the 48 kHz grid."""
 
 import hashlib

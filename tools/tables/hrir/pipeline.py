@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The steps in order, shared by the generator and the check."""
 
 from dataclasses import dataclass, replace

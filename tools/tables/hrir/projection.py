@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The last step: taps that fit the responses and hold the constraints at the same time."""
 
 from . import constraints, table_format

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """From what the committed table was made: a digest of the generator and of the measured set.
 
 Making the table takes minutes, and the refinement's last digits depend on the linear-algebra library.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Quality figures: how the table's ears differ from the measured ears, in hearing's terms."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The plot of docs/data.md: views of how the table compares with the measurement."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The last step: all 25 x 256 values at once, optimised for what is heard.
 
 The start is the magnitude least-squares fit, which is blind to time above 2 kHz. L-BFGS (Byrd, Lu,

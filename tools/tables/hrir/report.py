@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The quality figures as the Markdown table that docs/data.md shows."""
 
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Takes out the delay that each ring of measurements has of its own.
 
 The set was measured ring by ring, one elevation after the other, and the rings start up to 0.1 ms

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Directions and quadrature weights on the sphere; the harmonics are those of the package measure."""
 
 import numpy as np

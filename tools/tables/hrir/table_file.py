@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The C++ file that holds the table: writing it and reading it back."""
 
 import numpy as np

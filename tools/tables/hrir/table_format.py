@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """From spectra to taps and back: shape, time origin, polarity, gain and window of the table."""
 
 import numpy as np

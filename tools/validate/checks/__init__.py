@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The checks of the report, in its order. Each measures the library and returns a Section."""
 
 from . import blocks, consistency, ears, hearing, latency, loudspeakers, noise, reflections, reverb, rotation, turns

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The host's block length must not be heard."""
 
 import numpy as np

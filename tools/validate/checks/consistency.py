@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What is encoded and turned can be read back, by solving and by facing it."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Two ears against the measured head: around the horizon, from below over the top, and up the left side."""
 
 from dataclasses import dataclass

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What is heard besides level: envelopes, spaciousness, phantom sources, the front, the bed, and sound before its time.
 
 Other public tables are measured in the same directions and drawn beside the library's.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """How late the ears hear, and of what that consists."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The colour of the diffuse field and of the layouts, and whether left and right are alike."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Distortion, noise and silence."""
 
 from functools import partial

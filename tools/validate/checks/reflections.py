@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Early reflections against image sources."""
 
 from dataclasses import dataclass

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The tail alone: what the reverb adds to the ears of an impulse from the centre."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The rotator against the harmonics of turned directions."""
 
 import numpy as np

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a turning head adds to a sine."""
 
 import numpy as np

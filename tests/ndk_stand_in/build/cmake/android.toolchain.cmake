@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Takes the place of the NDK's tool chain file where there is no NDK: clang, lld and the headers of
 # libc++ as in the NDK, Debian's C library for the processor of ANDROID_ABI, and in NDK_STAND_IN_SYSROOT the part of
 # liblog that the NDK offers. Nothing may stay undefined, and libc++ is not there to be linked.
