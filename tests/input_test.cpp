@@ -4,8 +4,10 @@
 
 #include <cmath>
 #include <cstring>
+#include <thread>
 
 #include "tests/support/render_program.h"
+#include "tools/render/byte_source.h"
 #include "tools/render/failure.h"
 #include "tools/render/probe.h"
 #include "tools/render/subprocess.h"
@@ -91,6 +93,37 @@ TEST_F(PipeTest, RawSamplesAndPipesOnBothSidesSoundAsFiles) {
   const std::vector<float> ears = read("ears.wav");
   ASSERT_EQ(plain.size(), ears.size());
   for (size_t i = 0; i < ears.size(); ++i) ASSERT_NEAR(plain[i], ears[i], 1e-5f);
+}
+
+// However early the program ends: ffmpeg, and what feeds it, are waiting for somebody to read on.
+TEST_F(PipeTest, AnEarlyEndDoesNotWaitForTheRestOfAFilm) {
+  write("bed.wav", "5.1", 48000, noise(6 * 48000));
+  ASSERT_EQ(0, std::system(("cd " + folder_.string() +
+                            " && ffmpeg -v error -stream_loop 20 -i bed.wav -c:a pcm_f32le big.mka")
+                               .c_str()));
+  EXPECT_EQ(1, run("- out.wav --layout 7.1", "cat big.mka | timeout 60 "));
+  EXPECT_NE(errors_.find("-: "), std::string::npos) << errors_;
+  EXPECT_EQ(1, run("- out.txt", "cat big.mka | timeout 60 "));
+  EXPECT_EQ(0, run("- - --library " ORVANE_LIBRARY
+                   " 2>said; echo $? >status) | (sleep 0.5; head -c 1000)",
+                   "(cat big.mka | timeout 60 "));
+  EXPECT_EQ(1000u, log().size());
+  EXPECT_EQ("141\n", text_of("status"));  // of SIGPIPE
+  EXPECT_FALSE(std::filesystem::exists(path("out.wav")));
+}
+
+TEST(ByteSourceTest, StopsWaiting) {
+  int ends[2];
+  ASSERT_EQ(0, pipe(ends));
+  ByteSource source("pipe", ends[0]);
+  std::thread stopper([&] {
+    usleep(20000);
+    source.stop();
+  });
+  char byte;
+  EXPECT_EQ(0u, source.read(&byte, 1));
+  stopper.join();
+  close(ends[1]);
 }
 
 // Before all of the input is there: what has been written is less than 100 ms behind.

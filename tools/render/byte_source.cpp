@@ -24,7 +24,7 @@ ByteSource::ByteSource(std::string name, int fd) : name_(std::move(name)), fd_(f
 ByteSource::~ByteSource() { close(fd_); }
 
 size_t ByteSource::wait_and_read(char* data, size_t size) {
-  for (;;) {
+  while (!stop_) {
     interrupt_check();
     pollfd look = {fd_, POLLIN, 0};
     if (poll(&look, 1, kLookMs) <= 0) continue;
@@ -32,6 +32,7 @@ size_t ByteSource::wait_and_read(char* data, size_t size) {
     if (count >= 0) return static_cast<size_t>(count);
     if (errno != EINTR && errno != EAGAIN) throw Failure(name_, errno);
   }
+  return 0;
 }
 
 std::string_view ByteSource::peek(size_t size) {

@@ -3,6 +3,7 @@
 #ifndef ORVANE_TOOLS_RENDER_BYTE_SOURCE_H_
 #define ORVANE_TOOLS_RENDER_BYTE_SOURCE_H_
 
+#include <atomic>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -26,11 +27,15 @@ class ByteSource {
   // As read, but as soon as there are any.
   size_t read_some(void* data, size_t size);
 
+  // From any thread: bytes that are still awaited do not come, here is the end.
+  void stop() { stop_ = true; }
+
  private:
   size_t wait_and_read(char* data, size_t size);
 
   std::string name_;
   int fd_;
+  std::atomic<bool> stop_ = false;
   std::string ahead_;  // peeked at and not yet read
   size_t ahead_begin_ = 0;
 };

@@ -97,14 +97,16 @@ FfmpegInput::FfmpegInput(const InputRequest& request, std::unique_ptr<ByteSource
 }
 
 FfmpegInput::~FfmpegInput() {
-  stop_ = true;
-  if (feeder_.joinable()) feeder_.join();
+  if (!feeder_.joinable()) return;
+  ffmpeg_->kill();  // the feeder may be waiting for it to take more
+  pipe_->stop();
+  feeder_.join();
 }
 
 // Its failures show in what ffmpeg makes of them.
 void FfmpegInput::feed() try {
   std::array<char, kFeedBytes> bytes;
-  while (!stop_) {
+  for (;;) {
     const size_t size = pipe_->read_some(bytes.data(), bytes.size());
     if (size == 0 || !ffmpeg_->write(bytes.data(), size)) break;
   }

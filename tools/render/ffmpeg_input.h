@@ -3,7 +3,6 @@
 #ifndef ORVANE_TOOLS_RENDER_FFMPEG_INPUT_H_
 #define ORVANE_TOOLS_RENDER_FFMPEG_INPUT_H_
 
-#include <atomic>
 #include <map>
 #include <memory>
 #include <optional>
@@ -43,7 +42,6 @@ class FfmpegInput final : public AudioInput {
   MediaInfo media_;
   MediaStream stream_;
   std::unique_ptr<Subprocess> ffmpeg_;
-  std::atomic<bool> stop_ = false;
   std::thread feeder_;
   bool ended_ = false;
 };

@@ -130,9 +130,13 @@ Subprocess::~Subprocess() {
   close_all({input_, output_, errors_});
 }
 
+void Subprocess::kill() {
+  if (pid_ > 0) ::kill(pid_, SIGKILL);
+}
+
 void Subprocess::kill_and_reap() {
   if (pid_ <= 0) return;
-  kill(pid_, SIGKILL);
+  kill();
   while (waitpid(pid_, &status_, 0) < 0 && errno == EINTR) {
   }
   pid_ = -1;
