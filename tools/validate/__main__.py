@@ -9,6 +9,7 @@ import argparse
 import datetime
 import os
 import platform
+import re
 import subprocess
 import sys
 from pathlib import Path
@@ -32,9 +33,9 @@ def commit():
 
 
 def version():
-    """Of the project, as CMakeLists.txt has it."""
-    words = (ROOT / "CMakeLists.txt").read_text().split("project(", 1)[1].split()
-    return words[words.index("VERSION") + 1]
+    """Of the project, as orvane/version.h has it."""
+    text = (ROOT / "orvane/version.h").read_text()
+    return ".".join(re.findall(r"define ORVANE_VERSION_(?:MAJOR|MINOR|PATCH) +(\d+)", text))
 
 
 def main():
