@@ -8,7 +8,10 @@
 
 #include "ambisonics/ambisonics_base.h"
 
-// Writes the (order + 1)^2 SH weights of a direction in radians, ACN/SN3D at unit gain; order at
+// Channels of a field of that order.
+constexpr uint32_t ambisonics_count_channels(uint32_t order) { return (order + 1) * (order + 1); }
+
+// Writes the SH weights of a direction in radians, ACN/SN3D at unit gain; order at
 // most AMBISONICS_MAX_ORDER. The same values as ambisonics_base_generate_beam's, without a channel
 // set. Allocates nothing.
 void ambisonics_write_weights(uint32_t order, float azimuth, float elevation, float* weights);

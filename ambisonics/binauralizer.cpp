@@ -10,6 +10,7 @@
 #include <algorithm>
 
 #include "ambisonics/ambisonics_base.h"
+#include "ambisonics/ambisonics_base_internal.h"
 #include "ambisonics/binauralizer_internal.h"
 #include "ambisonics/sh_hrir.h"
 #include "base/checked.h"
@@ -27,7 +28,6 @@ static_assert(is_laid_out(offsetof(binauralizer_t, fft_setup), 72));
 
 namespace {
 
-constexpr uint32_t kNumEars = 2;
 constexpr uint32_t kMaxFftSize = 1u << 30;
 
 // The power of two that holds a block and the response to its last sample. It is the length that
@@ -44,7 +44,7 @@ uint32_t choose_fft_size(uint32_t max_frame_size) {
 
 uint32_t order_of(const binauralizer_t& b) {
   uint32_t order = 0;
-  while ((order + 1) * (order + 1) < b.num_sh_channels) ++order;
+  while (ambisonics_count_channels(order) < b.num_sh_channels) ++order;
   return order;
 }
 
@@ -108,12 +108,13 @@ uint32_t make_buffers(binauralizer_t* b) {
 uint32_t build(binauralizer_t* b, uint32_t order, uint32_t max_frame_size) {
   b->num_ears = kNumEars;
   b->hrir_length = SH_HRIR_TAPS;
-  b->num_sh_channels = (order + 1) * (order + 1);
+  b->num_sh_channels = ambisonics_count_channels(order);
   b->fft_size = choose_fft_size(max_frame_size);
   b->tail_length = b->fft_size - max_frame_size;
   b->prev_tail_length = b->tail_length;
   if (const uint32_t code = make_transforms(b, max_frame_size)) return code;
-  // Deliberate: 1, not 3, without memory for the transforms or this table, as callers know it.
+  // Deliberate: 1, not 3, without memory for the transforms or this table: callers tell this
+  // failure from that of the buffers by it.
   if (const uint32_t code = make_degree_table(b, static_cast<int32_t>(order))) return code;
   if (const uint32_t code = make_buffers(b)) return code;
   binauralizer_transform_responses(b);

@@ -17,6 +17,8 @@
 
 constexpr uint32_t kResponseOverlap = SH_HRIR_TAPS - 1;  // samples that a block sounds on for
 
+constexpr uint32_t kNumEars = 2;
+
 // Transform lengths, for blocks of up to 257, 513 and 1025 samples.
 constexpr uint32_t kTransformSizes[] = {512, 768, 1280};
 constexpr uint32_t kMaxTransforms = sizeof(kTransformSizes) / sizeof(kTransformSizes[0]);

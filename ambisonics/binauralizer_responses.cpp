@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr uint32_t kNumEars = 2;
 constexpr uint32_t kTableSize = SH_HRIR_TAPS * SH_HRIR_CHANNELS;  // floats of one ear's responses
 
 // Makes room for the responses of all lengths. Both rows have the size of the symmetric one, which

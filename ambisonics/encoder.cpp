@@ -56,37 +56,61 @@ channels_t<const float> gather_sources(encoder_t* e, const float* const* inputs,
   return {rows, count};
 }
 
+// Collects the samples of the LFE sources, after the `first` rows that are taken already.
+channels_t<const float> gather_lfe(const encoder_t& e, const float* const* inputs, uint32_t first) {
+  const float** const rows = selected_rows(e) + first;
+  uint32_t count = 0;
+  for (uint32_t s = 0; s < e.num_sources; ++s) {
+    if (e.sources[s].type == ENCODER_SOURCE_LFE) rows[count++] = inputs[s];
+  }
+  return {rows, count};
+}
+
+void add_rows(const channels_t<const float>& rows, float* sum, uint32_t frames) {
+  for (uint32_t i = 0; i < rows.count; ++i) {
+    for (uint32_t t = 0; t < frames; ++t) sum[t] += rows.rows[i][t];
+  }
+}
+
+// What one pass adds up: sources by their SH weights, and LFE sources in channel 0 alone.
+struct pass_t {
+  mix_weights_t weights;
+  channels_t<const float> sources, lfe;
+  uint32_t frames;
+};
+
+void encode_directly(const pass_t& p, const channels_t<float>& out, bool accumulate) {
+  if (p.sources.count > 0 || !accumulate) {
+    mix_channels(p.weights, p.sources, out, p.frames, accumulate);
+  }
+  add_rows(p.lfe, out.rows[0], p.frames);
+}
+
 // For outputs that overlap the inputs: the block is complete before any of it is written.
-void encode_staged(const encoder_t& e, const mix_weights_t& weights,
-                   const channels_t<const float>& in, const channels_t<float>& out, uint32_t frames,
+void encode_staged(const encoder_t& e, const pass_t& p, const channels_t<float>& out,
                    bool accumulate) {
   float* staged[AMBISONICS_MAX_CHANNELS];
   for (uint32_t c = 0; c < out.count; ++c) staged[c] = e.output_matrix + size_t{c} * e.padded_frame;
-  mix_channels(weights, in, {staged, out.count}, frames, false);
+  encode_directly(p, {staged, out.count}, false);
   for (uint32_t c = 0; c < out.count; ++c) {
     float* const output = out.rows[c];
-    for (uint32_t t = 0; t < frames; ++t)
+    for (uint32_t t = 0; t < p.frames; ++t) {
       output[t] = (accumulate ? output[t] : 0.0f) + staged[c][t];
+    }
   }
 }
 
 void encode(encoder_t* e, const float* const* inputs, float* const* outputs, uint32_t frames,
-            bool accumulate, bool (*is_selected)(uint32_t type)) {
-  const channels_t<const float> in = gather_sources(e, inputs, is_selected);
-  if (in.count == 0 && accumulate) return;
+            bool accumulate, bool (*is_selected)(uint32_t type), bool with_lfe) {
+  pass_t pass = {{e->gain_matrix, e->padded_channels, 1}, {}, {}, frames};
+  pass.sources = gather_sources(e, inputs, is_selected);
+  if (with_lfe) pass.lfe = gather_lfe(*e, inputs, pass.sources.count);
   const channels_t<float> out = {outputs, e->ambisonics->num_channels};
-  const mix_weights_t weights = {e->gain_matrix, e->padded_channels, 1};
-  if (channels_overlap(in, out, frames) && frames <= e->padded_frame) {
-    encode_staged(*e, weights, in, out, frames, accumulate);
+  const channels_t<const float> read = {selected_rows(*e), pass.sources.count + pass.lfe.count};
+  if (channels_overlap(read, out, frames) && frames <= e->padded_frame) {
+    encode_staged(*e, pass, out, accumulate);
   } else {
-    mix_channels(weights, in, out, frames, accumulate);
-  }
-}
-
-void add_lfe(const encoder_t* e, const float* const* inputs, float* omni, uint32_t frames) {
-  for (uint32_t s = 0; s < e->num_sources; ++s) {
-    if (e->sources[s].type != ENCODER_SOURCE_LFE) continue;
-    for (uint32_t t = 0; t < frames; ++t) omni[t] += inputs[s][t];
+    encode_directly(pass, out, accumulate);
   }
 }
 
@@ -185,22 +209,21 @@ uint32_t encoder_process(encoder_t* e, const float* const* inputs, float* const*
     case 4:
       return encoder_process_static(e, inputs, outputs, frames, 1);
     default:
-      return UBR_OK;  // Deliberate: an unknown mode selects no pass.
+      return UBR_OK;  // Deliberate: no error, because an unknown mode selects no pass.
   }
 }
 
 uint32_t encoder_process_dynamic(encoder_t* e, const float* const* inputs, float* const* outputs,
                                  uint32_t frames, uint32_t accumulate) {
   if (!e) return UBR_MISSING;
-  encode(e, inputs, outputs, frames, accumulate != 0, is_dynamic);
+  encode(e, inputs, outputs, frames, accumulate != 0, is_dynamic, false);
   return UBR_OK;
 }
 
 uint32_t encoder_process_static(encoder_t* e, const float* const* inputs, float* const* outputs,
                                 uint32_t frames, uint32_t accumulate) {
   if (!e) return UBR_MISSING;
-  encode(e, inputs, outputs, frames, accumulate != 0, is_static);
-  add_lfe(e, inputs, outputs[0], frames);
+  encode(e, inputs, outputs, frames, accumulate != 0, is_static, true);
   return UBR_OK;
 }
 

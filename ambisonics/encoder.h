@@ -36,7 +36,7 @@ typedef struct encoder_t {
   encoder_source_t* sources;
   const ambisonics_base_t* ambisonics;  // shared, not owned
   float* input_matrix;                  // scratch: addresses of the encoded sources' samples
-  float* gain_matrix;                   // padded_sources x padded_channels, the encoded beams
+  float* gain_matrix;                   // padded_sources x padded_channels, their SH weights
   float* output_matrix;                 // scratch: the outputs, where they overlap the inputs
   uint32_t padded_sources;              // sizes rounded up to multiples of four
   uint32_t padded_channels;
@@ -64,8 +64,8 @@ ORVANE_API uint32_t encoder_set_source_direction(encoder_t* encoder, uint32_t in
                                                  float elevation);
 
 // Stores the listener position (metres) and recomputes geometry and gain of every type-0 source,
-// not their beams: those follow at the source's next position. Returns UBR_OK, or UBR_MISSING for
-// null.
+// not their SH weights: those follow at the source's next position. Returns UBR_OK, or UBR_MISSING
+// for null.
 ORVANE_API uint32_t encoder_set_user_position(encoder_t* encoder, float x, float y, float z);
 
 // encoder_set_user_position at the origin.

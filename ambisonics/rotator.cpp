@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "ambisonics/ambisonics_base_internal.h"
 #include "ambisonics/rotator_internal.h"
 #include "ambisonics/sphere_directions.h"
 #include "base/checked.h"
@@ -44,7 +45,8 @@ void copy_directions(rotator_t* r) {
   const sphere_direction_t* directions = sphere_directions(order);
   if (!directions) return;  // Deliberate: order 0 is the same in all directions, so zeros serve it.
   for (uint32_t d = 0; d < r->ambisonics->num_channels; ++d) {
-    const sphere_direction_t& direction = directions[checked_index(d, (order + 1) * (order + 1))];
+    const sphere_direction_t& direction =
+        directions[checked_index(d, ambisonics_count_channels(order))];
     r->directions_xyz[d][0] = direction.x;
     r->directions_xyz[d][1] = direction.y;
     r->directions_xyz[d][2] = direction.z;
@@ -68,11 +70,11 @@ void build_beam_matrices(rotator_t* r) {
 
 // Number of channels in the diagonal block of the rotation matrix that starts at channel `first`,
 // n^2 for the block of degree n. Rotations keep degrees apart: but for rounding noise only these
-// blocks are non-zero, 165 weights of 625 at order 4. A channel set that cuts its last degree off
-// is one block.
+// blocks are non-zero, 165 weights of 625 at order 4. A channel set whose last degree is
+// incomplete is treated as one block.
 uint32_t block_width(const rotator_t& r, uint32_t first) {
   const uint32_t order = r.ambisonics->order, num_channels = r.ambisonics->num_channels;
-  if (num_channels != (order + 1) * (order + 1)) return num_channels;
+  if (num_channels != ambisonics_count_channels(order)) return num_channels;
   uint32_t degree = 0;
   while (degree * degree < first) ++degree;
   return 2 * degree + 1;

@@ -62,8 +62,8 @@ ORVANE_API uint32_t rotator_set_orientation(rotator_t* rotator, const float orie
 // Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t rotator_reset(rotator_t* rotator);
 
-// Accepts blocks of up to `max_frame_size` samples; matrices stay.
-// Returns UBR_OK, or UBR_MISSING for null.
+// Accepts blocks of up to `max_frame_size` samples; matrices stay. Returns UBR_OK, UBR_MISSING
+// for null, or UBR_NO_MEMORY, with the rotator as it was.
 ORVANE_API uint32_t rotator_reset_max_frame_size(rotator_t* rotator, uint32_t max_frame_size);
 
 // Rotates one block of num_channels channels from `inputs` to `outputs`, which are overwritten.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sets of nearly uniform directions on the sphere, one per ambisonic order.
 //
-// Each has as many directions as the order has channels, so that its matrix of beams is square
+// Each has as many directions as the order has channels, so that its matrix of SH weights is square
 // and invertible. Made by tools/tables/make_sphere_directions.py; see docs/data.md.
 #ifndef ORVANE_AMBISONICS_SPHERE_DIRECTIONS_H_
 #define ORVANE_AMBISONICS_SPHERE_DIRECTIONS_H_

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library's only door to the heap, for plain records and samples.
+// All heap memory of the library is allocated here: plain records and samples.
 #ifndef ORVANE_BASE_MEMORY_H_
 #define ORVANE_BASE_MEMORY_H_
 

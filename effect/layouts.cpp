@@ -37,7 +37,8 @@ int32_t audio_channel_mask_to_LAYOUT_INDEX(uint32_t mask, int32_t* layout_index)
   }
   switch (mask) {
     case AUDIO_CHANNEL_OUT_7POINT1POINT2:
-      break;  // Deliberate: hosts are told that it is supported, but no positions are defined.
+      break;  // Deliberate: no layout, because no positions are defined, though hosts see it
+              // listed.
     case AUDIO_CHANNEL_OUT_9POINT1POINT4:
     case AUDIO_CHANNEL_OUT_9POINT1POINT6:
       ORVANE_LOGE("audio_channel_mask_to_LAYOUT_INDEX: 0x%x unsupported in library", mask);

@@ -101,7 +101,8 @@ int32_t orvaneLib_GetDescriptor(const effect_uuid_t* uuid, effect_descriptor_t* 
     ORVANE_LOGE("orvaneLib_Create() called with NULL pointer");
     return -EINVAL;
   }
-  // Deliberate: an unknown UUID is -EINVAL here but -ENOENT at creation, as callers expect.
+  // Deliberate: an unknown UUID is -EINVAL here but -ENOENT at creation, because
+  // the platform tells the two calls' failures apart.
   if (!is_our_uuid(uuid)) return -EINVAL;
   *pDescriptor = gOrvaneDescriptor;
   return 0;

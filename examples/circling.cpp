@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A source that circles a resting head once, ahead, left, behind, right: the renderer from
+// A source that circles a head at rest once, ahead, left, behind, right: the renderer from
 // C++.
 //
 //   circling OUT.wav

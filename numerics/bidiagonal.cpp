@@ -90,7 +90,8 @@ void accumulate_u(bidiagonal_t* d) {
   }
 }
 
-// The same for the row reflections, which wait in the columns of v that they are about to become.
+// The same for the row reflections. They are stored in columns of v, and the result overwrites
+// them.
 void accumulate_v(bidiagonal_t* d) {
   const int32_t n = d->cols;
   for (int32_t k = n - 1; k >= 0; --k) {

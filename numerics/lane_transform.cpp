@@ -127,8 +127,8 @@ HWY_INLINE void FirstPass(const lane_transform_t& transform, const float* const*
   }
 }
 
-// The passes of radix 4 go through one of the parts that the last pass joins after the other, so
-// that each stays in the first cache.
+// All passes of radix 4 finish one part before they begin the next, so that a part stays in the
+// first cache. The last pass joins the parts.
 void Forward(const lane_transform_t& transform, const float* const* rows, uint32_t frames,
              float* packed) {
   if (transform.first_radix == 8) {

@@ -20,8 +20,8 @@ struct Mix {
   bool accumulate;
 };
 
-// Of the samples from t on, the number that stand before each one's step of four. A vector of more
-// than one lane begins on a step.
+// For the samples from t on, the first sample of the step of four that each one belongs to. A
+// vector of more than one lane begins on a step.
 template <class D>
 HWY_INLINE hn::Vec<D> StepStarts(D d, uint32_t t) {
   const hn::RebindToSigned<D> di;

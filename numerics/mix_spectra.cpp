@@ -122,7 +122,8 @@ HWY_INLINE void MultiplyEnds(const float* packed, const float* responses, float*
   Store({hn::Add(re, re), hn::Add(im, im)}, product);
 }
 
-// Undoes Unpack, twofold: bins that Unpack doubled come out four times as large.
+// The inverse of Unpack, times two. Unpack doubles bins as well, so what goes through both becomes
+// four times as large.
 HWY_INLINE void Pack(const BinPair& x, V re, V im, float* low, float* high) {
   const Complex e = Add(x.low, x.high);
   const Complex o = Mul(Sub(x.low, x.high), re, hn::Neg(im));

@@ -14,7 +14,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 constexpr int32_t kTileVectors = 8;  // independent sums that hide the latency of the multiply-adds
 
-// What is left to do, and the taps that can reach it: they only move on.
+// The samples that are still to be computed, and the range of taps that reach them, both of whose
+// ends only move forward.
 struct Progress {
   sparse_response_t response;
   const float* samples;

@@ -56,7 +56,7 @@ typedef struct ubr_reflections_t {
 
   uint32_t num_delay_lines;  // lines that delay_lines has room for
   uint32_t max_frame_size;   // the longest block that the lines hold
-  float* tap_weights;        // reflection_count x padded channels: gain times beam of every tap
+  float* tap_weights;  // reflection_count x padded channels: gain times SH weights of every tap
   float decoding_storage[REFLECTIONS_MAX_PADDED * REFLECTIONS_MAX_PADDED];
   void** route_memory;  // what the routes of the renderer keep between blocks; or null
 } ubr_reflections_t;

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+#include "ambisonics/ambisonics_base_internal.h"
+#include "ambisonics/binauralizer_internal.h"
 #include "base/checked.h"
 #include "base/memory.h"
 #include "base/result.h"
@@ -24,7 +26,6 @@ static_assert(is_laid_out(offsetof(ubr_t, reflections), 160));
 
 namespace {
 
-constexpr uint32_t kNumEars = 2;
 constexpr float kHalfPower = 0.707f;
 
 bool takes_ambisonics(const ubr_t& r) { return r.input_type == UBR_INPUT_AMBISONICS; }
@@ -65,7 +66,7 @@ uint32_t configure_downmix(ubr_t* r, uint32_t max_frame_size) {
 
 uint32_t configure_field(ubr_t* r, uint32_t max_frame_size, uint32_t order) {
   r->ambi_config.order = order;
-  r->ambi_config.num_channels = (order + 1) * (order + 1);
+  r->ambi_config.num_channels = ambisonics_count_channels(order);
   r->num_outputs = is_binaural(*r) ? kNumEars : r->ambi_config.num_channels;
   if (!frame_size_is_offered(max_frame_size)) return UBR_INVALID;
   r->frame_size = r->max_frame_size = max_frame_size;
@@ -220,7 +221,8 @@ uint32_t ubr_cleanup(ubr_t* renderer) {
   ubr_free_float_matrix(r.hoa_buffer_b, r.ambi_config.num_channels);
   const uint32_t input_type = r.input_type, render_mode = r.render_mode;
   r = {};
-  r.input_type = input_type;  // Deliberate: both are what a caller asked for, not what was built.
+  // Deliberate: these two stay, because the caller chose them and a clean-up undoes what was built.
+  r.input_type = input_type;
   r.render_mode = render_mode;
   return UBR_OK;
 }

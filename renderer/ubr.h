@@ -127,7 +127,8 @@ ORVANE_API uint32_t ubr_set_max_frame_size(ubr_t* renderer, uint32_t max_frame_s
 // Renders one block.
 //
 //   inputs   num_inputs channels, `num_inputs` as the renderer was built for
-//   outputs  num_outputs channels, overwritten
+//   outputs  num_outputs channels, overwritten; they may overlap the inputs with an ambisonic input
+//            and UBR_MODE_AMBISONIC_TRACKED, otherwise not
 //   frames   samples per channel, at most max_frame_size; 0 means max_frame_size
 //
 // Subnormal samples count as zeros and none is written, because arithmetic with them takes many
@@ -148,9 +149,9 @@ ORVANE_API uint32_t ubr_process_hoa(ubr_t* renderer, const float* const* inputs,
 // Returns UBR_OK, or UBR_MISSING for null.
 ORVANE_API uint32_t ubr_downmix(ubr_t* renderer, const float* const* inputs, float* const* outputs);
 
-// Type of one source (encoder_source_type). Set it before the position: the beam is computed with
-// the position. Returns UBR_OK; UBR_MISSING for a null renderer, an ambisonic input or no encoder;
-// UBR_INVALID for an index not below num_inputs.
+// Type of one source (encoder_source_type). Set it before the position: the SH weights are
+// computed with the position. Returns UBR_OK; UBR_MISSING for a null renderer, an ambisonic input
+// or no encoder; UBR_INVALID for an index not below num_inputs.
 ORVANE_API uint32_t ubr_set_source_type(ubr_t* renderer, uint32_t index, uint32_t type);
 
 // Position of one source in metres (+x ahead, +y left, +z up), from the next block on. Not checked:
@@ -159,12 +160,12 @@ ORVANE_API uint32_t ubr_set_source_type(ubr_t* renderer, uint32_t index, uint32_
 ORVANE_API uint32_t ubr_set_source_position(ubr_t* renderer, uint32_t index, float x, float y,
                                             float z);
 
-// Listener position in metres. Geometry and gain of world sources follow at once, the beam of each
-// when it is positioned again. If reflections are on, their gains become those of a listener at the
-// sum of `position` and the listener position of the room, and they play without delay. Call
-// ubr_compute_reflections afterwards: it computes delays and gains for the listener position of the
-// room alone. Returns UBR_OK, UBR_MISSING for null, UBR_INVALID, nothing changed, for a position
-// that is not finite.
+// Listener position in metres. Geometry and gain of world sources follow at once, the SH weights
+// of each when it is positioned again. If reflections are on, their gains become those of a
+// listener at the sum of `position` and the listener position of the room, and they play without
+// delay. Call ubr_compute_reflections afterwards: it computes delays and gains for the listener
+// position of the room alone. Returns UBR_OK, UBR_MISSING for null, UBR_INVALID, nothing changed,
+// for a position that is not finite.
 ORVANE_API uint32_t ubr_set_user_position(ubr_t* renderer, const float position[3]);
 
 // Head orientation in a rotator_orientation_format, faded in over the next block.

@@ -78,7 +78,8 @@ bool is_off(const vn_state_t& s) { return s.settings.enable == 0.0f || s.setting
 
 bool is_prepared(const vn_state_t& s) { return s.ring_buffers && s.fft_setup; }
 
-// The block size that the buffers were made for counts, as well as one lowered since.
+// The smaller of two: the block size that the buffers were made for, and the current one, which may
+// have been lowered since.
 int32_t longest_block(const vn_state_t& s) {
   return std::min(s.block_size, s.convolution_length - s.response_length + 1);
 }

@@ -54,8 +54,8 @@ void vn_apply_tone(const vn_state_t& state);
 void vn_tone_pass(const vn_state_t& state, float* response, int32_t count);
 
 // Distance of the outermost pole of one pass from the origin, 0 for a filter that changes nothing.
-// Deliberate: large also where zeros nearly cancel the poles, at gains of almost 1: a pass in
-// single precision has rounding errors, which ring on with the poles.
+// Deliberate: zeros are not taken into account, even where they nearly cancel the poles, because
+// the rounding errors of a pass in single precision decay only as fast as its poles do.
 double vn_tone_radius(const vn_state_t& state);
 
 // velvet_pulses.cpp: the response as what it is made of, its pulses and the tone filter that

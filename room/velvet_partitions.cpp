@@ -69,8 +69,8 @@ double magnitude_at(const vn_state_t& s, int32_t i) {
       std::max(fabsf(vn_work_vector(s, 0)[i]), fabsf(vn_work_vector(s, 1)[i])));
 }
 
-// The lags at which the response is heard. Blocks are convolved around the transform of fft_size
-// points, so what the tone filter leaves at its end sounds before the first sample: negative lags.
+// The lags at which the response is heard. The response is circular in fft_size points: what the
+// tone filter leaves at its end belongs before the first sample, so it has negative lags.
 void find_lags(const vn_state_t& s, vn_convolver_t* v) {
   double peak = 0.0;
   for (int32_t i = 0; i < s.fft_size; ++i) peak = std::max(peak, magnitude_at(s, i));

@@ -237,7 +237,7 @@ std::vector<Entry> effect_entries() {
       entries.push_back({"Block" + suffix, [=] { return block(layout, again); }, -EINVAL});
     }
   }
-  // Deliberate: a reverberator without memory is reported by the next block.
+  // A reverberator without memory is reported by the next block.
   const float reverb[] = {1.0f, 0.0f, 3.0f, 0.1f, 0.5f, 60.0f, 0.0f, 0.5f, 5000.0f, 0.5f};
   for (int32_t i = 0; i < 10; ++i) {
     entries.push_back(

@@ -1,7 +1,7 @@
 #!/bin/sh
 # An installed tree serves programs wherever it was put: every header compiles alone as strict C11 and
 # as C++20, the examples build through pkg-config and through the CMake package, render the same sound
-# on both roads, the Python package works from there, and every program has a man page that reads without
+# in both ways, the Python package works from there, and every program has a man page that reads without
 # a warning.
 #   $1 build tree   $2 C compiler   $3 C++ compiler   $4 folder of the examples
 set -eu

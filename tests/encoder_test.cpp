@@ -130,6 +130,7 @@ TEST(EncoderInPlaceTest, OutputsMayOverlapTheInputs) {
       encoder_set_source_type(&e, s, type);
       encoder_set_source_position(&e, s, 1.0f, static_cast<float>(s) - 12.0f, 2.0f);
     }
+    encoder_set_source_type(&e, kSources - 1, ENCODER_SOURCE_LFE);
     const auto pass =
         type == ENCODER_SOURCE_LOUDSPEAKER ? encoder_process_dynamic : encoder_process_static;
     for (const uint32_t accumulate : {0u, 1u}) {

@@ -26,7 +26,7 @@ TEST(MissingRecordTest, IsReportedByEveryModule) {
                               ubr_downmix(nullptr, nullptr, nullptr),
                               ubr_process_reverb(nullptr, nullptr, nullptr, 64)};
   for (const uint32_t& code : missing) EXPECT_EQ(UBR_MISSING, code) << &code - missing;
-  // Deliberate: inits report it as memory that could not be had.
+  // Inits take a null record for a failed allocation of it.
   for (const uint32_t code :
        {ambisonics_base_init(nullptr, {}), encoder_init(nullptr, &base, 1, 64),
         rotator_init(nullptr, &base, 64), binauralizer_init(nullptr, 1, 64)}) {

@@ -40,6 +40,12 @@ const rotator_t* rotator_of(const ubr_t& r) {
   return r.render_mode == UBR_MODE_BINAURAL_TRACKED ? r.rotator : nullptr;
 }
 
+// With as many sources as channels, a transform per source is no less work than one per channel.
+// This is settled when the renderer is built, so that no memory is taken where it never fits.
+bool has_few_sources(const ubr_t& r) {
+  return r.encoder && r.num_inputs < r.ambi_config.num_channels;
+}
+
 // Nothing between encoder and ears moves in this block or adds to the field.
 bool is_static(const ubr_t& r, const block_t& block) {
   if (!encoder_takes(r, block) || !r.binauralizer || !r.hoa_buffer_b) return false;
@@ -142,8 +148,7 @@ uint32_t render(const ubr_t& r, const block_t& block, void* memory) {
 }
 
 uint32_t init(const ubr_t& r, void** memory) {
-  // With as many sources as channels, a transform per source is no less work than one per channel.
-  if (!r.encoder || r.num_inputs >= r.ambi_config.num_channels) return UBR_OK;
+  if (!has_few_sources(r)) return UBR_OK;
   auto* const m = alloc_zeroed<memory_t>(1u);
   *memory = m;
   if (!m) return UBR_NO_MEMORY;

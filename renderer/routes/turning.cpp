@@ -23,9 +23,9 @@ float* const* field_of(const ubr_t& r, const block_t& block) {
   return r.render_mode == UBR_MODE_BINAURAL_TRACKED ? r.hoa_buffer_b : block.outputs;
 }
 
-// A weight that ramps takes two multiply-adds. Here every source has one such weight per channel;
-// the plain route takes one multiply-add for each of these and has the ramping weights of the
-// rotation, which are few.
+// A weight that ramps takes two multiply-adds. This route ramps every weight of every source. The
+// plain route ramps only the weights of the rotation, which are few, and encodes with static
+// weights at one multiply-add each. So this route pays for few sources only.
 bool has_few_sources(const ubr_t& r) {
   return encoder_count_dynamic(*r.encoder) <= r.ambi_config.num_channels / 2;
 }

@@ -17,7 +17,7 @@ namespace live {
 class HeadTrackers {
  public:
   // Listens as `options` say and writes to `poses`, which must outlive it. Throws Failure when a
-  // port cannot be had.
+  // port cannot be opened.
   HeadTrackers(const Options& options, PoseSlot* poses);
 
   const HeadInput& input() const { return input_; }
