@@ -107,7 +107,8 @@ void encode(encoder_t* e, const float* const* inputs, float* const* outputs, uin
   if (with_lfe) pass.lfe = gather_lfe(*e, inputs, pass.sources.count);
   const channels_t<float> out = {outputs, e->ambisonics->num_channels};
   const channels_t<const float> read = {selected_rows(*e), pass.sources.count + pass.lfe.count};
-  if (channels_overlap(read, out, frames) && frames <= e->padded_frame) {
+  const bool can_stage = e->output_matrix && frames <= e->padded_frame;
+  if (can_stage && channels_overlap(read, out, frames)) {
     encode_staged(*e, pass, out, accumulate);
   } else {
     encode_directly(pass, out, accumulate);
@@ -116,8 +117,8 @@ void encode(encoder_t* e, const float* const* inputs, float* const* outputs, uin
 
 }  // namespace
 
-uint32_t encoder_init(encoder_t* e, const ambisonics_base_t* ambisonics, uint32_t num_sources,
-                      uint32_t max_frame_size) {
+uint32_t encoder_init_unstaged(encoder_t* e, const ambisonics_base_t* ambisonics,
+                               uint32_t num_sources, uint32_t max_frame_size) {
   if (!e) return UBR_NO_MEMORY;  // Deliberate: a record is null where it could not be allocated.
   *e = {};
   e->ambisonics = ambisonics;
@@ -129,12 +130,18 @@ uint32_t encoder_init(encoder_t* e, const ambisonics_base_t* ambisonics, uint32_
   e->sources = alloc_zeroed<encoder_source_t>(num_sources);
   e->input_matrix = reinterpret_cast<float*>(alloc_zeroed<const float*>(num_sources));
   e->gain_matrix = alloc_zeroed<float>(e->padded_sources, e->padded_channels);
-  e->output_matrix = alloc_zeroed<float>(e->padded_channels, e->padded_frame);
-  if (!e->sources || !e->input_matrix || !e->gain_matrix || !e->output_matrix) {
-    return UBR_NO_MEMORY;
-  }
+  if (!e->sources || !e->input_matrix || !e->gain_matrix) return UBR_NO_MEMORY;
   for (uint32_t s = 0; s < num_sources; ++s) encoder_set_source_position(e, s, 1.0f, 0.0f, 0.0f);
   return UBR_OK;
+}
+
+uint32_t encoder_init(encoder_t* e, const ambisonics_base_t* ambisonics, uint32_t num_sources,
+                      uint32_t max_frame_size) {
+  if (const uint32_t code = encoder_init_unstaged(e, ambisonics, num_sources, max_frame_size)) {
+    return code;
+  }
+  e->output_matrix = alloc_zeroed<float>(e->padded_channels, e->padded_frame);
+  return e->output_matrix ? UBR_OK : UBR_NO_MEMORY;
 }
 
 uint32_t encoder_set_source_position(encoder_t* e, uint32_t index, float x, float y, float z) {

@@ -37,8 +37,8 @@ typedef struct encoder_t {
   const ambisonics_base_t* ambisonics;  // shared, not owned
   float* input_matrix;                  // scratch: addresses of the encoded sources' samples
   float* gain_matrix;                   // padded_sources x padded_channels, their SH weights
-  float* output_matrix;                 // scratch: the outputs, where they overlap the inputs
-  uint32_t padded_sources;              // sizes rounded up to multiples of four
+  float* output_matrix;     // scratch: the outputs, where they overlap the inputs; or null
+  uint32_t padded_sources;  // sizes rounded up to multiples of four
   uint32_t padded_channels;
   uint32_t padded_frame;
 } encoder_t;

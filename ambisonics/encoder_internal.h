@@ -8,6 +8,11 @@
 #include "ambisonics/encoder.h"
 #include "numerics/mix_channels.h"
 
+// As encoder_init, for an encoder that only holds sources and their SH weights, or whose outputs
+// lie apart from its inputs: it takes no memory to stage a block.
+uint32_t encoder_init_unstaged(encoder_t* encoder, const ambisonics_base_t* ambisonics,
+                               uint32_t num_sources, uint32_t max_frame_size);
+
 // Sources of the dynamic pass.
 uint32_t encoder_count_dynamic(const encoder_t& encoder);
 

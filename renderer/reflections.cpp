@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "ambisonics/encoder_internal.h"
 #include "ambisonics/sphere_directions.h"
 #include "base/checked.h"
 #include "base/memory.h"
@@ -98,8 +99,8 @@ uint32_t make_block_buffers(ubr_reflections_t* r, uint32_t num_channels, uint32_
 uint32_t make_encoder(ubr_reflections_t* r, const ambisonics_base_t* ambisonics,
                       uint32_t max_frame_size) {
   encoder_cleanup(r->reflections_encoder);
-  if (const uint32_t code =
-          encoder_init(r->reflections_encoder, ambisonics, r->reflection_count, max_frame_size)) {
+  if (const uint32_t code = encoder_init_unstaged(r->reflections_encoder, ambisonics,
+                                                  r->reflection_count, max_frame_size)) {
     return code;
   }
   for (uint32_t k = 0; k < r->reflection_count; ++k) {

@@ -118,7 +118,8 @@ class Scene {
   // A route that exists takes blocks where it should, and nowhere else.
   void expect_taken(const std::string& name, bool fits) const {
     for (const auto& f : followers_) {
-      if (name == kRoutes[f->route]->name) EXPECT_EQ(fits, f->blocks > 3) << name;
+      if (name != kRoutes[f->route]->name) continue;
+      EXPECT_EQ(fits, f->blocks > 3) << name;
     }
   }
   const ubr_t& renderer() const { return whole_.r; }
