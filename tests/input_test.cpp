@@ -72,6 +72,52 @@ TEST_F(PipeTest, WhateverLengthTheHeaderSaysAllIsHeard) {
   EXPECT_NE(errors_.find("in.wav: warning: ends before the length"), std::string::npos) << errors_;
 }
 
+// Padding and chunks after the samples are not sound, and samples that look like a chunk's name
+// are.
+TEST_F(PipeTest, TheEndOfTheSamplesIsFound) {
+  const float spaces = static_cast<float>(0x202020) / 8388608.0f;  // in 24 bits
+  write("bed.wav", "5.1", 48000, std::vector<float>(6 * 5001, spaces));
+  ASSERT_EQ(0,
+            std::system(("cd " + folder_.string() +
+                         " && for out in plain.wav plain.w64 '-rf64 always plain.rf64.wav'; do "
+                         "ffmpeg -v error -i bed.wav -c:a pcm_s24le $out; done; "
+                         "ffmpeg -v error -i bed.wav -af pan=mono\\|c0=c0 -c:a pcm_s24le one.wav")
+                            .c_str()));
+  const auto ears_of = [&](const std::string& arguments) {
+    EXPECT_EQ(0, run(arguments + " --dry")) << errors_;
+    return read("ears.wav");
+  };
+  const std::vector<float> plain = ears_of("plain.wav ears.wav");
+  const std::vector<float> one = ears_of("one.wav ears.wav");
+  const std::string wav = text_of("plain.wav"), w64 = text_of("plain.w64"),
+                    rf64 = text_of("plain.rf64.wav"), mono = text_of("one.wav");
+  const std::string list = std::string("LIST") + '\4' + std::string(3, '\0') + "INFO";
+  const struct {
+    const char* name;
+    std::string bytes;
+    const std::vector<float>* ears;
+    const char* warning;
+  } cases[] = {
+      {"W64", w64, &plain, ""},
+      {"W64 without padding", w64.substr(0, w64.size() - 6), &plain, ""},
+      {"W64, junk", w64 + "what is this", &plain, "not read any further"},
+      {"RF64, junk", rf64 + "what is this", &plain, "not read any further"},
+      {"odd", mono, &one, ""},
+      {"odd, a chunk after", mono + list, &one, ""},
+      {"odd, a chunk after no padding", mono.substr(0, mono.size() - 1) + list, &one, ""},
+      {"wrapped", with_size(wav, 18 * 100), &plain, "read to its end"},
+      {"wrapped within a frame", with_size(wav, 18 * 100 + 7), &plain, "read to its end"},
+  };
+  for (const auto& c : cases) {
+    std::ofstream(path("in.wav"), std::ios::binary) << c.bytes;
+    ASSERT_EQ(0, run("- ears.wav --dry", "cat in.wav | ")) << c.name << errors_;
+    EXPECT_TRUE(*c.ears == read("ears.wav")) << c.name;
+    EXPECT_NE(errors_.find(c.warning), std::string::npos) << c.name << errors_;
+    EXPECT_EQ(*c.warning ? 1 : 0, run("- strict.wav --dry --strict", "cat in.wav | "))
+        << c.name << errors_;
+  }
+}
+
 TEST_F(PipeTest, RawSamplesAndPipesOnBothSidesSoundAsFiles) {
   const std::vector<float> bed = noise(6 * 5000);
   write("bed.wav", "5.1", 48000, bed);

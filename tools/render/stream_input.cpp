@@ -12,11 +12,7 @@ namespace {
 
 constexpr size_t kMostChannels = 1024;
 
-// Whether they can be the name of a chunk that follows the samples.
-bool is_chunk_name(std::string_view bytes) {
-  return bytes.size() == 4 &&
-         std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= ' ' && c <= '~'; });
-}
+constexpr size_t kNameBytes = 4;  // of a chunk
 
 }  // namespace
 
@@ -49,21 +45,38 @@ void StreamInput::read_header() {
     labels_ = labels_from_wave_mask(header.mask, channels_);
     format_ = header.format + ", " + raw_sample_name(sample_);
     is_open_ended_ = !header.data_bytes;
+    alignment_bytes_ = header.alignment_bytes;
+    may_wrap_ = header.may_wrap;
     bytes_left_ = header.data_bytes.value_or(0);
+    padding_bytes_ = (alignment_bytes_ - bytes_left_ % alignment_bytes_) % alignment_bytes_;
     frames_ = bytes_left_ / (channels_ * raw_sample_bytes(sample_));
   } catch (const BadText& bad) {
     throw Failure(path_, bad.what());
   }
 }
 
-// After the length that the header says: whether sound follows, as after the 32 bits of a header
-// that has wrapped around.
+// After the whole frames of the length that the header says: whether sound follows, as after the
+// 32 bits of a header that has wrapped around. Then the bytes that are left begin its first frame.
 bool StreamInput::continues() {
-  const std::string_view next = source_->peek(4);
-  if (next.empty() || is_chunk_name(next)) return false;
-  warnings_.emplace_back("goes on after the length that its header says; read to its end");
-  is_open_ended_ = true;
-  return true;
+  if (ended_) return false;
+  const size_t left = static_cast<size_t>(bytes_left_);
+  const std::string_view next = source_->peek(left + padding_bytes_ + kNameBytes);
+  const auto is_chunk = [&](size_t at) {
+    return at < next.size() && wav_chunk_is_known(next.substr(at, kNameBytes));
+  };
+  // Some writers leave out the padding.
+  if (next.size() <= left + padding_bytes_ || is_chunk(left) || is_chunk(left + padding_bytes_)) {
+    // FFmpeg counts the padding of W64 as samples.
+    if (left >= alignment_bytes_) warnings_.emplace_back("ends within a frame");
+  } else if (may_wrap_) {
+    warnings_.emplace_back("goes on after the length that its header says; read to its end");
+    is_open_ended_ = true;
+    return true;
+  } else {
+    warnings_.emplace_back("goes on after the length that its header says; not read any further");
+  }
+  ended_ = true;
+  return false;
 }
 
 size_t StreamInput::read_frames(float* frames, size_t count) {
@@ -82,6 +95,7 @@ size_t StreamInput::read_frames(float* frames, size_t count) {
     if (read < size) {
       warnings_.emplace_back("ends before the length that its header says");
       bytes_left_ = 0;
+      ended_ = true;
     } else if (done < count && bytes_left_ < frame_bytes && continues()) {
       return done + read_frames(frames + done * channels_, count - done);
     }

@@ -11,8 +11,8 @@
 
 namespace render {
 
-// Reads on to the end where the header leaves the length open, and where sound goes on after the
-// length that it says.
+// Reads on to the end where the header leaves the length open, and where sound goes on after one of
+// 32 bits.
 class StreamInput final : public AudioInput {
  public:
   // `request.raw`, or a WAV header at the beginning of `source`. Throws Failure.
@@ -26,7 +26,11 @@ class StreamInput final : public AudioInput {
   std::unique_ptr<ByteSource> source_;
   RawSample sample_ = RawSample::kFloat32;
   bool is_open_ended_ = true;
-  uint64_t bytes_left_ = 0;  // of the length that the header says
+  uint64_t bytes_left_ = 0;     // of the length that the header says
+  size_t alignment_bytes_ = 1;  // of the chunk after it
+  size_t padding_bytes_ = 0;
+  bool may_wrap_ = false;  // that length
+  bool ended_ = false;
   std::vector<unsigned char> bytes_;
 };
 

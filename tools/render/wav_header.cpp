@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 #include "tools/render/failure.h"
@@ -16,6 +17,15 @@ constexpr uint32_t kOpen32 = 0xFFFFFF00;  // sizes from here on stand for an ope
 constexpr uint64_t kOpen64 = uint64_t{1} << 62;
 constexpr size_t kMostFormatBytes = 4096;
 constexpr uint16_t kPcm = 1, kFloat = 3, kExtensible = 0xFFFE;
+
+// Of RIFF, EBU Tech 3285 and 3306, Rec. ITU-R BS.2088 and what editors add; W64 has some of them in
+// small letters.
+constexpr std::string_view kChunks[] = {
+    "LIST", "list", "fact", "cue ", "smpl", "inst", "plst", "labl", "note", "ltxt", "bext", "iXML",
+    "axml", "bxml", "sxml", "chna", "id3 ", "ID3 ", "JUNK", "junk", "FLLR", "PAD ", "PEAK", "fake",
+    "acid", "strc", "umid", "cart", "levl", "link", "minf", "elm1", "regn", "DISP", "qlty", "mext",
+    "aXML", "_PMX", "r64m", "ubxt", "dbmd", "afsp", "CSET", "slnt", "ovwf", "MD5 ", "mark", "summ",
+};
 
 template <typename Number>
 Number number_at(const unsigned char* bytes) {
@@ -77,12 +87,14 @@ class HeaderReader {
       return false;
     }
     uint64_t left = size;
+    has_long_size_ |= chunk == "ds64";
     if (chunk == "fmt ") left -= read_format(size);
     if (chunk == "ds64") left -= read_long_size(size);
-    const uint64_t unit = is_w64_ ? 8 : 2;
-    skip(left + (unit - size % unit) % unit);
+    skip(left + (alignment() - size % alignment()) % alignment());
     return true;
   }
+
+  size_t alignment() const { return is_w64_ ? 8 : 2; }
 
   void settle_length(uint64_t size) {
     if (is_w64_) {
@@ -91,7 +103,9 @@ class HeaderReader {
       if (long_size_ < kOpen64) header_.data_bytes = long_size_;
     } else if (size > 0 && size < kOpen32) {
       header_.data_bytes = size;
+      header_.may_wrap = header_.format == "WAV" && !has_long_size_;
     }
+    header_.alignment_bytes = alignment();
   }
 
   uint64_t read_long_size(uint64_t size) {
@@ -133,7 +147,7 @@ class HeaderReader {
 
   const ReadBytes& read_;
   WavHeader header_;
-  bool is_w64_ = false;
+  bool is_w64_ = false, has_long_size_ = false;
   uint64_t long_size_ = 0;  // of a ds64 chunk
 };
 
@@ -144,6 +158,11 @@ bool wav_header_begins(std::string_view bytes) {
   if (bytes.starts_with(std::string_view(kW64Guid, 12))) return true;
   const std::string_view name = bytes.substr(0, 4);
   return (name == "RIFF" || name == "RF64" || name == "BW64") && bytes.substr(8, 4) == "WAVE";
+}
+
+bool wav_chunk_is_known(std::string_view bytes) {
+  return bytes.size() == 4 &&
+         std::find(std::begin(kChunks), std::end(kChunks), bytes) != std::end(kChunks);
 }
 
 WavHeader wav_header_read(const ReadBytes& read) { return HeaderReader(read).run(); }
