@@ -42,6 +42,9 @@ class AudioInput {
   // As far as is known before the end: 0 where nothing is known, about right from a film.
   uint64_t frames() const { return frames_; }
 
+  // Whether no more frames than those will come.
+  bool is_length_certain() const { return is_length_certain_; }
+
   // Of the file and its samples, in words.
   const std::string& format() const { return format_; }
 
@@ -73,6 +76,7 @@ class AudioInput {
   size_t channels_ = 0;
   int sample_rate_hz_ = 0;
   uint64_t frames_ = 0;
+  bool is_length_certain_ = false;
   std::string format_;
   ChannelLabels labels_;
   std::vector<std::string> warnings_;

@@ -23,7 +23,7 @@ enum class SampleFormat { kFloat32, kInt24, kInt16 };
 
 // What was rendered, for outputs that take more from it than the sound.
 struct OutputSource {
-  std::string path;                     // empty: a pipe, or none
+  std::string path;                     // empty: a pipe, raw samples, or none
   const MediaInfo* media = nullptr;     // null: libsndfile reads it
   const MediaStream* stream = nullptr;  // of media, the one that was rendered
   std::map<std::string, std::string> tags;

@@ -84,6 +84,7 @@ AudioReader::AudioReader(const std::string& path)
   channels_ = static_cast<size_t>(info_.channels);
   sample_rate_hz_ = info_.samplerate;
   frames_ = static_cast<uint64_t>(info_.frames);
+  is_length_certain_ = true;
   if (frames_ == 0) throw Failure(path, "holds no audio");
   if (info_.frames == SF_COUNT_MAX) throw Failure(path, "does not say how long it is");
   format_ = format_name(info_.format & SF_FORMAT_TYPEMASK) + ", " +

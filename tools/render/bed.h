@@ -27,6 +27,9 @@ class Bed {
   // Length as far as it is known, else 0; a frame more or less after resampling.
   virtual uint64_t expected_frames() const = 0;
 
+  // Whether it will not be longer than that.
+  virtual bool is_length_certain() const { return true; }
+
   // Fills `bed` with interleaved frames; fewer than `count` only at the end. Throws Failure.
   virtual size_t read(float* bed, size_t count) = 0;
 };

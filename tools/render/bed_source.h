@@ -24,6 +24,7 @@ class BedSource final : public Bed {
 
   const Layout& layout() const override { return *plan_.layout; }
   uint64_t expected_frames() const override;
+  bool is_length_certain() const override { return reader_.is_length_certain(); }
   std::vector<std::string> warnings() const override { return reader_.warnings(); }
   size_t read(float* bed, size_t count) override;
 

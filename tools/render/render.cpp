@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -28,6 +29,7 @@ const std::vector<Speaker> kEars = {Speaker::kFrontLeft, Speaker::kFrontRight};
 
 void refuse_same_file(const std::string& input, const std::string& output) {
   std::error_code error;
+  if (input == "-" || output == "-") return;  // pipes, whatever files are called so
   if (std::filesystem::equivalent(input, output, error)) {
     throw Failure(output, "is the input file as well");
   }
@@ -86,6 +88,7 @@ class Recording final : public Bed {
   const std::optional<LoudnessMeter>& meter() const { return meter_; }
   const Layout& layout() const override { return source_.layout(); }
   uint64_t expected_frames() const override { return source_.expected_frames(); }
+  bool is_length_certain() const override { return source_.is_length_certain(); }
   std::vector<std::string> warnings() const override { return source_.warnings(); }
   size_t read(float* bed, size_t count) override { return source_.read(bed, count); }
 
@@ -96,11 +99,17 @@ class Recording final : public Bed {
   BedSource source_;
 };
 
+// As many frames of the effect's last as long at another rate.
+uint64_t frames_at(int rate_hz, uint64_t frames) {
+  const double ratio = static_cast<double>(rate_hz) / kEffectRateHz;
+  return static_cast<uint64_t>(std::llround(static_cast<double>(frames) * ratio));
+}
+
 std::unique_ptr<AudioOutput> open_output(const Options& options, uint64_t expected_frames,
                                          const OutputSource& source) {
   AudioSpec spec;
   spec.sample_rate_hz = options.output_rate_hz;
-  spec.expected_frames = expected_frames;
+  spec.expected_frames = frames_at(options.output_rate_hz, expected_frames);
   spec.sample_format = options.sample_format;
   spec.codec = options.codec;
   spec.replace = options.replace;
@@ -163,10 +172,11 @@ void run_leveled(const Options& options, RenderPass* pass, size_t skip, Report* 
   }
 }
 
-OutputSource source_of(const AudioInput& input) {
+OutputSource source_of(const InputRequest& request, const AudioInput& input) {
   OutputSource source;
   std::error_code error;
-  if (std::filesystem::is_regular_file(input.path(), error)) source.path = input.path();
+  const bool is_file = request.path != "-" && std::filesystem::is_regular_file(request.path, error);
+  if (is_file && !request.raw) source.path = request.path;
   source.media = input.media();
   source.stream = input.stream();
   source.tags = input.tags();
@@ -180,8 +190,8 @@ Report render_bed(const Options& options, Bed& bed, const OutputSource& source) 
   RenderPass pass(options, bed);
   const size_t skip = options.keep_latency ? 0 : kEarLatencyFrames;
   const uint64_t expected = pass.expected_frames();
-  const std::unique_ptr<AudioOutput> output =
-      open_output(options, expected > skip ? expected - skip : 0, source);
+  const std::unique_ptr<AudioOutput> output = open_output(
+      options, bed.is_length_certain() && expected > skip ? expected - skip : 0, source);
   print_room_notice(options);
   if (!pass.notice().empty()) print_notice(options.trajectory, pass.notice());
 
@@ -197,7 +207,8 @@ Report render_bed(const Options& options, Bed& bed, const OutputSource& source) 
   finish.end();
   report.layout = bed.layout().name;
   report.output_format = output->format();
-  report.output_rate_hz = kEffectRateHz;
+  report.output_rate_hz = options.output_rate_hz;
+  report.output_frames = frames_at(options.output_rate_hz, report.output_frames);
   if (options.fail_on_clip) refuse_clipping(report);
   print_warnings(options, bed);
   output->commit();
@@ -213,7 +224,7 @@ Report render_file(const Options& options) {
   for (const std::string& notice : recording.plan().notices) {
     print_notice(options.input.path, notice);
   }
-  Report report = render_bed(options, recording, source_of(recording.input()));
+  Report report = render_bed(options, recording, source_of(options.input, recording.input()));
   report.input = options.input.path;
   report.input_rate_hz = recording.input().sample_rate_hz();
   report.input_frames = recording.input().position();

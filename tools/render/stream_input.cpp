@@ -50,6 +50,7 @@ void StreamInput::read_header() {
     bytes_left_ = header.data_bytes.value_or(0);
     padding_bytes_ = (alignment_bytes_ - bytes_left_ % alignment_bytes_) % alignment_bytes_;
     frames_ = bytes_left_ / (channels_ * raw_sample_bytes(sample_));
+    is_length_certain_ = !is_open_ended_ && !may_wrap_;
   } catch (const BadText& bad) {
     throw Failure(path_, bad.what());
   }
