@@ -143,16 +143,19 @@ TEST_F(FilmTest, AGapIsHeardAsOne) {
 
 TEST_F(FilmTest, SoundAloneKeepsItsTags) {
   write("bed.wav", "5.1", 48000, std::vector<float>(6 * 4800, 0.01f));
-  output_of("ffmpeg -v error -i bed.wav -metadata title=Night -metadata artist=Nobody bed.flac");
-  for (const char* out : {"out.flac", "out.wav", "out.m4a", "out.opus", "out.mka"}) {
-    ASSERT_EQ(0, run(std::string("bed.flac ") + out)) << errors_;
-    const MediaInfo info = probe(out);
-    ASSERT_EQ(1u, info.streams.size()) << out;
-    const std::string tags = output_of(std::string("ffprobe -v error -show_entries "
-                                                   "format_tags:stream_tags ") +
-                                       out);
-    EXPECT_NE(tags.find("Night"), std::string::npos) << out << tags;
-    EXPECT_NE(tags.find("Nobody"), std::string::npos) << out << tags;
+  for (const char* in : {"bed.flac", "bed.opus"}) {
+    output_of("ffmpeg -v error -i bed.wav -metadata title=Night -metadata artist=Nobody " +
+              std::string(in));
+    for (const char* out : {"out.flac", "out.wav", "out.m4a", "out.opus", "out.mka"}) {
+      ASSERT_EQ(0, run(std::string(in) + " " + out)) << errors_;
+      const MediaInfo info = probe(out);
+      ASSERT_EQ(1u, info.streams.size()) << out;
+      const std::string tags = output_of(std::string("ffprobe -v error -show_entries "
+                                                     "format_tags:stream_tags ") +
+                                         out);
+      EXPECT_NE(tags.find("Night"), std::string::npos) << in << " " << out << tags;
+      EXPECT_NE(tags.find("Nobody"), std::string::npos) << in << " " << out << tags;
+    }
   }
 }
 

@@ -103,6 +103,13 @@ FfmpegInput::~FfmpegInput() {
   feeder_.join();
 }
 
+// Ogg has them in its streams. Other containers keep there what is true of the stream alone.
+std::map<std::string, std::string> FfmpegInput::tags() const {
+  std::map<std::string, std::string> tags = media_.tags;
+  if (media_.format == "Ogg") tags.insert(stream_.tags.begin(), stream_.tags.end());
+  return tags;
+}
+
 // Its failures show in what ffmpeg makes of them.
 void FfmpegInput::feed() try {
   std::array<char, kFeedBytes> bytes;

@@ -29,7 +29,7 @@ class FfmpegInput final : public AudioInput {
   FfmpegInput(const InputRequest& request, std::unique_ptr<ByteSource> pipe);
   ~FfmpegInput() override;
 
-  std::map<std::string, std::string> tags() const override { return media_.tags; }
+  std::map<std::string, std::string> tags() const override;
   const MediaInfo* media() const override { return &media_; }
   const MediaStream* stream() const override { return &stream_; }
 

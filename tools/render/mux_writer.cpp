@@ -131,6 +131,17 @@ Words film_streams(const AudioSpec& spec, const Container& container,
   return words;
 }
 
+// Tags that FFmpeg does not find where it looks for those of the file.
+Words stream_tags(const OutputSource& source) {
+  Words words;
+  if (!source.media) return words;
+  for (const auto& [name, value] : source.tags) {
+    if (source.media->tags.count(name) > 0 || name == "encoder") continue;
+    append(&words, {"-metadata", name + "=" + value});
+  }
+  return words;
+}
+
 Words command(const std::string& path, const std::string& target, const AudioSpec& spec,
               const std::string& codec, std::vector<std::string>* notices) {
   const Container& container = *find_container(path);
@@ -151,6 +162,7 @@ Words command(const std::string& path, const std::string& target, const AudioSpe
     append(&words, {"-map", has_source ? "1:a" : "0:a"});
     if (has_source && container.muxer == std::string("ipod"))
       append(&words, {"-map", "0:v?", "-c:v", "copy"});
+    append(&words, stream_tags(spec.source));
   }
   if (has_source) append(&words, {"-map_metadata", "0", "-map_chapters", "0"});
   append(&words, {"-c:a:0"});

@@ -18,7 +18,7 @@ constexpr size_t kMostChannels = 1024;
 constexpr double kMostRate = 1e7;
 constexpr char kEntries[] =
     "stream=index,codec_name,codec_type,channels,channel_layout,sample_rate,duration"
-    ":stream_tags=language,title:stream_disposition=default,attached_pic"
+    ":stream_tags:stream_disposition=default,attached_pic"
     ":format=format_long_name,duration:format_tags";
 
 // The value of a line of ffprobe's flat format: a number, or a text in quotes with escapes.
@@ -45,6 +45,16 @@ double number_of(const std::string& value, double most) {
   return number > 0.0 && number <= most ? number : 0.0;
 }
 
+// Of a key "tags.TITLE".
+void set_tag(std::map<std::string, std::string>* tags, std::string_view key,
+             const std::string& value) {
+  constexpr std::string_view kTags = "tags.";
+  if (!key.starts_with(kTags)) return;
+  std::string tag(key.substr(kTags.size()));
+  for (char& c : tag) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  (*tags)[tag] = value;
+}
+
 void set_field(MediaStream* stream, std::string_view key, const std::string& value) {
   if (key == "index") stream->index = static_cast<int>(number_of(value, kMostStreams));
   if (key == "codec_type") stream->kind = value;
@@ -55,19 +65,15 @@ void set_field(MediaStream* stream, std::string_view key, const std::string& val
   if (key == "duration") stream->duration_s = number_of(value, 1e9);
   if (key == "tags.language") stream->language = value;
   if (key == "tags.title") stream->title = value;
+  set_tag(&stream->tags, key, value);
   if (key == "disposition.default") stream->is_default = value == "1";
   if (key == "disposition.attached_pic") stream->is_picture = value == "1";
 }
 
 void set_field(MediaInfo* info, std::string_view key, const std::string& value) {
-  constexpr std::string_view kTags = "tags.";
   if (key == "format_long_name") info->format = value;
   if (key == "duration") info->duration_s = number_of(value, 1e9);
-  if (key.starts_with(kTags)) {
-    std::string tag(key.substr(kTags.size()));
-    for (char& c : tag) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    info->tags[tag] = value;
-  }
+  set_tag(&info->tags, key, value);
 }
 
 }  // namespace
@@ -132,6 +138,7 @@ MediaInfo probe_file(const std::string& path, int input) {
   Subprocess& ffprobe = *started;
   std::string text(kMostOutput, '\0');
   text.resize(ffprobe.read(text.data(), text.size()));
+  if (text.size() == kMostOutput) throw Failure(path, "ffprobe does not come to an end with it");
   if (ffprobe.wait() != 0) {
     throw Failure(
         path, "cannot be read as audio: ffprobe says: " + ffmpeg_reason(ffprobe.errors(), name));

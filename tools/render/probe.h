@@ -22,6 +22,7 @@ struct MediaStream {
   std::string layout;       // FFmpeg's description of the channels
   double duration_s = 0.0;  // 0: unknown
   std::string language, title;
+  std::map<std::string, std::string> tags;  // all of them, with names in small letters
   bool is_default = false;
   bool is_picture = false;  // a cover, not a film
 };
