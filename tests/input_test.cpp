@@ -11,6 +11,7 @@
 #include "tools/render/failure.h"
 #include "tools/render/probe.h"
 #include "tools/render/subprocess.h"
+#include "tools/render/text.h"
 #include "tools/render/wav_header.h"
 
 namespace render {
@@ -128,6 +129,14 @@ TEST_F(PipeTest, RawSamplesAndPipesOnBothSidesSoundAsFiles) {
   const std::vector<float> plain = read("plain.wav");
   ASSERT_EQ(0, run("bed.f32 ears.wav --dry --raw f32 --channels FL,FR,FC,LFE,BL,BR")) << errors_;
   EXPECT_EQ(plain, read("ears.wav"));
+  ASSERT_EQ(0, run("bed.wav rated.wav --dry --rate 96000")) << errors_;
+  const double seconds = static_cast<double>(read("rated.wav").size()) / 2.0 / 96000.0;
+  EXPECT_NE(log().find(text_format("float, 96000 Hz, %.3f s", seconds)), std::string::npos)
+      << log();
+  // Neither raw samples nor a file that is called as standard input are for ffmpeg to read.
+  ASSERT_EQ(0, run("bed.f32 ears.mka --dry --raw f32 --layout 5.1")) << errors_;
+  std::ofstream(path("-")) << "no sound";
+  ASSERT_EQ(0, run("- ears.m4a --dry <bed.wav")) << errors_;
   ASSERT_EQ(0, run("- - --dry --raw f32 --layout 5.1 <bed.f32")) << errors_;
   std::ofstream(path("piped.wav"), std::ios::binary) << log();
   EXPECT_EQ(plain, read("piped.wav"));
@@ -170,6 +179,37 @@ TEST(ByteSourceTest, StopsWaiting) {
   EXPECT_EQ(0u, source.read(&byte, 1));
   stopper.join();
   close(ends[1]);
+}
+
+TEST_F(PipeTest, LayoutsThatAreUnknownAreNotGuessed) {
+  const struct {
+    const char* tag;  // the last two bytes are the count
+    const char* error;
+  } cases[] = {
+      {"\0\x79\0\6", ""},                             // 5.1
+      {"\0\x93\0\6", ""},                             // one channel after the other
+      {"\xFF\xFF\0\6", ""},                           // unknown
+      {"\0\x6E\0\6", "channel 1 is layout tag 110"},  // a hexagon
+      {"\0\x79\0\7", "channel 1 is layout tag 121"},
+      {"\0\0\0\0", "channel 1 is layout tag 0"},  // no descriptions follow
+  };
+  for (const char* name : {"bed.caf", "bed.aiff"}) {
+    write(name, "5.1", 48000, noise(6 * 480));
+    const std::string bytes = text_of(name);
+    const bool is_caf = name == std::string("bed.caf");
+    const size_t at = is_caf ? bytes.find("chan") + 12 : bytes.find("CHAN") + 8;
+    ASSERT_LT(at, bytes.size());
+    for (const auto& c : cases) {
+      std::string changed = bytes;
+      changed.replace(at, 4, c.tag, 4);
+      changed.replace(at + 8, 4, 4, '\0');
+      std::ofstream(path(name), std::ios::binary) << changed;
+      EXPECT_EQ(*c.error ? 1 : 0, run(name + std::string(" out.wav"))) << errors_;
+      EXPECT_NE(errors_.find(c.error), std::string::npos) << errors_;
+      if (!*c.error) continue;
+      EXPECT_EQ(0, run(name + std::string(" out.wav --channels wave --layout 5.1"))) << errors_;
+    }
+  }
 }
 
 // Before all of the input is there: what has been written is less than 100 ms behind.
@@ -232,6 +272,15 @@ TEST_F(PipeTest, TheDecoderEndsWithTheProgram) {
       if (entry.path().filename().string().starts_with(".")) std::filesystem::remove(entry);
     }
   }
+}
+
+TEST_F(PipeTest, EndlessWordsOfFfprobeAreCutShort) {
+  std::ofstream(path("ffprobe")) << "#!/bin/sh\nexec yes format.tags.title=Film\n";
+  std::filesystem::permissions(path("ffprobe"), std::filesystem::perms::owner_all);
+  std::ofstream(path("film.mkv")) << "anything";
+  EXPECT_EQ(1, run("film.mkv out.wav", "PATH=.:$PATH timeout 60 "));
+  EXPECT_NE(errors_.find("film.mkv: ffprobe does not come to an end"), std::string::npos)
+      << errors_;
 }
 
 TEST(ProbeTest, ReadsWhatFfprobeWritesAndRefusesTheRest) {

@@ -90,6 +90,8 @@ constexpr struct {
 } kCafLayouts[] = {
     {100, "FC"},
     {101, "FL,FR"},
+    {102, "FL,FR"},
+    {103, "FL,FR"},
     {108, "FL,FR,BL,BR"},
     {113, "FL,FR,FC"},
     {114, "FC,FL,FR"},
@@ -116,6 +118,7 @@ constexpr struct {
 };
 
 constexpr uint32_t kUseDescriptions = 0, kUseBitmap = 1;  // numbers of a tag
+constexpr uint32_t kDiscreteInOrder = 147, kUnknownLayout = 0xFFFF;
 constexpr uint32_t kLeftSurround = 5, kRightSurround = 6, kRearSurroundLeft = 33;
 
 // Apple's AudioChannelLabel. Left surround is the back pair unless there is a rear one beside it.
@@ -139,9 +142,16 @@ std::string described(uint32_t label, bool has_rear) {
   return "label " + std::to_string(label) + " of its channel layout";
 }
 
+// The file says what the channels are, and not in words that are known here.
+ChannelLabels labels_of_tag(uint32_t number, size_t channels) {
+  ChannelLabels labels(std::vector<Speaker>(channels, Speaker::kUnknown));
+  labels.names.assign(channels, "layout tag " + std::to_string(number));
+  return labels;
+}
+
 ChannelLabels labels_of_descriptions(std::string_view layout, size_t channels) {
   constexpr size_t kFirst = 12, kSize = 20;  // bytes
-  if (layout.size() < kFirst + channels * kSize) return std::vector<Speaker>(channels);
+  if (layout.size() < kFirst + channels * kSize) return labels_of_tag(kUseDescriptions, channels);
   std::vector<uint32_t> labels;
   for (size_t i = 0; i < channels; ++i) {
     labels.push_back(static_cast<uint32_t>(big_endian(layout, kFirst + i * kSize, 4)));
@@ -168,7 +178,8 @@ ChannelLabels labels_of_layout(std::string_view layout, size_t channels) {
     if (known.number != number || big_endian(layout, 2, 2) != channels) continue;
     return labels_read(known.channels, ',');
   }
-  return std::vector<Speaker>(channels);
+  if (number == kDiscreteInOrder || number == kUnknownLayout) return std::vector<Speaker>(channels);
+  return labels_of_tag(number, channels);
 }
 
 std::optional<ChannelLabels> caf_labels(int fd, size_t channels) {
