@@ -290,6 +290,7 @@ TEST_F(LiveProgramTest, RefusesWithOneLine) {
   };
   const std::string bed = "bed.wav --osc-port 0";
   expect(*start(bed), 1, "JACK server " + server_ + ": is not running");
+  expect(*start("-"), 1, "-: is a pipe, which orvane-render takes");
   expect(*start("none.wav"), 1, "none.wav: No such file or directory");
   expect(*start(""), 2, "--layout: is needed without a BED");
   ASSERT_NO_FATAL_FAILURE(start_server(kPeriod, 44100));

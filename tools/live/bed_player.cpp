@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <vector>
 
 #include "tools/render/audio_input.h"
@@ -56,9 +57,18 @@ void BedPlayer::read_once() {
   std::vector<float> bed(kReadFrames * channels_);
   while (wait_for_room(kReadFrames)) {
     const size_t frames = source.read(bed.data(), kReadFrames);
-    if (frames == 0) return;
+    if (frames == 0) return print_warnings(source.warnings());
     jack_ringbuffer_write(ring_.get(), reinterpret_cast<const char*>(bed.data()),
                           frames * channels_ * sizeof(float));
+  }
+}
+
+// Of the first time through: a loop would repeat them.
+void BedPlayer::print_warnings(const std::vector<std::string>& warnings) {
+  if (warned_) return;
+  warned_ = true;
+  for (const std::string& warning : warnings) {
+    std::fprintf(stderr, "orvane-live: %s: warning: %s\n", path_.c_str(), warning.c_str());
   }
 }
 

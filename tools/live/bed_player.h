@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "tools/render/channel_map.h"
 
@@ -43,12 +44,14 @@ class BedPlayer {
  private:
   void read_ahead();
   void read_once();
+  void print_warnings(const std::vector<std::string>& warnings);
   bool wait_for_room(size_t frames);
 
   std::string path_;
   const render::ChannelPlan& plan_;
   size_t channels_, tail_frames_;
   bool loop_;
+  bool warned_ = false;                                                    // of the reading thread
   std::unique_ptr<jack_ringbuffer_t, void (*)(jack_ringbuffer_t*)> ring_;  // of whole frames
   std::atomic<bool> filled_ = false;  // for the first time, or the file is shorter
   std::atomic<bool> ended_ = false;   // all frames are in the ring

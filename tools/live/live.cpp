@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <optional>
 #include <thread>
 
@@ -23,8 +24,17 @@ namespace {
 
 constexpr std::chrono::milliseconds kLook(50);  // how often to look whether it is over
 
+// A bed is opened more than once.
+void refuse_pipe(const std::string& bed) {
+  std::error_code error;
+  if (bed == "-" || std::filesystem::is_fifo(bed, error)) {
+    throw render::Failure(bed, "is a pipe, which orvane-render takes");
+  }
+}
+
 render::ChannelPlan plan_of(const Options& options) {
   if (!options.bed.empty()) {
+    refuse_pipe(options.bed);
     const auto input = render::audio_input_open({.path = options.bed});
     render::ChannelPlan plan = channel_plan_make(options.bed, input->labels(), options.channels);
     if (plan.layout->ambisonic_order == 0) return plan;
