@@ -268,6 +268,9 @@ TEST_F(PipeTest, TheDecoderEndsWithTheProgram) {
     for (int i = 0; i < 2000 && kill(decoder, 0) == 0; ++i) usleep(1000);
     EXPECT_NE(0, kill(decoder, 0)) << signal;
     EXPECT_FALSE(std::filesystem::exists(path("out.wav")));
+    if (signal != SIGKILL) {
+      EXPECT_TRUE(holds_only({"bed.wav", "long.mka"})) << signal;
+    }
     for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
       if (entry.path().filename().string().starts_with(".")) std::filesystem::remove(entry);
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/render/pending_file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -51,7 +52,7 @@ mode_t new_file_mode() {
 PendingFile::PendingFile(const std::string& path) : path_(path), target_(follow_links(path)) {
   check_target(path);
   std::string name = temporary_name(target_);
-  fd_ = mkstemp(name.data());
+  fd_ = mkostemp(name.data(), O_CLOEXEC);
   if (fd_ < 0) throw Failure(path, errno);
   temporary_path_ = name;
 }
