@@ -7,8 +7,8 @@
 #include <span>
 #include <vector>
 
+#include "tools/ears/frequency_grid.h"
 #include "tools/ears/measured_ears.h"
-#include "tools/ears/spectra.h"
 
 namespace ears {
 

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "tools/ears/spectra.h"
+#include "tools/ears/frequency_grid.h"
 
 namespace ears {
 

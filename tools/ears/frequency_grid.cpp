@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/ears/spectra.h"
+#include "tools/ears/frequency_grid.h"
 
 #include <algorithm>
 #include <bit>

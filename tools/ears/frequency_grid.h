@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The frequency grid that ears are fitted on, and what is done on it.
-#ifndef ORVANE_TOOLS_EARS_SPECTRA_H_
-#define ORVANE_TOOLS_EARS_SPECTRA_H_
+#ifndef ORVANE_TOOLS_EARS_FREQUENCY_GRID_H_
+#define ORVANE_TOOLS_EARS_FREQUENCY_GRID_H_
 
 #include <complex>
 #include <cstddef>
@@ -73,4 +73,4 @@ void unwrap(std::span<double> phases);
 
 }  // namespace ears
 
-#endif  // ORVANE_TOOLS_EARS_SPECTRA_H_
+#endif  // ORVANE_TOOLS_EARS_FREQUENCY_GRID_H_
