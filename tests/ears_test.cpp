@@ -18,28 +18,13 @@
 
 #include "ambisonics/sh_hrir.h"
 #include "renderer/parameters.h"
+#include "tests/support/counted_new.h"
 #include "tests/support/responses.h"
 #include "tests/support/sphere_head.h"
 #include "tools/ears/ear_cache.h"
 #include "tools/render/effect_host.h"
 #include "tools/render/failure.h"
 #include "tools/render/layouts.h"
-
-namespace {
-
-size_t g_allocations = 0;
-
-}  // namespace
-
-// Counts what the program takes from the heap; inlined on one side only, new and delete look
-// mismatched to g++.
-[[gnu::noinline]] void* operator new(size_t size) {
-  ++g_allocations;
-  if (void* memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept { std::free(memory); }
 
 namespace {
 

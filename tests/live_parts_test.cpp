@@ -19,28 +19,13 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/counted_new.h"
 #include "tools/live/bed_player.h"
 #include "tools/live/engine.h"
 #include "tools/live/head_glide.h"
 #include "tools/live/head_messages.h"
 #include "tools/live/pose_slot.h"
 #include "tools/render/audio_writer.h"
-
-namespace {
-
-size_t g_allocations = 0;
-
-}  // namespace
-
-// Counts what the program takes from the heap; the library takes its memory without C++. Inlined on
-// one side only, new and delete look mismatched to g++.
-[[gnu::noinline]] void* operator new(size_t size) {
-  ++g_allocations;
-  if (void* memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept { std::free(memory); }
 
 namespace live {
 namespace {
