@@ -22,6 +22,11 @@ else()
   endif()
   set(ORVANE_HWY_LIBRARY hwy::hwy)
   target_link_libraries(orvane_objects PUBLIC ${ORVANE_HWY_LIBRARY})
+  if(ORVANE_FUZZ)
+    # A processor takes one of the targets: the others would take a fuzzer half of its build and count as not covered.
+    target_compile_definitions(orvane_objects PUBLIC
+      "HWY_DISABLED_TARGETS=(HWY_SSSE3|HWY_SSE4|HWY_AVX3|HWY_AVX3_DL)")
+  endif()
   return()
 endif()
 

@@ -153,7 +153,7 @@ def settings_seeds():
     return seeds
 
 
-# Audio: layout, flags, whether to render (0) or to read only (1), then the file.
+# Audio: layout, flags, whether to render (0, in two threads 2) or to read only (3), then the file.
 def wave(channels, rate, samples, mask=None, form=b"RIFF", tag=3, size=None):
     extensible = struct.pack("<HHI", 22, 32, mask) + struct.pack("<H", tag) + bytes.fromhex(
         "000000001000800000aa00389b71") if mask is not None else b""
@@ -201,9 +201,10 @@ def audio_seeds():
         "empty": (labelled, wave(6, RATE, [], mask=0x3F)),
     }
     # All of them are read, some are rendered.
-    seeds = {f"read-{name}": options + b"\1" + data for name, (options, data) in files.items()}
+    seeds = {f"read-{name}": options + b"\3" + data for name, (options, data) in files.items()}
     for name in ("labelled-5.1", "told-22.2", "normalized", "not-a-number", "clipping", "caf"):
         seeds[f"render-{name}"] = files[name][0] + b"\0" + files[name][1]
+    seeds["render-in-threads"] = files["caf"][0] + b"\2" + files["caf"][1]
     return seeds
 
 

@@ -304,4 +304,18 @@ TEST(AtRestTest, SeesARotationThatChangedOutsideThePipeline) {
   }
 }
 
+TEST(TurningTest, LeavesOtherModesAlone) {
+  const float pose[3] = {0.2f, 0.0f, 1.0f};
+  const Planar input = planar_noise(2, 256, 1);
+  for (const uint32_t mode : {UBR_MODE_AMBISONIC, UBR_MODE_BINAURAL}) {
+    TestRenderer plain(UBR_INPUT_SOURCES, 2, mode, 256, 1);
+    TestRenderer given(UBR_INPUT_SOURCES, 2, mode, 256, 1);
+    EXPECT_EQ(UBR_OK, ubr_init_rotator(&given.r));
+    EXPECT_EQ(UBR_OK, ubr_set_user_orientation(&given.r, pose, ROTATOR_ROTATION_VECTOR));
+    for (TestRenderer* test : {&plain, &given}) test->place(1, 1, 0.0f, 1.0f, 0.5f);
+    SCOPED_TRACE(mode);
+    expect_same_signal(plain.render(input, {256}), given.render(input, {256}), 0.0f);
+  }
+}
+
 }  // namespace

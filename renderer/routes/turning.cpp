@@ -30,8 +30,10 @@ bool has_few_sources(const ubr_t& r) {
   return encoder_count_dynamic(*r.encoder) <= r.ambi_config.num_channels / 2;
 }
 
-bool has_no_reflections(const ubr_t& r) {
-  return r.render_mode == UBR_MODE_AMBISONIC_TRACKED || reflections_are_off(r.reflections);
+// A renderer of another mode may have been given a rotator later, which it does not use.
+bool is_tracked_without_reflections(const ubr_t& r) {
+  if (r.render_mode == UBR_MODE_AMBISONIC_TRACKED) return true;
+  return r.render_mode == UBR_MODE_BINAURAL_TRACKED && reflections_are_off(r.reflections);
 }
 
 // The caller's outputs may overlap its inputs. One product cannot read what it overwrites.
@@ -42,7 +44,7 @@ bool can_write_over(float* const* field, const ubr_t& r, const block_t& block) {
 
 bool fits(const ubr_t& r, const block_t& block, void*) {
   float* const* const field = field_of(r, block);
-  return r.rotator && field && encoder_takes(r, block) && has_no_reflections(r) &&
+  return r.rotator && field && encoder_takes(r, block) && is_tracked_without_reflections(r) &&
          block.frames >= kMinFrames && block.frames <= r.rotator->max_frame_size &&
          !rotator_is_static(*r.rotator) && has_few_sources(r) && can_write_over(field, r, block);
 }

@@ -93,14 +93,16 @@ bool RenderPass::read_segment(Segments::Segment* segment) {
   const size_t channels = source_.layout().rows.size();
   segment->warm_up = last_.size() / channels;
   segment->first = read_position_ - segment->warm_up;
-  segment->bed.resize((segment->warm_up + segment_frames_) * channels);
-  std::copy(last_.begin(), last_.end(), segment->bed.begin());
+  segment->bed.reserve((segment->warm_up + segment_frames_) * channels);
+  segment->bed = last_;
   size_t frames = 0;
-  // In blocks, since sources keep buffers of what they are asked for.
+  // In blocks, since sources keep buffers of what they are asked for, and short beds fill few.
   while (frames < segment_frames_) {
     interrupt_check();
     const size_t block = std::min(kEffectMaxFrames, segment_frames_ - frames);
-    const size_t done = read(segment->bed.data() + (segment->warm_up + frames) * channels, block);
+    const size_t end = segment->bed.size();
+    segment->bed.resize(end + block * channels);
+    const size_t done = read(segment->bed.data() + end, block);
     frames += done;
     if (done < block) break;
   }
