@@ -3,6 +3,8 @@
 #ifndef ORVANE_BASE_EXPORT_H_
 #define ORVANE_BASE_EXPORT_H_
 
+#include "base/processor.h"
+
 #ifdef __cplusplus
 #define ORVANE_EXTERN_C extern "C"
 #else

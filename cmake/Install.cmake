@@ -9,6 +9,7 @@ set(public_headers
   base/constant.h
   base/export.h
   base/limits.h
+  base/processor.h
   base/result.h
   effect/uuid.h
   numerics/float_matrix.h

@@ -7,6 +7,8 @@
 #include <assert.h>
 #include <stddef.h>
 
+#include "base/processor.h"
+
 #ifdef __has_include
 #if __has_include(<hardware/audio_effect.h>) && \
     __has_include(<system/audio_effects/effect_spatializer.h>)
@@ -23,7 +25,6 @@
 
 // Callers were compiled against these sizes and offsets (64-bit pointers), and recorded parameter
 // blobs hold these values, whichever header declared them.
-static_assert(sizeof(void*) == 8, "the layouts below are those of 64-bit platforms");
 static_assert(sizeof(effect_uuid_t) == 16, "effect_uuid_t");
 static_assert(sizeof(effect_descriptor_t) == 172, "effect_descriptor_t");
 static_assert(offsetof(effect_descriptor_t, apiVersion) == 32, "effect_descriptor_t");
