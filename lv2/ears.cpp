@@ -9,6 +9,7 @@
 #include <exception>
 #include <utility>
 
+#include "lv2/host.h"
 #include "lv2/ports.h"
 #include "tools/ears/ears.h"
 
@@ -18,13 +19,6 @@ namespace {
 const char* body_of(const LV2_Atom* atom) { return reinterpret_cast<const char*>(atom + 1); }
 
 }  // namespace
-
-const void* find_feature(const LV2_Feature* const* features, const char* uri) {
-  for (; features && *features; ++features) {
-    if (!std::strcmp((*features)->URI, uri)) return (*features)->data;
-  }
-  return nullptr;
-}
 
 Ears::Ears(const LV2_URID_Map* uri_map)
     : map_(uri_map),
@@ -114,6 +108,10 @@ LV2_State_Status Ears::restore(LV2_State_Retrieve_Function retrieve, LV2_State_H
     freer ? freer->free_path(freer->handle, mapped) : std::free(mapped);
   }
   *problem = load(path);
+  if (!problem->empty()) {  // the file may be there next time: what is saved is what was asked for
+    const std::lock_guard lock(mutex_);
+    path_ = path;
+  }
   return problem->empty() ? LV2_STATE_SUCCESS : LV2_STATE_ERR_UNKNOWN;
 }
 

@@ -16,9 +16,6 @@
 
 namespace lv2_plugin {
 
-// The one of the host's features with that URI, or null.
-const void* find_feature(const LV2_Feature* const* features, const char* uri);
-
 // Reads messages on the audio thread, and is otherwise for the host's other threads.
 class Ears {
  public:
@@ -41,7 +38,8 @@ class Ears {
   LV2_State_Status save(LV2_State_Store_Function store, LV2_State_Handle handle,
                         const LV2_Feature* const* features) const;
 
-  // Loads the saved ones. `*problem` says why they cannot be used.
+  // Loads the saved ones. `*problem` says why they cannot be used; the ears stay as they were then,
+  // and their path is saved all the same.
   LV2_State_Status restore(LV2_State_Retrieve_Function retrieve, LV2_State_Handle handle,
                            const LV2_Feature* const* features, std::string* problem);
 
@@ -51,7 +49,7 @@ class Ears {
   const LV2_URID_Map* map_;
   const LV2_URID path_type_, urid_type_, object_type_, set_, property_, value_, ears_;
   mutable std::mutex mutex_;  // of what follows; the audio thread does not take it
-  std::string path_;
+  std::string path_;          // that is saved
   Tables tables_;
 };
 

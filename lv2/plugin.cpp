@@ -2,7 +2,6 @@
 // The LV2 interface of the bundle's plug-ins, one per layout. What they are and which ports they
 // have says ports.h; hosts read it in the files that make_bundle writes.
 #include <lv2/core/lv2.h>
-#include <lv2/log/log.h>
 #include <lv2/state/state.h>
 #include <lv2/urid/urid.h>
 #include <lv2/worker/worker.h>
@@ -20,32 +19,13 @@
 
 #include "ambisonics/binauralizer.h"
 #include "lv2/ears.h"
+#include "lv2/host.h"
 #include "lv2/ports.h"
 #include "lv2/room.h"
 #include "lv2/spatializer.h"
 
 namespace lv2_plugin {
 namespace {
-
-// The host's log, or standard error where it has none. Not for the audio thread.
-class Log {
- public:
-  explicit Log(const LV2_Feature* const* features)
-      : log_(static_cast<const LV2_Log_Log*>(find_feature(features, LV2_LOG__log))),
-        map_(static_cast<const LV2_URID_Map*>(find_feature(features, LV2_URID__map))) {}
-
-  void error(const char* line) const {
-    if (log_ && map_) {
-      log_->printf(log_->handle, map_->map(map_->handle, LV2_LOG__Error), "orvane: %s\n", line);
-    } else {
-      std::fprintf(stderr, "orvane: %s\n", line);
-    }
-  }
-
- private:
-  const LV2_Log_Log* log_;
-  const LV2_URID_Map* map_;
-};
 
 constexpr size_t kMaxPath = 1024;  // letters of the path to the ears
 

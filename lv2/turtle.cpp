@@ -11,6 +11,7 @@
 
 #include "ambisonics/binauralizer.h"
 #include "lv2/ports.h"
+#include "lv2/vocabulary.h"
 #include "tools/render/presets.h"
 #include "tools/render/text.h"
 
@@ -18,25 +19,6 @@ namespace lv2_plugin {
 namespace {
 
 using render::text_format;
-
-constexpr char kPrefixes[] =
-    R"(@prefix atom: <http://lv2plug.in/ns/ext/atom#> .
-@prefix doap: <http://usefulinc.com/ns/doap#> .
-@prefix lv2: <http://lv2plug.in/ns/lv2core#> .
-@prefix patch: <http://lv2plug.in/ns/ext/patch#> .
-@prefix pg: <http://lv2plug.in/ns/ext/port-groups#> .
-@prefix pprops: <http://lv2plug.in/ns/ext/port-props#> .
-@prefix pset: <http://lv2plug.in/ns/ext/presets#> .
-@prefix rdf: <http://www.w3.org/1999/02/22-rdf-syntax-ns#> .
-@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .
-@prefix rsz: <http://lv2plug.in/ns/ext/resize-port#> .
-@prefix state: <http://lv2plug.in/ns/ext/state#> .
-@prefix units: <http://lv2plug.in/ns/extensions/units#> .
-@prefix work: <http://lv2plug.in/ns/ext/worker#> .
-@prefix log: <http://lv2plug.in/ns/ext/log#> .
-@prefix urid: <http://lv2plug.in/ns/ext/urid#> .
-
-)";
 
 // "reverb.tone-gain" as a symbol of C.
 std::string symbol_of(std::string_view name) {
@@ -56,48 +38,6 @@ std::string title_of(std::string_view name) {
 }
 
 std::string number(float value) { return text_format("%.9g", static_cast<double>(value)); }
-
-// LV2's word for a channel's place, where it has one: none for heights.
-std::string_view designation_of(uint32_t channel) {
-  switch (channel) {
-    case ORVANE_FRONT_LEFT:
-      return "pg:left";
-    case ORVANE_FRONT_RIGHT:
-      return "pg:right";
-    case ORVANE_FRONT_CENTRE:
-      return "pg:center";
-    case ORVANE_LFE:
-      return "pg:lowFrequencyEffects";
-    case ORVANE_BACK_LEFT:
-      return "pg:rearLeft";
-    case ORVANE_BACK_RIGHT:
-      return "pg:rearRight";
-    case ORVANE_SIDE_LEFT:
-      return "pg:sideLeft";
-    case ORVANE_SIDE_RIGHT:
-      return "pg:sideRight";
-    default:
-      return "";
-  }
-}
-
-// LV2's word for a set of loudspeakers; one with heights is a group without a further name.
-std::string_view group_of(const orvane_layout_t& layout) {
-  if (layout.name == std::string_view("5.1")) return "pg:FivePointOneGroup";
-  if (layout.name == std::string_view("7.1")) return "pg:SevenPointOneGroup";
-  return "pg:DiscreteGroup";
-}
-
-std::string_view unit_of(std::string_view unit) {
-  constexpr std::string_view kUnits[][2] = {
-      {"samples", "units:frame"}, {"s", "units:s"}, {"ms", "units:ms"},
-      {"Hz", "units:hz"},         {"m", "units:m"}, {"degrees", "units:degree"},
-  };
-  for (const auto& [ours, theirs] : kUnits) {
-    if (unit == ours) return theirs;
-  }
-  return "";
-}
 
 class Port {
  public:

@@ -12,6 +12,7 @@
 #include "tools/live/options.h"
 #include "tools/live/pipewire_sink.h"
 #include "tools/live/positions.h"
+#include "tools/live/sink_buffers.h"
 #include "tools/render/failure.h"
 
 namespace live {
@@ -72,6 +73,40 @@ TEST(FixedBlocksTest, ResetForgetsAndMissingInputsAreSilent) {
   const float* none[] = {nullptr, nullptr};
   fixed.process(none, ears, 256);
   EXPECT_EQ(0.0f, peak(left));
+}
+
+TEST(SinkBuffersTest, ClaimsBeyondTheMemoryAreCut) {
+  float samples[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+  const struct {
+    uint32_t offset, size;
+    size_t frames;
+  } cases[] = {{0, 32, 8}, {8, 16, 4}, {8, 32, 6}, {28, UINT32_MAX, 1}, {4000, 32, 0}, {0, 0, 0}};
+  for (const auto& c : cases) {
+    spa_chunk whole = {0, sizeof(samples), sizeof(float), 0};
+    spa_chunk claimed = {c.offset, c.size, sizeof(float), 0};
+    spa_data datas[2] = {};
+    for (spa_data& data : datas) data.data = samples, data.maxsize = sizeof(samples);
+    datas[0].chunk = &whole;
+    datas[1].chunk = &claimed;
+    spa_buffer buffer = {};
+    buffer.n_datas = 2;
+    buffer.datas = datas;
+    EXPECT_EQ(c.frames, sink_input_frames(buffer)) << c.offset;
+    const float* inputs[kSinkChannels] = {};
+    sink_find_inputs(buffer, inputs);
+    EXPECT_EQ(samples, inputs[0]);
+    EXPECT_LE(inputs[1] + c.frames, samples + 8);
+    EXPECT_EQ(nullptr, inputs[2]);
+
+    EXPECT_EQ(8u, sink_output_frames(buffer));
+    float* ears[kSinkEars];
+    sink_begin_output(buffer, 3, ears);
+    EXPECT_EQ(samples, ears[1]);
+    EXPECT_EQ(0u, claimed.offset);
+    EXPECT_EQ(3 * sizeof(float), claimed.size);
+    datas[1].data = nullptr;
+    EXPECT_EQ(0u, sink_output_frames(buffer) + sink_input_frames(buffer));
+  }
 }
 
 TEST(DropoutsTest, AreReportedWhenTheyChangeOnceASecond) {

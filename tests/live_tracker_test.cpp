@@ -1,26 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// Head trackers of orvane-live: what their numbers mean, centre and prediction, and the program
-// with fake senders of every protocol. ORVANE_LIVE_PROGRAM is its path.
-#include <arpa/inet.h>
+// Head trackers of orvane-live: what their numbers mean, centre and prediction.
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
-#include <bit>
 #include <cmath>
-#include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <limits>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/support/child_process.h"
+#include "tests/support/fake_tracker.h"
 #include "tools/live/head_input.h"
 #include "tools/live/head_messages.h"
 #include "tools/live/opentrack_receiver.h"
@@ -43,50 +32,6 @@ double angle_between(const Rotation& a, const Rotation& b) {
 Rotation turn(double yaw, double pitch = 0.0, double roll = 0.0) {
   return render::pose_rotation({yaw, pitch, roll});
 }
-
-std::string opentrack(double yaw, double pitch, double roll) {
-  const double values[] = {1.0, 2.0, 3.0, yaw, pitch, roll};
-  std::string datagram;
-  for (const double value : values) {
-    const auto bits = std::bit_cast<uint64_t>(value);
-    for (int i = 0; i < 8; ++i) datagram += static_cast<char>(bits >> (8 * i));
-  }
-  return datagram;
-}
-
-std::string osc(const std::string& path, const std::vector<float>& values) {
-  const auto padded = [](std::string text) {
-    do text += '\0';
-    while (text.size() % 4 != 0);
-    return text;
-  };
-  std::string message = padded(path) + padded("," + std::string(values.size(), 'f'));
-  for (const float value : values) {
-    const auto bits = std::bit_cast<uint32_t>(value);
-    for (int i = 3; i >= 0; --i) message += static_cast<char>(bits >> (8 * i));
-  }
-  return message;
-}
-
-class Sender {
- public:
-  explicit Sender(int port) : fd_(socket(AF_INET, SOCK_DGRAM, 0)) {
-    sockaddr_in to = {};
-    to.sin_family = AF_INET;
-    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    to.sin_port = htons(static_cast<uint16_t>(port));
-    EXPECT_EQ(0, connect(fd_, reinterpret_cast<sockaddr*>(&to), sizeof(to)));
-  }
-  ~Sender() { close(fd_); }
-  Sender(const Sender&) = delete;
-  Sender& operator=(const Sender&) = delete;
-  void send(const std::string& datagram) const {
-    [[maybe_unused]] const ssize_t sent = ::send(fd_, datagram.data(), datagram.size(), 0);
-  }
-
- private:
-  int fd_;
-};
 
 TEST(TrackerAxesTest, SayWhichAngleIsWhichAndWhichWayItGrows) {
   const Pose tracker = {10, 20, 30};
@@ -226,94 +171,6 @@ TEST(OscReceiverTest, StandsAFloodOfGarbage) {
     return angle_between(input.state().head, turn(33)) < 1e-3;
   };
   EXPECT_TRUE(wait_until(arrives));
-}
-
-// The program itself, which shows what it receives as text.
-class TrackerProgramTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    folder_ =
-        std::filesystem::path(::testing::TempDir()) / ("orvane-watch-" + std::to_string(getpid()));
-    std::filesystem::create_directories(folder_);
-  }
-  void TearDown() override {
-    if (program_) program_->terminate(), program_->wait();
-    std::filesystem::remove_all(folder_);
-  }
-  std::string text(const std::string& name) const {
-    std::stringstream text;
-    text << std::ifstream(folder_ / name).rdbuf();
-    return text.str();
-  }
-
-  // A number that the program has printed with the end of its line; 0 where it has not.
-  int port_after(const std::string& words) const {
-    const std::string out = text("out");
-    const size_t at = out.find(words);
-    if (at == out.npos || out.find('\n', at) == out.npos) return 0;
-    return std::atoi(out.c_str() + at + words.size());
-  }
-
-  void start(const std::string& arguments) {
-    program_ = std::make_unique<ChildProcess>(
-        "exec " ORVANE_LIVE_PROGRAM " --watch --osc-port 0 --opentrack 0 " + arguments,
-        folder_ / "out", folder_ / "errors");
-    const auto listens = [&] {
-      osc_ = port_after("osc     port ");
-      opentrack_ = port_after("opentrack port ");
-      return osc_ > 0 && opentrack_ > 0;
-    };
-    ASSERT_TRUE(wait_until(listens)) << text("errors");
-  }
-
-  // Whether the program shows this pose while the sender goes on.
-  bool shows(int port, const std::string& datagram, const std::string& pose) {
-    const Sender sender(port);
-    return wait_until([&] {
-      if (!datagram.empty()) sender.send(datagram);
-      const std::string out = text("out");
-      return out.rfind(pose) != out.npos && out.rfind(pose) > out.rfind('\n', out.size() - 2);
-    });
-  }
-
-  std::filesystem::path folder_;
-  std::unique_ptr<ChildProcess> program_;
-  int osc_ = 0, opentrack_ = 0;
-};
-
-TEST_F(TrackerProgramTest, ShowsWhatEveryTrackerSends) {
-  ASSERT_NO_FATAL_FAILURE(start("--tracker webcam"));
-  // A webcam tracker: yaw grows to the right, pitch upwards, roll to the right.
-  EXPECT_TRUE(shows(opentrack_, opentrack(30, 0, 0), "yaw  -30.0 right"));
-  EXPECT_TRUE(shows(opentrack_, opentrack(0, 15, 0), "pitch  -15.0 up"));
-  EXPECT_TRUE(shows(opentrack_, opentrack(0, 0, 20), "roll  +20.0 right"));
-  program_->send(SIGUSR1);
-  EXPECT_TRUE(
-      shows(opentrack_, opentrack(0, 0, 20), "yaw   +0.0 -      pitch   +0.0 -     roll   +0.0"));
-
-  program_->terminate();
-  EXPECT_EQ(0, program_->wait());
-}
-
-TEST_F(TrackerProgramTest, TakesSignsAndRecentresOverOsc) {
-  ASSERT_NO_FATAL_FAILURE(start("--tracker-axes y,p,r"));
-  EXPECT_TRUE(shows(osc_, osc("/ypr", {30, 0, 0}), "yaw  +30.0 left"));
-  EXPECT_TRUE(shows(osc_, osc("/adm/lis/ypr", {0, 12, 0}), "pitch  +12.0 down"));
-  EXPECT_TRUE(shows(osc_, osc("/SceneRotator/ypr", {45, 0, 0}), "yaw  -45.0 right"));
-  const Sender sender(osc_);
-  sender.send(osc("/recenter", {}));
-  EXPECT_TRUE(shows(osc_, "", "yaw   +0.0"));
-  EXPECT_TRUE(shows(opentrack_, opentrack(0, 0, 0), "yaw  +45.0 left"));
-}
-
-TEST_F(TrackerProgramTest, RefusesOptionsThatMeanNothing) {
-  const char* const cases[] = {"--tracker mouse", "--tracker-axes y,p", "--predict 500",
-                               "--opentrack x"};
-  for (const char* arguments : cases) {
-    ChildProcess program(std::string("exec " ORVANE_LIVE_PROGRAM " --watch ") + arguments,
-                         folder_ / "out", folder_ / "errors");
-    EXPECT_EQ(2, program.wait()) << arguments;
-  }
 }
 
 }  // namespace

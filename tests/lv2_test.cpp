@@ -204,6 +204,7 @@ TEST(Lv2Test, EarsComeByAMessageOrWithTheState) {
   EXPECT_EQ(0u, host.log().find("orvane: /none.sofa: ")) << host.log();
   EXPECT_EQ(ORVANE_SOFA, host.save()) << "the ears stay";
   EXPECT_NE(LV2_STATE_SUCCESS, later.restore("/none.sofa"));
+  EXPECT_EQ("/none.sofa", later.save()) << "a disk that is not there loses nothing";
   std::filesystem::remove_all(cache);
 }
 

@@ -5,6 +5,9 @@
 #include <signal.h>
 
 #include <limits>
+#include <sstream>
+
+#include "tools/render/effect_host.h"
 
 namespace render {
 namespace {
@@ -129,6 +132,38 @@ TEST_F(RenderProgramTest, InfoTellsWhatARenderingWouldDo) {
     for (const char* line : c.lines) {
       EXPECT_NE(log().find(line), std::string::npos) << line << "\nin\n" << log();
     }
+  }
+}
+
+// The table says what the ears hear.
+TEST_F(RenderProgramTest, IdentifySoundsWhenAndWhereItSays) {
+  const struct {
+    const char* layout;
+    size_t lines;
+  } cases[] = {{"5.1.2", 8}, {"22.2", 24}};
+  for (const auto& c : cases) {
+    const std::string layout = std::string(" --layout ") + c.layout;
+    ASSERT_EQ(0, run("identify who.wav --dry" + layout)) << errors_;
+    const std::string table = log();
+    const std::vector<float> ears = read("who.wav");
+    std::istringstream lines(table);
+    std::string line;
+    std::getline(lines, line);
+    size_t count = 0;
+    for (; std::getline(lines, line) && !line.empty(); ++count) {
+      const size_t begin = static_cast<size_t>(std::stod(line) * kEffectRateHz);
+      const double left = energy(ears, 0, begin, begin + kEffectRateHz);
+      const double right = energy(ears, 1, begin, begin + kEffectRateHz);
+      EXPECT_GT(left + right, 1.0) << line;
+      const std::string azimuth = line.substr(45, 9);
+      const double to_left = azimuth.ends_with(" -") ? 0.0 : std::sin(std::stod(azimuth) / 57.3);
+      const char* side = left > 1.5 * right ? "left" : right > 1.5 * left ? "right" : "middle";
+      EXPECT_STREQ(to_left > 0.1 ? "left" : -to_left > 0.1 ? "right" : "middle", side) << line;
+    }
+    EXPECT_EQ(c.lines, count);
+    ASSERT_EQ(0, run("identify bed.wav --bed" + layout)) << errors_;
+    ASSERT_EQ(0, run("bed.wav ears.wav --dry" + layout)) << errors_;
+    EXPECT_EQ(ears, read("ears.wav"));
   }
 }
 

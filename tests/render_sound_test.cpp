@@ -2,10 +2,10 @@
 // What orvane-render makes of a bed, heard in the files that it writes.
 #include <cmath>
 #include <random>
-#include <sstream>
 
 #include "renderer/loudspeaker_layouts.h"
 #include "room/shoebox.h"
+#include "tests/support/harmonics.h"
 #include "tests/support/render_program.h"
 #include "tools/render/effect_host.h"
 
@@ -13,12 +13,6 @@ namespace render {
 namespace {
 
 using RenderedSoundTest = RenderProgramTest;
-
-double energy(const std::vector<float>& ears, size_t ear, size_t begin, size_t end) {
-  double sum = 0.0;
-  for (size_t i = begin; i < end; ++i) sum += std::pow(static_cast<double>(ears[2 * i + ear]), 2);
-  return sum;
-}
 
 TEST_F(RenderedSoundTest, LengthAndLatencyAreTheSameAtEverySampleRate) {
   size_t usual = 0;
@@ -72,17 +66,12 @@ TEST_F(RenderedSoundTest, TrajectoryTurnsTheHeadOnTime) {
   for (size_t i = 0; i < posed.size(); ++i) ASSERT_NEAR(posed[i], still[i], 1e-6f) << i;
 }
 
-// Real spherical harmonics, SN3D, in the order of ACN.
+// Of all degrees up to `order`, in the order of ACN.
 std::vector<double> harmonics(int order, double azimuth, double elevation) {
   std::vector<double> values;
   for (int n = 0; n <= order; ++n) {
     for (int m = -n; m <= n; ++m) {
-      const unsigned k = static_cast<unsigned>(std::abs(m));
-      const double norm = std::sqrt((m == 0 ? 1.0 : 2.0) * std::tgamma(n - std::abs(m) + 1) /
-                                    std::tgamma(n + std::abs(m) + 1));
-      values.push_back(norm *
-                       std::assoc_legendre(static_cast<unsigned>(n), k, std::sin(elevation)) *
-                       (m < 0 ? std::sin(-m * azimuth) : std::cos(m * azimuth)));
+      values.push_back(test_support::harmonic(n, m, azimuth, elevation));
     }
   }
   return values;
@@ -239,9 +228,9 @@ TEST_F(RenderedSoundTest, AWallEchoesFromItsDistance) {
   bed[2] = 1.0f;  // front centre
   write("bed.wav", "5.1", kEffectRateHz, bed);
   // The front wall is 6 m ahead, so that it mirrors a loudspeaker at 1 m to 11 m.
-  ASSERT_EQ(0, run("bed.wav out.wav --no-reverb --reflections 4 --room 12x14x14 --listener 0,0,7 "
-                   "--keep-latency "
-                   "--absorption back=1,left=1,right=1 --param 208=1 --material floor=1"));
+  ASSERT_EQ(
+      0, run("bed.wav out.wav --no-reverb --reflections 4 --room 12x14x14 --listener 0,0,7 "
+             "--keep-latency --absorption back=1,left=1,right=1 --param 208=1 --material floor=1"));
   const std::vector<float> ears = read("out.wav");
   const size_t echo =
       kEarLatencyFrames +
@@ -276,38 +265,6 @@ TEST_F(RenderedSoundTest, EveryChannelOf22_2IsHeardOnItsSide) {
   EXPECT_EQ(0u, misplaced("", ffmpeg));
   EXPECT_EQ(0u, misplaced("--channels bs2051", bs2051));
   EXPECT_GT(misplaced("--order device", ffmpeg), 0u);
-}
-
-// The table says what the ears hear.
-TEST_F(RenderedSoundTest, IdentifySoundsWhenAndWhereItSays) {
-  const struct {
-    const char* layout;
-    size_t lines;
-  } cases[] = {{"5.1.2", 8}, {"22.2", 24}};
-  for (const auto& c : cases) {
-    const std::string layout = std::string(" --layout ") + c.layout;
-    ASSERT_EQ(0, run("identify who.wav --dry" + layout)) << errors_;
-    const std::string table = log();
-    const std::vector<float> ears = read("who.wav");
-    std::istringstream lines(table);
-    std::string line;
-    std::getline(lines, line);
-    size_t count = 0;
-    for (; std::getline(lines, line) && !line.empty(); ++count) {
-      const size_t begin = static_cast<size_t>(std::stod(line) * kEffectRateHz);
-      const double left = energy(ears, 0, begin, begin + kEffectRateHz);
-      const double right = energy(ears, 1, begin, begin + kEffectRateHz);
-      EXPECT_GT(left + right, 1.0) << line;
-      const std::string azimuth = line.substr(45, 9);
-      const double to_left = azimuth.ends_with(" -") ? 0.0 : std::sin(std::stod(azimuth) / 57.3);
-      const char* side = left > 1.5 * right ? "left" : right > 1.5 * left ? "right" : "middle";
-      EXPECT_STREQ(to_left > 0.1 ? "left" : -to_left > 0.1 ? "right" : "middle", side) << line;
-    }
-    EXPECT_EQ(c.lines, count);
-    ASSERT_EQ(0, run("identify bed.wav --bed" + layout)) << errors_;
-    ASSERT_EQ(0, run("bed.wav ears.wav --dry" + layout)) << errors_;
-    EXPECT_EQ(ears, read("ears.wav"));
-  }
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -22,6 +23,13 @@
 #include "tools/render/channel_map.h"
 
 namespace render {
+
+// Of frames `begin` to `end` of one ear, in an interleaved pair.
+inline double energy(const std::vector<float>& ears, size_t ear, size_t begin, size_t end) {
+  double sum = 0.0;
+  for (size_t i = begin; i < end; ++i) sum += std::pow(static_cast<double>(ears[2 * i + ear]), 2);
+  return sum;
+}
 
 class RenderProgramTest : public ::testing::Test {
  protected:

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <utility>
 
+#include "tools/live/sink_buffers.h"
 #include "tools/render/effect_host.h"
 #include "tools/render/failure.h"
 
@@ -21,8 +22,6 @@ namespace {
 
 using render::Failure;
 
-constexpr uint32_t kNumEars = 2;
-constexpr uint32_t kMaxChannels = SPA_AUDIO_MAX_CHANNELS;
 constexpr uint32_t kParameterBytes = 2048;  // more than the description of a format takes
 constexpr uint64_t kEarLatencyNs =
     1000000000ULL * render::kEarLatencyFrames / render::kEffectRateHz;
@@ -67,22 +66,6 @@ void listen(pw_core* core, spa_hook* hook, const pw_core_events* events, void* s
 }
 #pragma GCC diagnostic pop
 
-size_t frames_in(const spa_buffer& buffer) {
-  size_t bytes = SIZE_MAX;
-  for (uint32_t i = 0; i < buffer.n_datas; ++i) {
-    bytes = std::min<size_t>(bytes, buffer.datas[i].data ? buffer.datas[i].chunk->size : 0);
-  }
-  return buffer.n_datas == 0 ? 0 : bytes / sizeof(float);
-}
-
-size_t room_in(const spa_buffer& buffer) {
-  size_t bytes = SIZE_MAX;
-  for (uint32_t i = 0; i < buffer.n_datas; ++i) {
-    bytes = std::min<size_t>(bytes, buffer.datas[i].data ? buffer.datas[i].maxsize : 0);
-  }
-  return buffer.n_datas < kNumEars ? 0 : bytes / sizeof(float);
-}
-
 }  // namespace
 
 struct PipeWireSink::Connection {
@@ -98,7 +81,6 @@ struct PipeWireSink::Connection {
   void report_latency(spa_latency_info latency);
   void watch_clock();
   void process();
-  void render(const spa_buffer& in, const spa_buffer& out, size_t frames);
 
   FixedBlocks blocks_;
   Dropouts* dropouts_;
@@ -255,32 +237,24 @@ void PipeWireSink::Connection::watch_clock() {
   next_position_ = clock.position + clock.duration;
 }
 
+// A period without samples is one of silence, in which what sounds in the room goes on.
 void PipeWireSink::Connection::process() {
   pw_buffer* in = take_newest(input_);
   pw_buffer* out = pw_stream_dequeue_buffer(output_);
   if (!in) dropouts_->count(Dropout::kNoInput);
   if (!out) dropouts_->count(Dropout::kNoOutput);
-  if (in && out) {
-    const size_t came = frames_in(*in->buffer), frames = std::min(came, room_in(*out->buffer));
-    if (frames < came) dropouts_->count(Dropout::kNoOutput);
-    render(*in->buffer, *out->buffer, frames);
+  if (out) {
+    const size_t due = in ? sink_input_frames(*in->buffer) : out->requested;
+    const size_t frames = std::min(due, sink_output_frames(*out->buffer));
+    if (frames < due) dropouts_->count(Dropout::kNoOutput);
+    float* ears[kSinkEars];
+    sink_begin_output(*out->buffer, frames, ears);
+    const float* inputs[kSinkChannels] = {};
+    if (in) sink_find_inputs(*in->buffer, inputs);
+    if (frames > 0) blocks_.process(inputs, ears, frames);
   }
   if (in) pw_stream_queue_buffer(input_, in);
   if (out) pw_stream_queue_buffer(output_, out);
-}
-
-void PipeWireSink::Connection::render(const spa_buffer& in, const spa_buffer& out, size_t frames) {
-  const float* inputs[kMaxChannels] = {};
-  for (uint32_t i = 0; i < std::min(in.n_datas, kMaxChannels); ++i) {
-    const spa_data& data = in.datas[i];
-    inputs[i] = static_cast<const float*>(data.data) + data.chunk->offset / sizeof(float);
-  }
-  float* ears[kNumEars];
-  for (uint32_t i = 0; i < kNumEars; ++i) {
-    ears[i] = static_cast<float*>(out.datas[i].data);
-    *out.datas[i].chunk = {0, static_cast<uint32_t>(frames * sizeof(float)), sizeof(float), 0};
-  }
-  if (frames > 0) blocks_.process(inputs, ears, frames);
 }
 
 void sink_check(const SinkOptions& options) { format_of(options, options.positions); }

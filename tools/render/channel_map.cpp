@@ -2,10 +2,10 @@
 #include "tools/render/channel_map.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "tools/render/decibels.h"
 #include "tools/render/failure.h"
+#include "tools/render/placing.h"
 
 namespace render {
 namespace {
@@ -13,62 +13,6 @@ namespace {
 using enum Speaker;
 
 constexpr double kFilmLfeGainDb = 10.0;  // of in-band gain in film playback, SMPTE RP 200
-
-bool contains(const std::vector<Speaker>& speakers, Speaker speaker) {
-  return std::find(speakers.begin(), speakers.end(), speaker) != speakers.end();
-}
-
-// A pair of labels that stands for another pair where that other pair is missing.
-struct Substitute {
-  Speaker left, right;
-  Speaker for_left, for_right;
-  const char* notice;
-};
-
-constexpr Substitute kSubstitutes[] = {
-    {kSideLeft, kSideRight, kBackLeft, kBackRight, "side channels are taken as the back pair"},
-    {kTopFrontLeft, kTopFrontRight, kTopSideLeft, kTopSideRight,
-     "top front channels are taken as the pair above"},
-};
-
-bool holds(const Layout& layout, const std::vector<Speaker>& labels) {
-  return std::all_of(labels.begin(), labels.end(),
-                     [&](Speaker label) { return contains(layout.rows, label); });
-}
-
-struct Placed {
-  const Layout* layout;
-  std::vector<Speaker> labels;  // with the layout's own names
-  std::vector<std::string> notices;
-};
-
-// The labels in `layout`, if need be with substitutes.
-std::optional<Placed> place_in(const Layout& layout, std::vector<Speaker> labels) {
-  std::vector<std::string> notices;
-  for (const Substitute& s : kSubstitutes) {
-    if (holds(layout, labels)) break;
-    if (contains(layout.rows, s.left) || contains(labels, s.for_left)) continue;
-    if (!contains(labels, s.left)) continue;
-    std::replace(labels.begin(), labels.end(), s.left, s.for_left);
-    std::replace(labels.begin(), labels.end(), s.right, s.for_right);
-    notices.emplace_back(s.notice);
-  }
-  if (!holds(layout, labels)) return std::nullopt;
-  return Placed{&layout, labels, notices};
-}
-
-// The smallest layout that has a loudspeaker for each label.
-std::optional<Placed> place(const std::vector<Speaker>& labels) {
-  std::vector<const Layout*> by_size;
-  for (const Layout& layout : layouts()) by_size.push_back(&layout);
-  std::stable_sort(by_size.begin(), by_size.end(), [](const Layout* a, const Layout* b) {
-    return a->rows.size() < b->rows.size();
-  });
-  for (const Layout* layout : by_size) {
-    if (auto placed = place_in(*layout, labels)) return placed;
-  }
-  return std::nullopt;
-}
 
 std::string count_text(size_t channels) {
   return std::to_string(channels) + (channels == 1 ? " channel" : " channels");
@@ -180,7 +124,8 @@ void check_labels(const std::string& file, const ChannelLabels& labels) {
 Placed place_labels(const std::string& file, const ChannelLabels& labels,
                     const ChannelRequest& request) {
   const Layout* requested = layout_find(request.layout);
-  const auto placed = requested ? place_in(*requested, labels.speakers) : place(labels.speakers);
+  const auto placed =
+      requested ? labels_place_in(*requested, labels.speakers) : labels_place(labels.speakers);
   if (placed) return *placed;
   if (requested) {
     throw Failure(file, "has " + labels_text(labels) + ", which " + requested->name +

@@ -26,14 +26,25 @@ constexpr off_t kMostErrors = off_t{1} << 16;  // bytes that are looked at
 
 bool g_verbose = false;
 
+// A descriptor that the child can be given: one of 0 to 2, which are free where this program was
+// started without them, would be in the way of another there. Throws Failure.
+int beyond_standard(const std::string& program, int fd) {
+  if (fd > STDERR_FILENO) return fd;
+  const int error = errno;  // of an open that has failed
+  const int moved = fd < 0 ? fd : fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (moved < 0) throw Failure(program, fd < 0 ? error : errno);
+  close(fd);
+  return moved;
+}
+
 struct Pipe {
   int read_end = -1, write_end = -1;
 
   void make(const std::string& program) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) throw Failure(program, errno);
-    read_end = ends[0];
-    write_end = ends[1];
+    read_end = beyond_standard(program, ends[0]);
+    write_end = beyond_standard(program, ends[1]);
   }
 };
 
@@ -53,6 +64,7 @@ void close_all(std::initializer_list<int> fds) {
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);
+  if (input == STDIN_FILENO) fcntl(input, F_SETFD, 0);  // where dup2 does nothing
   dup2(input, STDIN_FILENO);
   dup2(output, STDOUT_FILENO);
   dup2(errors, STDERR_FILENO);
@@ -103,8 +115,8 @@ Subprocess::Subprocess(const std::vector<std::string>& command, unsigned pipes, 
   if (pipes & kInput) to_child.make(program);
   if (pipes & kOutput) from_child.make(program);
   report.make(program);
-  errors_ = memfd_create("errors", MFD_CLOEXEC);
-  const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+  errors_ = beyond_standard(program, memfd_create("errors", MFD_CLOEXEC));
+  const int nothing = beyond_standard(program, open("/dev/null", O_RDWR | O_CLOEXEC));
   const int child_input = pipes & kInput ? to_child.read_end : input >= 0 ? input : nothing;
   const int child_output = pipes & kOutput ? from_child.write_end : nothing;
   const pid_t parent = getpid();
