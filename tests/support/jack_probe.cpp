@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/support/jack_probe.h"
 
+#include <cerrno>
 #include <utility>
 
 #include "base/limits.h"
@@ -35,10 +36,9 @@ JackProbe::JackProbe(size_t outputs) : client_(open_client()), plays_(outputs > 
 
 JackProbe::~JackProbe() { jack_client_close(client_); }
 
-std::vector<std::string> JackProbe::inputs_of(const std::string& other) const {
+std::vector<std::string> JackProbe::ports_of(const std::string& other, unsigned long flags) const {
   std::vector<std::string> names;
-  const char** ports =
-      jack_get_ports(client_, ("^" + other + ":").c_str(), nullptr, JackPortIsInput);
+  const char** ports = jack_get_ports(client_, ("^" + other + ":").c_str(), nullptr, flags);
   for (size_t i = 0; ports && ports[i]; ++i) names.emplace_back(ports[i]);
   jack_free(ports);
   return names;
@@ -49,6 +49,16 @@ bool JackProbe::connect_to(const std::string& other) const {
   bool connected = inputs.size() == ports_.size();
   for (size_t i = 0; connected && i < ports_.size(); ++i) {
     connected = jack_connect(client_, jack_port_name(ports_[i]), inputs[i].c_str()) == 0;
+  }
+  return connected;
+}
+
+bool JackProbe::hear(const std::string& other) const {
+  const std::vector<std::string> outputs = ports_of(other, JackPortIsOutput);
+  bool connected = outputs.size() == ports_.size();
+  for (size_t i = 0; connected && i < ports_.size(); ++i) {
+    const int code = jack_connect(client_, outputs[i].c_str(), jack_port_name(ports_[i]));
+    connected = code == 0 || code == EEXIST;
   }
   return connected;
 }

@@ -23,10 +23,16 @@ class JackProbe {
   size_t now() const { return jack_frame_time(client_) - start_time_; }
 
   // Input ports of another client in the order of their making.
-  std::vector<std::string> inputs_of(const std::string& other) const;
+  std::vector<std::string> inputs_of(const std::string& other) const {
+    return ports_of(other, JackPortIsInput);
+  }
 
   // Connects the outputs with those, one by one. False if that fails.
   bool connect_to(const std::string& other) const;
+
+  // Connects the outputs of another client, which has as many, with the inputs, where they are not
+  // yet. False if that fails.
+  bool hear(const std::string& other) const;
 
   // Plays interleaved frames once, or again and again, from the next period on. Only once.
   void play(std::vector<float> frames, bool loop);
@@ -36,6 +42,7 @@ class JackProbe {
   size_t recorded_frames() const { return recorded_frames_.load(); }
 
  private:
+  std::vector<std::string> ports_of(const std::string& other, unsigned long flags) const;
   void process(size_t frames);
   void record(const std::vector<float*>& samples, size_t frames);
   void emit(const std::vector<float*>& samples, size_t frames);

@@ -38,8 +38,11 @@ void jack_messages_set_verbose(bool verbose) {
   jack_set_info_function(verbose ? print : drop);
 }
 
-JackClient::JackClient(const std::string& name, const std::string& server)
-    : server_(server_text(server)), client_(open_client(name, server), jack_client_close) {
+JackClient::JackClient(const std::string& name, const std::string& server,
+                       std::atomic<uint32_t>* xruns)
+    : server_(server_text(server)),
+      xruns_(xruns),
+      client_(open_client(name, server), jack_client_close) {
   const jack_nframes_t rate_hz = jack_get_sample_rate(client_.get());
   if (rate_hz != render::kEffectRateHz) {
     throw Failure(server_, "runs at " + std::to_string(rate_hz) + " Hz, but the effect needs " +
@@ -84,7 +87,7 @@ void JackClient::set_callbacks() {
   jack_set_xrun_callback(
       client,
       [](void* self) {
-        static_cast<JackClient*>(self)->xruns_.fetch_add(1, std::memory_order_relaxed);
+        static_cast<JackClient*>(self)->xruns_->fetch_add(1, std::memory_order_relaxed);
         return 0;
       },
       this);
@@ -136,10 +139,6 @@ std::vector<std::string> JackClient::connect_ears() {
   }
   jack_free(playback);
   return connected;
-}
-
-void JackClient::check() const {
-  if (lost_.load()) throw Failure(server_, "has gone");
 }
 
 }  // namespace live

@@ -24,8 +24,9 @@ void jack_messages_set_verbose(bool verbose);
 class JackClient {
  public:
   // Joins the server of that name, the default one where it is empty, as `name` or, if that is
-  // taken, a name like it. Throws Failure when there is none, or none at the effect's rate.
-  JackClient(const std::string& name, const std::string& server);
+  // taken, a name like it. Periods that the server had to do without somebody's audio are counted
+  // in `xruns`. Throws Failure when there is none, or none at the effect's rate.
+  JackClient(const std::string& name, const std::string& server, std::atomic<uint32_t>* xruns);
   JackClient(const JackClient&) = delete;
   JackClient& operator=(const JackClient&) = delete;
 
@@ -43,11 +44,8 @@ class JackClient {
   // one. Returns their names.
   std::vector<std::string> connect_ears();
 
-  // Throws Failure once the server has gone or has thrown this client out.
-  void check() const;
-
-  // Periods that the server had to do without somebody's audio.
-  uint32_t xruns() const { return xruns_.load(std::memory_order_relaxed); }
+  // Whether the server has gone or has thrown this client out.
+  bool lost() const { return lost_.load(); }
 
  private:
   jack_port_t* add_port(const std::string& name, unsigned long flags);
@@ -60,7 +58,7 @@ class JackClient {
   std::vector<jack_port_t*> inputs_;
   std::array<jack_port_t*, 2> ears_ = {};
   std::vector<const float*> input_samples_;
-  std::atomic<uint32_t> xruns_ = 0;
+  std::atomic<uint32_t>* xruns_;
   std::atomic<bool> lost_ = false;
   using Client = std::unique_ptr<jack_client_t, int (*)(jack_client_t*)>;
   Client client_;  // closed before what its callbacks use
