@@ -29,7 +29,7 @@ constexpr char kOscHelp[] = R"(OSC messages, numbers of any type:
 
 constexpr char kExitHelp[] =
     R"(Exit status: 0 the bed has ended or the program was told to (Ctrl-C), 1 a file,
-the library, the OSC port or the JACK server failed, 2 wrong command line.)";
+the library or the OSC port failed or no JACK server is there, 2 wrong command line.)";
 
 void add_bed(CLI::App* app, Options* options) {
   CLI::Option* bed =
