@@ -8,25 +8,13 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "lv2/filter_chain.h"
 #include "lv2/ports.h"
 #include "lv2/turtle.h"
-#include "tools/render/failure.h"
-
-namespace {
-
-void write(const std::filesystem::path& path, const std::string& text) {
-  std::ofstream file(path);
-  file << text;
-  file.close();
-  if (!file) throw render::Failure(path, "cannot be written");
-}
-
-}  // namespace
+#include "tools/render/text.h"
 
 int main(int argc, char** argv) {
   if (argc < 4) {
@@ -37,12 +25,13 @@ int main(int argc, char** argv) {
     const std::filesystem::path folder = argv[1], chains = argv[2];
     std::vector<lv2_plugin::Preset> presets;
     for (int i = 4; i < argc; ++i) presets.push_back(lv2_plugin::preset_read(argv[i]));
-    write(folder / "manifest.ttl", lv2_plugin::manifest_turtle(presets));
-    write(folder / "orvane.ttl", lv2_plugin::plugins_turtle(argv[3]));
-    write(folder / "presets.ttl", lv2_plugin::presets_turtle(presets));
+    render::text_file_write(folder / "manifest.ttl", lv2_plugin::manifest_turtle(presets));
+    render::text_file_write(folder / "orvane.ttl", lv2_plugin::plugins_turtle(argv[3]));
+    render::text_file_write(folder / "presets.ttl", lv2_plugin::presets_turtle(presets));
     for (const std::string_view name : lv2_plugin::kLayoutNames) {
       const std::string file = "orvane-" + std::string(name) + ".conf";
-      write(chains / file, lv2_plugin::filter_chain_text(*lv2_plugin::find_layout(name)));
+      render::text_file_write(chains / file,
+                              lv2_plugin::filter_chain_text(*lv2_plugin::find_layout(name)));
     }
     return 0;
   } catch (const std::exception& failure) {

@@ -19,6 +19,7 @@
 #include "tools/render/failure.h"
 #include "tools/render/layouts.h"
 #include "tools/render/presets.h"
+#include "tools/render/text.h"
 
 namespace {
 
@@ -209,20 +210,13 @@ std::string types_text() {
          "export const descriptions: Record<PresetName, string>;\n";
 }
 
-void write(const std::string& path, const std::string& text) {
-  std::ofstream file(path);
-  file << text;
-  file.close();
-  if (!file) throw render::Failure(path, "cannot be written");
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   try {
     if (argc != 2) throw render::BadText("one argument: the folder to write to");
-    write(std::string(argv[1]) + "/tables.js", module_text());
-    write(std::string(argv[1]) + "/tables.d.ts", types_text());
+    render::text_file_write(std::string(argv[1]) + "/tables.js", module_text());
+    render::text_file_write(std::string(argv[1]) + "/tables.d.ts", types_text());
     return 0;
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "orvane-web-tables: %s\n", failure.what());

@@ -8,12 +8,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "ambisonics/binauralizer.h"
 #include "base/limits.h"
-#include "platform/effect_abi.h"
 #include "tools/ears/renderer_host.h"
+#include "tools/effect_client.h"
 
 namespace render {
 
@@ -56,15 +57,13 @@ class EffectHost {
   void process(float* bed, float* ears, size_t frames);
 
  private:
-  void command(uint32_t code, uint32_t size, void* data, const char* what);
-  void send(int32_t id, const void* value, uint32_t size, const char* what);
+  void require(bool succeeded, const char* what) const;
 
   using Library = std::unique_ptr<void, int (*)(void*)>;
-  using Instance = std::unique_ptr<effect_interface_s*, int32_t (*)(effect_handle_t)>;
 
   std::string path_;
   Library library_;
-  Instance effect_;                               // released before its library is unloaded
+  std::optional<effect_client::Effect> effect_;   // released before its library is unloaded
   std::unique_ptr<ears::RendererHost> renderer_;  // likewise; in the place of the effect
 };
 

@@ -99,4 +99,11 @@ void text_file_read(const std::string& path, const std::function<void(std::strin
   }
 }
 
+void text_file_write(const std::string& path, std::string_view text) {
+  std::ofstream file(path);
+  file << text;
+  file.close();
+  if (!file) throw Failure(path, "cannot be written");
+}
+
 }  // namespace render

@@ -38,6 +38,9 @@ std::string text_extension(const std::string& path);
 // that `use` throws becomes a Failure which names the file and the line.
 void text_file_read(const std::string& path, const std::function<void(std::string_view)>& use);
 
+// Throws Failure where the file cannot be written as a whole.
+void text_file_write(const std::string& path, std::string_view text);
+
 }  // namespace render
 
 #endif  // ORVANE_TOOLS_RENDER_TEXT_H_

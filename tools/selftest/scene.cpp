@@ -25,11 +25,12 @@ class Noise {
   uint32_t state_;
 };
 
-bool set_scene(Effect* effect, Scene scene) {
+bool set_scene(effect_client::Effect* effect, Scene scene) {
   const int32_t tail = orvane_reverb_parameter(UBR_REVERB_ENABLE)->number;
   const int32_t reflections = orvane_reflections_parameter(UBR_REFLECTIONS_MODE)->number;
-  if (scene == kDry) return effect->set_parameter(tail, 0.0f) && effect->set_head(0, 0, 0);
-  return effect->set_parameter(reflections, 2.0f) && effect->set_head(0.1f, -0.2f, 0.5f);
+  const float ahead[6] = {}, turned[6] = {0.0f, 0.0f, 0.0f, 0.1f, -0.2f, 0.5f};
+  if (scene == kDry) return effect->set_parameter(tail, 0.0f) && effect->set_head_to_stage(ahead);
+  return effect->set_parameter(reflections, 2.0f) && effect->set_head_to_stage(turned);
 }
 
 double now_us() {
@@ -61,9 +62,9 @@ const char* render(const audio_effect_library_t& library, const orvane_layout_t&
                    Scene scene, Outcome* outcome) {
   static float bed[kBlockFrames * kMostChannels], ears[2 * kBlockFrames];
   double times[kNumBlocks];
-  Effect effect(library);
+  effect_client::Effect effect(library);
   if (!effect.exists()) return "is not created";
-  if (!effect.start(layout.mask)) return "refuses the layout";
+  if (!effect.configure(layout.mask) || !effect.enable()) return "refuses the layout";
   if (!set_scene(&effect, scene)) return "refuses a parameter";
 
   *outcome = {};

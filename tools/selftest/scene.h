@@ -4,7 +4,7 @@
 #define ORVANE_TOOLS_SELFTEST_SCENE_H_
 
 #include "renderer/loudspeaker_layouts.h"
-#include "tools/selftest/effect.h"
+#include "tools/effect_client.h"
 
 namespace selftest {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/selftest/effect.h"
+#include "tools/effect_client.h"
 
 #include <dlfcn.h>
 #include <string.h>
@@ -7,10 +7,11 @@
 #include "base/limits.h"
 #include "effect/uuid.h"
 
-namespace selftest {
+namespace effect_client {
 namespace {
 
 constexpr uint32_t kLibraryApiMajor = 3;
+constexpr uint32_t kPoseBytes = 6 * sizeof(float);  // the longest value of a parameter
 
 buffer_config_t stream(uint32_t mask, uint8_t access_mode) {
   buffer_config_t config = {};
@@ -24,19 +25,14 @@ buffer_config_t stream(uint32_t mask, uint8_t access_mode) {
 
 }  // namespace
 
-const audio_effect_library_t* load_library(const char* path, const char** why) {
-  void* const library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-  if (!library) {
-    *why = dlerror();
-    return nullptr;
-  }
+const audio_effect_library_t* find_record(void* library, const char** why) {
   const auto* record = static_cast<const audio_effect_library_t*>(dlsym(library, "AELI"));
   if (!record || record->tag != AUDIO_EFFECT_LIBRARY_TAG) {
-    *why = "it is not an audio effect library";
+    *why = "is not an audio effect library";
     return nullptr;
   }
   if (record->version >> 16 != kLibraryApiMajor) {
-    *why = "its effect interface has another version";
+    *why = "has an effect library interface of another version";
     return nullptr;
   }
   return record;
@@ -50,22 +46,24 @@ Effect::~Effect() {
   if (handle_) library_.release_effect(handle_);
 }
 
-bool Effect::start(uint32_t mask) {
+bool Effect::configure(uint32_t mask) {
   effect_config_t config = {};
   config.inputCfg = stream(mask, EFFECT_BUFFER_ACCESS_READ);
   config.outputCfg = stream(AUDIO_CHANNEL_OUT_STEREO, EFFECT_BUFFER_ACCESS_WRITE);
-  return send(EFFECT_CMD_SET_CONFIG, sizeof(config), &config) &&
-         send(EFFECT_CMD_ENABLE, 0, nullptr);
+  return send(EFFECT_CMD_SET_CONFIG, sizeof(config), &config);
 }
 
-bool Effect::set_head(float x, float y, float z) {
-  const float pose[6] = {0.0f, 0.0f, 0.0f, x, y, z};
-  return set(SPATIALIZER_PARAM_HEAD_TO_STAGE, pose, sizeof(pose));
+bool Effect::enable() { return send(EFFECT_CMD_ENABLE, 0, nullptr); }
+
+bool Effect::disable() { return send(EFFECT_CMD_DISABLE, 0, nullptr); }
+
+bool Effect::set_head_to_stage(const float pose[6]) {
+  return set(SPATIALIZER_PARAM_HEAD_TO_STAGE, pose, kPoseBytes);
 }
 
 bool Effect::set_parameter(int32_t id, float value) { return set(id, &value, sizeof(value)); }
 
-bool Effect::process(float* bed, float* ears, uint32_t frames) {
+bool Effect::process(float* bed, float* ears, size_t frames) {
   audio_buffer_t in = {}, out = {};
   in.frameCount = out.frameCount = frames;
   in.f32 = bed;
@@ -80,12 +78,14 @@ bool Effect::send(uint32_t code, uint32_t size, void* data) {
 }
 
 bool Effect::set(int32_t id, const void* value, uint32_t size) {
-  const uint32_t head[4] = {0, sizeof(id), size, static_cast<uint32_t>(id)};
-  uint8_t data[sizeof(head) + 6 * sizeof(float)];
-  if (size > sizeof(data) - sizeof(head)) return false;
-  memcpy(data, head, sizeof(head));
-  memcpy(data + sizeof(head), value, size);
-  return send(EFFECT_CMD_SET_PARAM, static_cast<uint32_t>(sizeof(head) + size), data);
+  effect_param_t head = {};
+  head.psize = sizeof(id);
+  head.vsize = size;
+  uint8_t data[sizeof(head) + sizeof(id) + kPoseBytes];
+  memcpy(data, &head, sizeof(head));
+  memcpy(data + sizeof(head), &id, sizeof(id));
+  memcpy(data + sizeof(head) + sizeof(id), value, size);
+  return send(EFFECT_CMD_SET_PARAM, static_cast<uint32_t>(sizeof(head) + sizeof(id)) + size, data);
 }
 
-}  // namespace selftest
+}  // namespace effect_client
