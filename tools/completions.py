@@ -12,7 +12,7 @@ import re
 import subprocess
 import sys
 
-OPTION = re.compile(r"^  (?:(-\w),)?(--[\w-]+)(?: (?!Needs:|Excludes:)([^ ]+))?(?: (?:Needs|Excludes): [^ ]+)*(?:  +(.*))?$")
+OPTION = re.compile(r"^  (?:(-\w),)?(--[\w-]+)(?: (?!Needs:|Excludes:)([^ ]+))?(?: REQUIRED)?(?: (?:Needs|Excludes): [^ ]+)*(?:  +(.*))?$")
 
 
 def options_of(program, words):
