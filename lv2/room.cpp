@@ -46,53 +46,38 @@ RoomValues room_within_ranges(const RoomValues& values) {
 
 std::unique_ptr<Room> Room::build(const orvane_layout_t& layout, const RoomValues& values,
                                   const std::array<float, 3>& head, const ears::EarTables* ears) {
-  std::unique_ptr<Room> room(new (std::nothrow) Room(values));
-  if (!room || !room->furnish(layout)) return nullptr;
-  if (ears && ubr_set_responses(&room->renderer_, ears->ears[0].data(), ears->ears[1].data())) {
-    return nullptr;
-  }
+  orvane::Result<orvane::Renderer> renderer = orvane::Renderer::create(layout);
+  if (!renderer) return nullptr;
+  std::unique_ptr<Room> room(new (std::nothrow) Room(values, *std::move(renderer)));
+  if (!room || !room->set_parameters()) return nullptr;
+  if (ears && !room->renderer_.set_responses(ears->ears[0], ears->ears[1])) return nullptr;
   room->turn_head(head);
   if (!room->settle()) return nullptr;  // a tail for which there was no memory shows here
   return room;
 }
 
-Room::~Room() { ubr_cleanup(&renderer_); }
-
+// What the renderer refuses stays as it was.
 void Room::set(uint32_t row, float value) {
   if (row < UBR_NUM_REVERB_PARAMS) {
-    ubr_set_reverb_param(&renderer_, row, value);
+    (void)renderer_.set_reverb(ubr_reverb_param(row), value);
   } else {
-    ubr_set_reflections_param(&renderer_, row - UBR_NUM_REVERB_PARAMS, value);
+    (void)renderer_.set_reflections(ubr_reflections_param(row - UBR_NUM_REVERB_PARAMS), value);
   }
-}
-
-bool Room::furnish(const orvane_layout_t& layout) {
-  if (ubr_init(&renderer_, UBR_INPUT_SOURCES, layout.num_channels, UBR_MODE_BINAURAL_TRACKED,
-               UBR_MAX_FRAME_SIZE, ORVANE_MAX_ORDER) != UBR_OK) {
-    return false;
-  }
-  for (uint32_t i = 0; i < layout.num_channels; ++i) {
-    const orvane_loudspeaker_t& speaker = layout.loudspeakers[i];
-    ubr_set_source_type(&renderer_, i,
-                        speaker.is_lfe ? ENCODER_SOURCE_LFE : ENCODER_SOURCE_LOUDSPEAKER);
-    ubr_set_source_position(&renderer_, i, speaker.x, speaker.y, speaker.z);
-  }
-  return set_parameters();
 }
 
 // Only what differs from a new renderer is set, in the table's order and the reflections' mode
 // last, as the host programs do: each setting of the reverb draws a new tail, so that the same
-// room is the same sound here and there. What the renderer refuses, such as a tone filter that is
-// not stable, stays as it was.
+// room is the same sound here and there. A tone filter that is not stable is refused.
 bool Room::set_parameters() {
   const RoomValues values = room_within_ranges(values_), defaults = room_defaults();
   for (uint32_t row = 0; row < values.size(); ++row) {
     if (row != kModeRow && values[row] != defaults[row]) set(row, values[row]);
   }
   set(kModeRow, values[kModeRow]);
-  const uint32_t code = ubr_compute_reflections(&renderer_);
-  if (code == UBR_INVALID) set(kModeRow, 0.0f);
-  return code != UBR_NO_MEMORY;
+  const orvane::Result<void> computed = renderer_.compute_reflections();
+  if (computed) return true;
+  if (computed.error() == orvane::Error::invalid) set(kModeRow, 0.0f);
+  return computed.error() != orvane::Error::no_memory;
 }
 
 // A silent block, in which the head turns all the way. Whether it was rendered.
@@ -101,20 +86,13 @@ bool Room::settle() {
   const float* inputs[max_channels()];
   std::fill(std::begin(inputs), std::end(inputs), silence);
   float* const outputs[] = {ears[0], ears[1]};
-  return render(inputs, outputs, UBR_MIN_FRAME_SIZE);
+  return bool(renderer_.process(inputs, outputs, UBR_MIN_FRAME_SIZE));
 }
 
-void Room::turn_head(const std::array<float, 3>& head) {
-  ubr_set_user_orientation(&renderer_, head.data(), ROTATOR_ROTATION_VECTOR);
-}
-
-bool Room::render(const float* const* inputs, float* const* ears, uint32_t frames) {
-  return ubr_process(&renderer_, inputs, renderer_.num_inputs, ears, renderer_.num_outputs,
-                     frames) == UBR_OK;
-}
+void Room::turn_head(const std::array<float, 3>& head) { (void)renderer_.set_head(head); }
 
 void Room::process(const float* const* inputs, float* const* ears, uint32_t frames) {
-  if (render(inputs, ears, frames)) return;
+  if (renderer_.process(inputs, ears, frames)) return;
   for (uint32_t side = 0; side < 2; ++side) std::fill_n(ears[side], frames, 0.0f);
 }
 

@@ -7,10 +7,11 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
+#include "orvane/renderer.hpp"
 #include "renderer/loudspeaker_layouts.h"
 #include "renderer/parameters.h"
-#include "renderer/ubr.h"
 #include "tools/ears/ear_fit.h"
 
 namespace lv2_plugin {
@@ -31,9 +32,6 @@ class Room {
   // `ears` is null. Null when there is no memory.
   static std::unique_ptr<Room> build(const orvane_layout_t& layout, const RoomValues& values,
                                      const std::array<float, 3>& head, const ears::EarTables* ears);
-  ~Room();
-  Room(const Room&) = delete;
-  Room& operator=(const Room&) = delete;
 
   // As build() was given them.
   const RoomValues& values() const { return values_; }
@@ -46,15 +44,14 @@ class Room {
   void process(const float* const* inputs, float* const* ears, uint32_t frames);
 
  private:
-  explicit Room(const RoomValues& values) : values_(values) {}
-  bool furnish(const orvane_layout_t& layout);
+  Room(const RoomValues& values, orvane::Renderer renderer)
+      : values_(values), renderer_(std::move(renderer)) {}
   bool set_parameters();
   void set(uint32_t row, float value);
   bool settle();
-  bool render(const float* const* inputs, float* const* ears, uint32_t frames);
 
   RoomValues values_;
-  ubr_t renderer_ = {};
+  orvane::Renderer renderer_;
 };
 
 }  // namespace lv2_plugin

@@ -98,12 +98,9 @@ class Renderer {
                        std::span<const std::span<float>> outputs) {
     std::array<const float*, UBR_MAX_INPUTS> in;
     std::array<float*, UBR_MAX_INPUTS> out;
-    if (inputs.empty() || inputs.size() > in.size() || outputs.size() > out.size()) {
-      return Error::invalid;
-    }
+    if (inputs.size() != num_inputs() || outputs.size() != num_outputs()) return Error::invalid;
     const size_t frames = inputs[0].size();
-    // The renderer takes 0 for its longest block.
-    if (frames == 0 || frames > ubr_->max_frame_size) return Error::invalid;
+    if (frames > max_frame_size()) return Error::invalid;
     for (size_t i = 0; i < inputs.size(); ++i) {
       if (inputs[i].size() != frames) return Error::invalid;
       in[i] = inputs[i].data();
@@ -112,9 +109,18 @@ class Renderer {
       if (outputs[i].size() != frames) return Error::invalid;
       out[i] = outputs[i].data();
     }
-    return Result<void>(ubr_process(get(), in.data(), static_cast<uint32_t>(inputs.size()),
-                                    out.data(), static_cast<uint32_t>(outputs.size()),
-                                    static_cast<uint32_t>(frames)));
+    return process(in.data(), out.data(), static_cast<uint32_t>(frames));
+  }
+
+  // The same for a host that has its channels as pointers, num_inputs() and num_outputs() of them.
+  Result<void> process(const float* const* inputs, float* const* outputs, uint32_t frames) {
+    if (frames == 0) return Error::invalid;  // the renderer takes 0 for its longest block
+    return Result<void>(ubr_process(get(), inputs, num_inputs(), outputs, num_outputs(), frames));
+  }
+
+  // For longer blocks from now on; not on the audio thread. See ubr_set_max_frame_size.
+  Result<void> grow(uint32_t max_frame_size) {
+    return Result<void>(ubr_set_max_frame_size(get(), max_frame_size));
   }
 
   // Metres: +x ahead, +y left, +z up.
@@ -135,6 +141,23 @@ class Renderer {
     return Result<void>(ubr_set_user_orientation(get(), orientation.data(), format));
   }
 
+  // Where the listener is, in metres; see ubr_set_user_position.
+  Result<void> set_listener(const std::array<float, 3>& position) {
+    return Result<void>(ubr_set_user_position(get(), position.data()));
+  }
+
+  // Listens with other ears: kResponseSize values each, tap after tap. Without `right` the head is
+  // symmetric, without both the ears are the built-in ones. Not on the audio thread. See
+  // ubr_set_responses; Error::invalid also for tables of another size.
+  static constexpr size_t kResponseSize = BINAURALIZER_TAPS * BINAURALIZER_RESPONSE_CHANNELS;
+  Result<void> set_responses(std::span<const float> left, std::span<const float> right = {}) {
+    for (const std::span<const float> ear : {left, right}) {
+      if (!ear.empty() && ear.size() != kResponseSize) return Error::invalid;
+    }
+    return Result<void>(ubr_set_responses(get(), left.empty() ? nullptr : left.data(),
+                                          right.empty() ? nullptr : right.data()));
+  }
+
   Result<void> set_reverb(ubr_reverb_param id, float value) {
     return Result<void>(ubr_set_reverb_param(get(), id, value));
   }
@@ -149,6 +172,7 @@ class Renderer {
 
   uint32_t num_inputs() const noexcept { return ubr_->num_inputs; }
   uint32_t num_outputs() const noexcept { return ubr_->num_outputs; }
+  uint32_t max_frame_size() const noexcept { return ubr_->max_frame_size; }
 
   // For the functions of renderer/ubr.h that have no counterpart here.
   ubr_t* get() noexcept { return ubr_.get(); }
