@@ -154,25 +154,6 @@ TEST_F(RenderedSoundTest, SoundsTheSameWithEveryNumberOfThreads) {
   EXPECT_TRUE(holds_only({"bed.wav", "turn.csv", "one.wav", "three.wav", "log", "errors"}));
 }
 
-// The fade of a block runs straight between two poses; a head that turned in steps of 10 ms would
-// be a hundred times as far off.
-TEST_F(RenderedSoundTest, ATurningHeadSoundsTheSameAtEveryBlockLength) {
-  std::vector<float> bed(6 * 24000);
-  for (size_t i = 0; i < 24000; ++i) {
-    bed[6 * i + 2] = 0.5f * std::sin(static_cast<float>(i % 48) * 6.2831853f / 48.0f);
-  }
-  write("bed.wav", "5.1", kEffectRateHz, bed);
-  std::ofstream(path("turn.csv")) << "time,yaw,pitch,roll\n0,0,0,0\n0.5,45,0,0\n";
-  ASSERT_EQ(0, run("bed.wav out.wav --dry --trajectory turn.csv")) << errors_;
-  const std::vector<float> usual = read("out.wav");
-  for (const char* block : {"64", "256", "1024"}) {
-    ASSERT_EQ(0, run(std::string("bed.wav out.wav --dry --trajectory turn.csv --block ") + block));
-    const std::vector<float> ears = read("out.wav");
-    ASSERT_EQ(usual.size(), ears.size());
-    for (size_t i = 0; i < ears.size(); ++i) ASSERT_NEAR(usual[i], ears[i], 5e-5f) << block;
-  }
-}
-
 TEST_F(RenderedSoundTest, LevelsFollowTheirOptions) {
   std::vector<float> bed(6 * 4800);
   bed[2] = 1.0f;             // front centre

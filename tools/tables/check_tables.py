@@ -4,8 +4,9 @@
 
 The directions are made again and must be the same text. The impulse responses take minutes to make, so
 the digest of their generator must be the one they were made with, and the committed table is measured
-anew: it must hold its constraints, its limits and the figures that docs/data.md shows. With --again
-the table is made again, too, and must reach the same figures.
+anew: it must hold its constraints, its limits and the figures that docs/data.md shows of it. Those of
+held-out directions and of other weights there are not compared. With --again the table is made again,
+too, and must reach the same figures.
 """
 
 import argparse

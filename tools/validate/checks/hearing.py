@@ -37,12 +37,11 @@ TOGETHER = {"front": ("Front", FRONT), "phantom_30": ("Phantom centre of ±30°"
 
 @dataclass(frozen=True)
 class Heard:
-    """What one table gives: delays in microseconds (centres, directions), and per ERB band coherence, level of the diffuse
-    field in dB, and errors of colour in dB by the names of figures; energy before the onset in dB by direction."""
+    """What one table gives: delays in microseconds (centres, directions), and per ERB band coherence and errors
+    of colour in dB by the names of figures; energy before the onset in dB by direction."""
 
     delays_us: np.ndarray
     coherence: np.ndarray
-    diffuse_db: np.ndarray
     colour_db: dict
     early_db: np.ndarray
 
@@ -63,7 +62,7 @@ def hear(respond, bed_directions):
     colour["bed_7.1.4"] = level_db(np.sum(np.abs(of(bed_directions)) ** 2, axis=0))
     wanted = {"front": measured.field("front")[0], "bed_7.1.4": measured.field("bed")[0]}
     wanted |= {f"phantom_{degrees}": levels for degrees, levels in measured.field("phantom").items()}
-    return Heard(delays, cross / np.sqrt(powers[0] * powers[1]), diffuse_db,
+    return Heard(delays, cross / np.sqrt(powers[0] * powers[1]),
                  {name: level - wanted[name] for name, level in colour.items()},
                  ears.energy_before_onset_db(around[:, 0], SAMPLE_RATE_HZ))  # fmt: skip
 
