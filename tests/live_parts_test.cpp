@@ -208,7 +208,8 @@ class LiveEngine {
 
  private:
   BedPlayer* open(const std::string& file) {
-    return file.empty() ? nullptr : &player_.emplace(file, plan_, 1000, false);
+    return file.empty() ? nullptr
+                        : &player_.emplace(render::InputRequest{.path = file}, plan_, 1000, false);
   }
 
   render::EffectHost effect_;

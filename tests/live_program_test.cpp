@@ -38,14 +38,15 @@ void expect_same(const std::vector<float>& expected, const JackProbe& probe) {
 TEST_F(LiveProgramTest, PlaysAFileBitForBitAsTheOfflineRenderer) {
   ASSERT_NO_FATAL_FAILURE(start_server(kPeriod));
   const struct {
-    const char* arguments;
+    const char *layout, *arguments;
     size_t tail;
-  } cases[] = {{"--dry", 255},
-               {"--pose 30,-10,5 --gain -3", 1440 + 12000 - 1},
-               {"--no-reverb --reflections 2", 0}};
+  } cases[] = {{"5.1", "--dry", 255},
+               {"5.1", "--pose 30,-10,5 --gain -3", 1440 + 12000 - 1},
+               {"5.1", "--no-reverb --reflections 2 --stream 1", 0},
+               {"9", "--ambisonics --dry --pose 30,-10,5", 255}};
   for (const auto& c : cases) {
     // With its tail a whole number of periods; the last block of the reflections is left out.
-    write_bed("5.1", 101 * kPeriod - c.tail % kPeriod);
+    write_bed(c.layout, 101 * kPeriod - c.tail % kPeriod);
     std::vector<float> expected = render(c.arguments);
     expected.resize(expected.size() / (2 * kPeriod) * (2 * kPeriod));
     JackProbe ears(0);
@@ -198,6 +199,8 @@ TEST_F(LiveProgramTest, RefusesWithOneLine) {
   expect(*start(bed), 1, "JACK server " + server_ + ": is not running");
   expect(*start("-"), 1, "-: is a pipe, which orvane-render takes");
   expect(*start("none.wav"), 1, "none.wav: No such file or directory");
+  expect(*start("bed.wav --stream 2"), 1, "bed.wav: has no sound stream 2, only 1 to 1");
+  expect(*start("--layout 5.1 --ambisonics"), 2, "--ambisonics requires BED");
   expect(*start(""), 2, "--layout: is needed without a BED");
   ASSERT_NO_FATAL_FAILURE(start_server(kPeriod, 44100));
   expect(*start(bed), 1, "JACK server " + server_ + ": runs at 44100 Hz");

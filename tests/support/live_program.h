@@ -101,12 +101,13 @@ class LiveProgramTest : public ::testing::Test {
   }
 
   // Noise after two periods of silence, in which the effect comes to rest: from then on its output
-  // does not depend on what was before.
+  // does not depend on what was before. For a layout of that name, or so many channels of a field.
   std::vector<float> write_bed(const std::string& layout, size_t frames) {
     render::AudioSpec spec;
     spec.expected_frames = frames;
-    spec.channels = render::layout_find(layout)->rows.size();
-    if (spec.channels < 24) spec.speakers = render::layout_find(layout)->rows;
+    const render::Layout* const bed_layout = render::layout_find(layout);
+    spec.channels = bed_layout ? bed_layout->rows.size() : std::stoul(layout);
+    if (bed_layout && spec.channels < 24) spec.speakers = bed_layout->rows;
     std::vector<float> bed(frames * spec.channels);
     for (size_t i = 2 * kPeriod * spec.channels; i < bed.size(); ++i) {
       bed[i] = static_cast<float>(i * i % 1009) * 0.0003f - 0.15f;

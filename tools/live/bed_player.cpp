@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <utility>
 #include <vector>
 
-#include "tools/render/audio_input.h"
 #include "tools/render/bed_source.h"
 #include "tools/render/effect_host.h"
 #include "tools/render/interrupt.h"
@@ -20,9 +20,9 @@ constexpr std::chrono::milliseconds kPause(20);  // between looks whether there 
 
 }  // namespace
 
-BedPlayer::BedPlayer(const std::string& path, const render::ChannelPlan& plan, size_t tail_frames,
+BedPlayer::BedPlayer(render::InputRequest bed, const render::ChannelPlan& plan, size_t tail_frames,
                      bool loop)
-    : path_(path),
+    : bed_(std::move(bed)),
       plan_(plan),
       channels_(plan.file_channels.size()),
       tail_frames_(tail_frames),
@@ -52,7 +52,7 @@ void BedPlayer::read_ahead() {
 }
 
 void BedPlayer::read_once() {
-  const auto input = render::audio_input_open({.path = path_});
+  const auto input = render::audio_input_open(bed_);
   render::BedSource source(*input, plan_);
   std::vector<float> bed(kReadFrames * channels_);
   while (wait_for_room(kReadFrames)) {
@@ -68,7 +68,7 @@ void BedPlayer::print_warnings(const std::vector<std::string>& warnings) {
   if (warned_) return;
   warned_ = true;
   for (const std::string& warning : warnings) {
-    std::fprintf(stderr, "orvane-live: %s: warning: %s\n", path_.c_str(), warning.c_str());
+    std::fprintf(stderr, "orvane-live: %s: warning: %s\n", bed_.path.c_str(), warning.c_str());
   }
 }
 

@@ -14,15 +14,17 @@
 #include <thread>
 #include <vector>
 
+#include "tools/render/audio_input.h"
 #include "tools/render/channel_map.h"
 
 namespace live {
 
 class BedPlayer {
  public:
-  // Opens `path` and reads the first second. `plan` must outlive this object. After the last frame
-  // `tail_frames` of silence follow, or with `loop` the first frame again. Throws Failure.
-  BedPlayer(const std::string& path, const render::ChannelPlan& plan, size_t tail_frames,
+  // Opens `bed`, no pipe, and reads the first second. `plan` must outlive this object. After the
+  // last frame `tail_frames` of silence follow, or with `loop` the first frame again. Throws
+  // Failure.
+  BedPlayer(render::InputRequest bed, const render::ChannelPlan& plan, size_t tail_frames,
             bool loop);
   ~BedPlayer();
   BedPlayer(const BedPlayer&) = delete;
@@ -47,7 +49,7 @@ class BedPlayer {
   void print_warnings(const std::vector<std::string>& warnings);
   bool wait_for_room(size_t frames);
 
-  std::string path_;
+  render::InputRequest bed_;
   const render::ChannelPlan& plan_;
   size_t channels_, tail_frames_;
   bool loop_;

@@ -12,6 +12,7 @@
 #include "tools/live/sink_run.h"
 #include "tools/live/watch.h"
 #include "tools/render/audio_input.h"
+#include "tools/render/block_renderer.h"
 #include "tools/render/decibels.h"
 #include "tools/render/failure.h"
 
@@ -26,13 +27,15 @@ void refuse_pipe(const std::string& bed) {
   }
 }
 
+render::InputRequest bed_request(const Options& options) {
+  return {.path = options.bed, .stream = options.stream};
+}
+
 render::ChannelPlan plan_of(const Options& options) {
   if (!options.bed.empty()) {
     refuse_pipe(options.bed);
-    const auto input = render::audio_input_open({.path = options.bed});
-    render::ChannelPlan plan = channel_plan_make(options.bed, input->labels(), options.channels);
-    if (plan.layout->ambisonic_order == 0) return plan;
-    throw render::Failure(options.bed, "is ambisonics, which orvane-render takes");
+    const auto input = render::audio_input_open(bed_request(options));
+    return channel_plan_make(options.bed, input->labels(), options.channels);
   }
   const size_t inputs = render::layout_find(options.channels.layout)->rows.size();
   return channel_plan_make("inputs", std::vector<render::Speaker>(inputs), options.channels);
@@ -50,12 +53,13 @@ void live_run(const Options& options) {
   for (const std::string& notice : plan.notices) {
     std::fprintf(stderr, "orvane-live: note: %s\n", notice.c_str());
   }
-  render::EffectHost effect(render::effect_library_find(options.library), plan.layout->mask,
-                            options.ears);
+  render::EffectHost effect =
+      render::effect_make(options.library, *plan.layout, options.settings, options.ears);
   settings_send(options.settings, &effect);
   std::optional<BedPlayer> player;
   if (!options.bed.empty()) {
-    player.emplace(options.bed, plan, settings_tail_frames(options.settings), options.loop);
+    const size_t tail_frames = settings_tail_frames(options.settings);
+    player.emplace(bed_request(options), plan, tail_frames, options.loop);
   }
   PoseSlot poses;
   const render::Pose start = options.pose.value_or(render::Pose{});

@@ -35,6 +35,8 @@ void add_bed(CLI::App* app, Options* options) {
   CLI::Option* bed =
       app->add_option("BED", options->bed, "Any sound or film that ffmpeg decodes")->type_name("");
   app->add_flag("--loop", options->loop, "Play the file again and again")->needs(bed);
+  render::stream_option_add(app, &options->stream)->needs(bed);
+  render::ambisonics_option_add(app, &options->channels.is_ambisonic)->needs(bed);
 }
 
 void add_osc(CLI::App* app, Options* options) {

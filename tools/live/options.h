@@ -15,7 +15,8 @@
 namespace live {
 
 struct Options {
-  std::string bed;  // empty: input ports
+  std::string bed;            // empty: input ports
+  std::optional<int> stream;  // of the bed's sound, from 1
   bool loop = false;
   render::ChannelRequest channels;
   std::optional<render::Pose> pose;

@@ -11,16 +11,17 @@ namespace {
 
 constexpr size_t kPoseFrames = kEffectRateHz / 100;  // longest fade from pose to pose: 10 ms
 
-EffectHost make_effect(const Options& options, const Layout& layout) {
-  const std::string library = effect_library_find(options.library);
-  if (layout.ambisonic_order == 0) return EffectHost(library, layout.mask, options.ears);
-  const auto mode = static_cast<uint32_t>(options.settings.value(kReflectionsMode));
-  return EffectHost(library, ears::Field{layout.ambisonic_order, mode}, options.ears);
-}
-
 double seconds(uint64_t frames) { return static_cast<double>(frames) / kEffectRateHz; }
 
 }  // namespace
+
+EffectHost effect_make(const std::string& library, const Layout& layout, const Settings& settings,
+                       const std::string& ears) {
+  const std::string path = effect_library_find(library);
+  if (layout.ambisonic_order == 0) return EffectHost(path, layout.mask, ears);
+  const auto mode = static_cast<uint32_t>(settings.value(kReflectionsMode));
+  return EffectHost(path, ears::Field{layout.ambisonic_order, mode}, ears);
+}
 
 size_t block_unit(const Options& options) {
   return options.trajectory.empty() ? options.block_frames : kPoseFrames;
@@ -31,7 +32,7 @@ BlockRenderer::BlockRenderer(const Options& options, const Layout& layout,
     : options_(options),
       trajectory_(trajectory),
       channels_(layout.rows.size()),
-      effect_(make_effect(options, layout)) {
+      effect_(effect_make(options.library, layout, options.settings, options.ears)) {
   settings_send(options.settings, &effect_);
   if (options.pose) effect_.set_head_to_stage(pose_head_to_stage(pose_rotation(*options.pose)));
 }

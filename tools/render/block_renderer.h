@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "tools/render/effect_host.h"
 #include "tools/render/layouts.h"
@@ -35,6 +36,11 @@ class BlockRenderer {
   size_t channels_;
   EffectHost effect_;
 };
+
+// The effect for a bed, or the library's renderer for a field, whose order the reflections that
+// `settings` have may raise; both without those settings yet. Throws Failure.
+EffectHost effect_make(const std::string& library, const Layout& layout, const Settings& settings,
+                       const std::string& ears);
 
 // Every multiple of so many frames is the beginning of a block.
 size_t block_unit(const Options& options);

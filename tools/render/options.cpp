@@ -89,11 +89,7 @@ void add_input(CLI::App* app, const std::string& name, Options* options) {
                   "Any sound or film that ffmpeg decodes, or - for standard input")
       ->type_name("")
       ->required();
-  app->add_option_function<int>(
-         "--stream", [=](const int& number) { options->input.stream = number; },
-         "Which sound stream of a film, from 1; default the one with most channels")
-      ->check(CLI::Range(1, 1000).description(""))
-      ->type_name("N");
+  stream_option_add(app, &options->input.stream);
   choice_option_add(app, "--raw", &options->input.raw,
                     std::map<std::string, std::optional<RawSample>>{{"f32", RawSample::kFloat32},
                                                                     {"f64", RawSample::kFloat64},
@@ -105,8 +101,7 @@ void add_input(CLI::App* app, const std::string& name, Options* options) {
       ->check(CLI::Range(1000, 768000).description(""))
       ->type_name("HZ")
       ->needs(app->get_option("--raw"));
-  app->add_flag("--ambisonics", options->channels.is_ambisonic,
-                "An ambisonic field of 4, 9, 16 or 25 channels (AmbiX: ACN, SN3D)");
+  ambisonics_option_add(app, &options->channels.is_ambisonic);
   app->add_flag("--strict", options->strict,
                 "Exit status 1 after a warning, for instance of a damaged file");
 }

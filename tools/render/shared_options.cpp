@@ -72,6 +72,20 @@ void channel_options_add(CLI::App* app, ChannelRequest* channels) {
                     "the effect in the platform's order and is heard as on a device");
 }
 
+CLI::Option* stream_option_add(CLI::App* app, std::optional<int>* stream) {
+  return app
+      ->add_option_function<int>(
+          "--stream", [=](const int& number) { *stream = number; },
+          "Which sound stream of a film, from 1; default the one with most channels")
+      ->check(CLI::Range(1, 1000).description(""))
+      ->type_name("N");
+}
+
+CLI::Option* ambisonics_option_add(CLI::App* app, bool* is_ambisonic) {
+  return app->add_flag("--ambisonics", *is_ambisonic,
+                       "An ambisonic field of 4, 9, 16 or 25 channels (AmbiX: ACN, SN3D)");
+}
+
 CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std::string& help) {
   const auto parse = [pose](const std::string& text) {
     *pose = pose_parse(text);

@@ -44,6 +44,10 @@ CLI::Option* layout_option_add(CLI::App* app, std::string* layout, const std::st
 // --layout, --file-order and --order.
 void channel_options_add(CLI::App* app, ChannelRequest* channels);
 
+// --stream and --ambisonics: what is in a file.
+CLI::Option* stream_option_add(CLI::App* app, std::optional<int>* stream);
+CLI::Option* ambisonics_option_add(CLI::App* app, bool* is_ambisonic);
+
 // --pose. `help` says whose or when.
 CLI::Option* pose_option_add(CLI::App* app, std::optional<Pose>* pose, const std::string& help);
 
