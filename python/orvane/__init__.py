@@ -13,6 +13,7 @@ arrays of row pointers that the functions take. Such calls are checked by nobody
 
 from orvane._library import LIBRARY_PATH, Error, ffi, lib
 from orvane._samples import Rows
+from orvane.ears import load_ears
 from orvane.effect import Effect
 from orvane.renderer import Renderer
 from orvane.rotations import pose_from_vector, vector_from_pose
@@ -21,6 +22,6 @@ from orvane.tables import LAYOUTS, MAX_BLOCK, PARAMETERS, SAMPLE_RATE, Layout, P
 
 __all__ = [
     "LAYOUTS", "LIBRARY_PATH", "MAX_BLOCK", "PARAMETERS", "SAMPLE_RATE", "Effect", "Error", "Layout", "Parameter",
-    "Reflections", "Renderer", "Rows", "binauralize", "encode", "ffi", "lib", "pose_from_vector", "rotate",
-    "sh_weights", "shoebox", "vector_from_pose", "velvet_noise",
+    "Reflections", "Renderer", "Rows", "binauralize", "encode", "ffi", "lib", "load_ears", "pose_from_vector",
+    "rotate", "sh_weights", "shoebox", "vector_from_pose", "velvet_noise",
 ]

@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import os
 from typing import Any, Mapping
 
 import numpy as np
@@ -11,6 +12,7 @@ import numpy.typing as npt
 from orvane._library import Error, ffi, lib, lookup, names
 from orvane._player import Player
 from orvane._samples import Rows, Samples, as_samples, as_vector
+from orvane.ears import load_ears
 from orvane.parameters import Parameters, explain
 from orvane.rotations import Vector
 from orvane.tables import Parameter, find_layout
@@ -34,8 +36,8 @@ class Renderer(Player):
     mode        "binaural_tracked", or "binaural" for a head at rest, give two ears, "ambisonic" and
                 "ambisonic_tracked" a field, "downmix" plain stereo
     parameters  what to set at the start; the reverb is on by default, the reflections are off
-    ears        responses of other ears than the built-in ones, for `set_responses`: a table for the
-                left ear of a symmetric head, or one for each ear
+    ears        other ears than the built-in ones: a SOFA file, for `orvane.load_ears`; or responses,
+                for `set_responses`, a table for the left ear of a symmetric head or one for each ear
 
     Threads: calls on one renderer wait for each other. The interpreter's lock is released while a
     block is rendered, so renderers run side by side. Raises Error where the library refuses,
@@ -44,7 +46,7 @@ class Renderer(Player):
 
     def __init__(self, layout: str | npt.ArrayLike = "7.1.4", *, block: int = 480, order: int = 4,
                  mode: str = "binaural_tracked", parameters: Mapping[str, float] | None = None,
-                 ears: npt.ArrayLike | None = None) -> None:
+                 ears: str | os.PathLike[str] | npt.ArrayLike | None = None) -> None:
         self._record: Any = ffi.new("ubr_t *")
         self._is_open = True
         super().__init__()
@@ -163,7 +165,9 @@ def _table(ear: npt.ArrayLike) -> Samples:
     return table
 
 
-def _tables(ears: npt.ArrayLike) -> list[Any]:
+def _tables(ears: str | os.PathLike[str] | npt.ArrayLike) -> list[Any]:
     """One table, or one for each ear."""
+    if isinstance(ears, (str, os.PathLike)):
+        return list(load_ears(ears))
     array = np.asarray(ears)
     return list(array) if array.ndim == 3 and len(array) == 2 else [array]

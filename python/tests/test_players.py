@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import pathlib
 import threading
 import time
 from typing import Any, Callable
@@ -243,3 +244,28 @@ def test_other_ears_are_heard_until_the_built_in_ones_are_set_again(rng: Generat
         renderer.set_responses(None)
         renderer.reset()
         assert np.array_equal(renderer.render(bed), built_in.render(bed))
+
+
+def test_ears_come_from_a_sofa_file(rng: Generator, tmp_path: pathlib.Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    sofa = pathlib.Path("/usr/share/libmysofa/MIT_KEMAR_normal_pinna.sofa")
+    monkeypatch.setenv("XDG_CACHE_HOME", str(tmp_path))
+    bed = noise(rng, 12, 2000)
+    with orvane.Renderer("7.1.4", ears=sofa) as renderer, orvane.Renderer("7.1.4") as other:
+        heard = renderer.render(bed)
+        built_in = other.render(bed)
+        assert not np.allclose(heard, built_in, atol=1e-3)
+        assert np.isclose(np.var(heard), np.var(built_in), rtol=0.2)  # the same head, fitted in another way
+        assert list(tmp_path.glob("orvane/ears/*"))
+        other.reset()
+        other.set_responses(*orvane.load_ears(str(sofa)))
+        other.process(np.zeros((12, 1), np.float32))
+        other.reset()
+        assert np.array_equal(other.render(bed), heard)
+    (tmp_path / "-bad.sofa").write_text("no measurement")
+    monkeypatch.chdir(tmp_path)
+    with pytest.raises(ValueError, match="-bad.sofa"):
+        orvane.Renderer(ears="-bad.sofa")
+    monkeypatch.setattr("orvane.ears.LIBRARY_PATH", "/none/liborvane.so")
+    monkeypatch.setenv("PATH", str(tmp_path))
+    with pytest.raises(RuntimeError, match="orvane-tools"):
+        orvane.load_ears(sofa)
