@@ -11,6 +11,10 @@
 #define ORVANE_EXTERN_C extern
 #endif
 
+#ifdef _WIN32  // the build lists them to the linker
+#define ORVANE_API ORVANE_EXTERN_C
+#else
 #define ORVANE_API ORVANE_EXTERN_C __attribute__((visibility("default")))
+#endif
 
 #endif  // ORVANE_BASE_EXPORT_H_

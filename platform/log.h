@@ -6,18 +6,19 @@
 #define ORVANE_PLATFORM_LOG_H_
 
 #if defined(ORVANE_LOG_TO_STDERR) || defined(ORVANE_LOG_TO_NOTHING)
-#include <stdio.h>
-#define ORVANE_LOG_IF(wanted, letter, format, ...) \
-  ((void)((wanted) && fprintf(stderr, letter " orvane: " format "\n" __VA_OPT__(, ) __VA_ARGS__)))
+#include "base/export.h"
+// Writes a line to standard error, unless it is information, letter I: log_stderr.cpp.
+ORVANE_EXTERN_C __attribute__((format(printf, 2, 3))) void orvane_log_line(char letter,
+                                                                           const char* format, ...);
 #ifdef ORVANE_LOG_TO_STDERR
-#define ORVANE_LOG_PROBLEMS 1
+#define ORVANE_LOG_LINE(...) orvane_log_line(__VA_ARGS__)
 #else
-#define ORVANE_LOG_PROBLEMS 0
+#define ORVANE_LOG_LINE(...) ((void)(false && (orvane_log_line(__VA_ARGS__), true)))
 #endif
-#define ORVANE_LOGI(...) ORVANE_LOG_IF(0, "I", __VA_ARGS__)
-#define ORVANE_LOGW(...) ORVANE_LOG_IF(ORVANE_LOG_PROBLEMS, "W", __VA_ARGS__)
-#define ORVANE_LOGE(...) ORVANE_LOG_IF(ORVANE_LOG_PROBLEMS, "E", __VA_ARGS__)
-#define ORVANE_LOG_SECURITY_EVENT(sub_tag) ORVANE_LOGE("security event %s", sub_tag)
+#define ORVANE_LOGI(...) ORVANE_LOG_LINE('I', __VA_ARGS__)
+#define ORVANE_LOGW(...) ORVANE_LOG_LINE('W', __VA_ARGS__)
+#define ORVANE_LOGE(...) ORVANE_LOG_LINE('E', __VA_ARGS__)
+#define ORVANE_LOG_SECURITY_EVENT(sub_tag) ORVANE_LOG_LINE('S', "0x534e4554 %s", sub_tag)
 #else
 
 #include <android/log.h>

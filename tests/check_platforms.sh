@@ -1,7 +1,8 @@
 #!/bin/sh
 # Systems and processors besides those that the tests run on. The compiler refuses processors that the library is not
-# for. For musl the preset of that name builds a library that passes orvane-selftest, and a C program, linked statically
-# with musl and the archive, hears what it hears through the library of the preset release, which has to be built.
+# for. For musl, the C library, the preset of that name builds a library that passes orvane-selftest. For Windows the
+# preset mingw builds one that passes it and the library's tests, under Wine. C programs that use each of these, the
+# archives among them, hear what they hear through the library of the preset release, which has to be built.
 set -eu
 # SPDX-License-Identifier: Apache-2.0
 cd "$(dirname "$0")/.."
@@ -27,21 +28,39 @@ refused 64-bit i386-linux-gnu arm-linux-gnueabihf x86_64-linux-gnux32
 refused little-endian s390x-linux-gnu powerpc64-linux-gnu aarch64_be-linux-gnu
 [ -z "$(answer x86_64-linux-gnu)$(answer aarch64-linux-gnu)" ]
 
-cmake --preset musl
-cmake --build --preset musl
-build/musl/orvane-selftest build/musl/liborvane.so
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-musl-gcc -std=c11 -static -I. tests/consumer/consumer.c build/musl/liborvane.a -o "$work/musl"
-gcc -std=c11 -I. tests/consumer/consumer.c -Lbuild/release -lorvane -Wl,-rpath,"$PWD/build/release" -o "$work/gnu"
-"$work/musl" >"$work/heard"
-"$work/gnu" >>"$work/heard"
+export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all  # a folder of its own for what Wine keeps
+trap '/usr/lib/wine/wineserver64 -k || true; rm -rf "$work"' EXIT
+program="-std=c11 -I. tests/consumer/consumer.c"  # a list of words
+# shellcheck disable=SC2086
+{
+  gcc $program -Lbuild/release -lorvane -Wl,-rpath,"$PWD/build/release" -o "$work/gnu"
+  "$work/gnu" >"$work/heard"
 
-# The first line of heard is one program's output, the second another's.
+  cmake --preset musl
+  cmake --build --preset musl
+  build/musl/orvane-selftest build/musl/liborvane.so
+  musl-gcc -static $program build/musl/liborvane.a -o "$work/musl"
+  "$work/musl" >>"$work/heard"
+
+  cmake --preset mingw
+  cmake --build --preset mingw
+  x86_64-w64-mingw32-gcc-posix $program build/mingw/liborvane.dll.a -o build/mingw/shared.exe
+  x86_64-w64-mingw32-gcc-posix -static $program build/mingw/liborvane.a -lpthread -o build/mingw/archive.exe
+}
+
+unset DISPLAY
+windows() { timeout 300 /usr/lib/wine/wine64 "build/mingw/$@"; }
+windows orvane-selftest.exe build/mingw/orvane.dll
+windows shared.exe >>"$work/heard"
+windows archive.exe >>"$work/heard"
+windows tests/orvane_tests.exe --gtest_brief=1
+
 python3 - "$work/heard" <<END
 import sys
-one, other = ([float(word) for word in line.split()] for line in open(sys.argv[1]))
-worst = max(abs(a - b) for a, b in zip(one, other, strict=True))
-assert worst < 1e-6 and max(map(abs, one[2:])) > 0.01, worst
-print(f"a program with musl hears the same within {worst:.1e}")
+first, *others = ([float(word) for word in line.split()] for line in open(sys.argv[1]))
+assert len(others) == 3 and max(map(abs, first[2:])) > 0.01
+worst = max(abs(a - b) for other in others for a, b in zip(first, other, strict=True))
+assert worst < 1e-6, worst
+print(f"programs on other systems hear the same within {worst:.1e}")
 END

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <fstream>
+#include <numbers>
 #include <sstream>
 #include <string>
 
@@ -29,7 +30,7 @@ void expect_holds(const char* name, const std::string& part) {
 // Whole degrees, which is what the table's four digits stand for.
 long degrees(float opposite, float adjacent) {
   const double angle = std::atan2(static_cast<double>(opposite), static_cast<double>(adjacent));
-  return std::lround(angle * 180.0 / M_PI);
+  return std::lround(angle * 180.0 / std::numbers::pi);
 }
 
 std::string direction(const orvane_layout_t& layout, uint32_t channel) {

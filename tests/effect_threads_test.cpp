@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <math.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -16,7 +15,15 @@
 #include "tests/support/effect_host.h"
 #include "tests/support/signals.h"
 
+#ifndef _WIN32
+#include <unistd.h>
+#endif
+
 namespace {
+
+#ifdef _WIN32
+void alarm(unsigned) {}  // there is none: whoever starts the tests limits their time
+#endif
 
 uint32_t test_seconds() {
   const char* text = getenv("ORVANE_TEST_SECONDS");

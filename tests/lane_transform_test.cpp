@@ -6,6 +6,7 @@
 #include <stdio.h>
 
 #include <complex>
+#include <numbers>
 #include <vector>
 
 #include "base/result.h"
@@ -29,7 +30,7 @@ Spectrum transform(const Spectrum& signal, double sign) {
     const Spectrum spectrum = transform(every_radixth, sign);
     for (size_t k = 0; k < size; ++k) {
       const double turns = static_cast<double>(j * k % size) / static_cast<double>(size);
-      sum[k] += std::polar(1.0, sign * 2.0 * M_PI * turns) * spectrum[k % part];
+      sum[k] += std::polar(1.0, sign * 2.0 * std::numbers::pi * turns) * spectrum[k % part];
     }
   }
   return sum;

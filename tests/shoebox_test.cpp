@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 
 #include "base/bounded_copy.h"
 #include "room/shoebox_scene.h"
@@ -157,8 +158,8 @@ TEST(ShoeboxSceneTest, DegreesScaleTheDistanceToo) {
   t.place(1.0f, false, true);
   EXPECT_FLOAT_EQ(1.0f, t.room.direct_distances[0]);
   EXPECT_FLOAT_EQ(1.6f - 4.0f / 2, t.room.listener[2]);
-  EXPECT_FLOAT_EQ(static_cast<float>(M_PI_2), t.scene.elevation[4]);
-  EXPECT_FLOAT_EQ(-static_cast<float>(M_PI_2), t.scene.elevation[5]);
+  EXPECT_FLOAT_EQ(std::numbers::pi_v<float> / 2, t.scene.elevation[4]);
+  EXPECT_FLOAT_EQ(-std::numbers::pi_v<float> / 2, t.scene.elevation[5]);
 }
 
 TEST(ShoeboxSceneTest, OnlyCountedSourcesAreWritten) {
@@ -179,15 +180,21 @@ TEST(ShoeboxSceneTest, OnlyCountedSourcesAreWritten) {
   }
 }
 
+#ifdef _WIN32
+const testing::ExitedWithCode kAborted(3);
+#else
+const testing::KilledBySignal kAborted(SIGABRT);
+#endif
+
 TEST(ShoeboxSceneDeathTest, RecordsAreNeverOverrun) {
   TestRoom t;
   for (const float stride : {6.05f, -1.0f, NAN}) {
     t.scene.reflections_per_source = stride;
-    EXPECT_EXIT(t.place(25.0f, true, true), testing::KilledBySignal(SIGABRT), "") << stride;
+    EXPECT_EXIT(t.place(25.0f, true, true), kAborted, "") << stride;
   }
   t.scene.reflections_per_source = 0.0f;
   t.room.max_sources = 26.0f;
-  EXPECT_EXIT(t.place(26.0f, true, true), testing::KilledBySignal(SIGABRT), "");
+  EXPECT_EXIT(t.place(26.0f, true, true), kAborted, "");
 }
 
 TEST(BoundedCopyTest, TheSmallerSizeDecides) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numbers>
 #include <random>
 #include <vector>
 
@@ -39,7 +40,7 @@ std::array<std::vector<double>, 2> reference_responses(const vn_state_t& v, std:
   if (s.stereo != 1.0f) right = left;
   if (s.tone_enable == 0.0f) return {left, right};
   const double a = pow(10.0, (double{s.tone_gain} - 1.0) * 12.0 / 40.0);  // the cookbook's A
-  const double w = M_PI * double{s.tone_corner_hz} / 24000.0, c = cos(w);
+  const double w = std::numbers::pi * double{s.tone_corner_hz} / 24000.0, c = cos(w);
   const double q =
       sqrt(a) * sin(w) * sqrt((a + 1.0 / a) * (1.0 / double{s.tone_slope} - 1.0) + 2.0);
   for (auto* h : {&left, &right, &left, &right}) {  // forwards, then backwards

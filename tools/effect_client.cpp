@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/effect_client.h"
 
-#include <dlfcn.h>
 #include <string.h>
 
 #include "base/limits.h"
 #include "effect/uuid.h"
+#include "tools/dynamic_library.h"
 
 namespace effect_client {
 namespace {

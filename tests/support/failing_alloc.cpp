@@ -3,10 +3,15 @@
 
 #include <stddef.h>
 
+#include <atomic>
+#include <thread>
+
 namespace {
 
-thread_local bool armed = false;
-thread_local uint32_t until_failure = 0;
+// Not thread_local: where threads' variables are emulated, a thread's first use of one allocates.
+std::atomic<bool> armed = false;
+std::thread::id thread;
+uint32_t until_failure = 0;
 
 }  // namespace
 
@@ -16,7 +21,7 @@ void* __real_calloc(size_t count, size_t size);
 void* __wrap_calloc(size_t count, size_t size);
 
 void* __wrap_calloc(size_t count, size_t size) {
-  if (armed && until_failure-- == 0) {
+  if (armed && std::this_thread::get_id() == thread && until_failure-- == 0) {
     armed = false;
     return nullptr;
   }
@@ -25,6 +30,7 @@ void* __wrap_calloc(size_t count, size_t size) {
 }
 
 FailingAlloc::FailingAlloc(uint32_t n) {
+  thread = std::this_thread::get_id();
   until_failure = n;
   armed = true;
 }

@@ -10,7 +10,7 @@
 #include <stdint.h>
 
 // While it lives, the `n`-th allocation of this thread fails, counted from 0 where the guard began;
-// all others succeed. One guard per thread at a time.
+// all others succeed. One guard at a time.
 //
 //   for (uint32_t n = 0, reached = 1; reached; ++n) {
 //     FailingAlloc guard(n);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the library logs. The test program defines the platform's log functions itself, in front of
-// the system's; messages go nowhere while no LogCapture lives.
+// What the library logs. The test program has the log functions itself, in front of the system's or
+// of the library's own (-Wl,--wrap); messages go nowhere while no LogCapture lives.
 #ifndef ORVANE_TESTS_SUPPORT_LOG_CAPTURE_H_
 #define ORVANE_TESTS_SUPPORT_LOG_CAPTURE_H_
 

@@ -1,13 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
 // orvane-selftest: the first thing to run on a device. It loads a liborvane.so as the effect HAL
 // does, renders noise in every layout, compares what comes out with what a desktop heard, and times
 // the blocks.
-#include <dlfcn.h>
 #include <math.h>
 #include <stdio.h>
 #include <string.h>
 
 #include "base/limits.h"
 #include "orvane/version.h"
+#include "tools/dynamic_library.h"
 #include "tools/selftest/scene.h"
 
 namespace {
@@ -22,8 +23,15 @@ constexpr double kExpected[ORVANE_NUM_LAYOUTS][kNumScenes][kNumSums] = {
 // Processors round and fuse differently: that moves a sum by some 1e-7.
 constexpr double kTolerance = 1e-5;
 
+#ifdef _WIN32
+#define ORVANE_DEFAULT_PATH "orvane.dll"
+#else
+#define ORVANE_DEFAULT_PATH "./liborvane.so"
+#endif
+
 const char* const kUsage =
-    "orvane-selftest [LIBRARY]   tries the effect library, default ./liborvane.so;\n"
+    "orvane-selftest [LIBRARY]   tries the effect library, default " ORVANE_DEFAULT_PATH
+    ";\n"
     "                            exit status 0: it is as it should be\n"
     "orvane-selftest --expected LIBRARY   prints what is compared with, for another table\n";
 
@@ -95,7 +103,7 @@ int main(int argc, char** argv) {
     fputs(kUsage, strcmp(argv[1], "--help") == 0 ? stdout : stderr);
     return strcmp(argv[1], "--help") == 0 ? 0 : 2;
   }
-  const char* const path = prints ? argv[2] : argc == 2 ? argv[1] : "./liborvane.so";
+  const char* const path = prints ? argv[2] : argc == 2 ? argv[1] : ORVANE_DEFAULT_PATH;
   void* const loaded = dlopen(path, RTLD_NOW | RTLD_LOCAL);
   if (!loaded) {
     printf("FAILED: %s cannot be loaded: %s\n", path, dlerror());
