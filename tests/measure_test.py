@@ -7,6 +7,7 @@ import sys
 import tempfile
 import unittest
 from pathlib import Path
+from types import SimpleNamespace
 
 import numpy as np
 
@@ -14,9 +15,9 @@ ROOT = Path(__file__).resolve().parents[1]
 sys.path.append(str(ROOT / "tools"))
 
 from measure import charts, decay, ears, erb, levels, sine, sphere
-from measure.constants import SAMPLE_RATE_HZ
+from measure.constants import LATENCY, SAMPLE_RATE_HZ
 from measure.random import Random
-from rooms import measures
+from rooms import figures, measures
 from validate import geometry, other_tables
 from validate.limits import Limit, limits
 from validate.report import Report
@@ -186,6 +187,28 @@ class RoomTest(unittest.TestCase):
         self.assertAlmostEqual(measures.loudness(2.0 * self.noise) - measures.loudness(self.noise), 6.02, places=2)
         np.testing.assert_allclose(measures.coherence(np.stack([tone, tone]))[4], 1.0)
         np.testing.assert_allclose(measures.colouration(3.0 * self.noise, self.noise), 0.0, atol=1e-9)
+
+    def test_tells_the_parts_of_a_room_apart(self):
+        speakers, late = ["FC", "FL", "FR"], LATENCY + 2400
+        dry, reflections, tail = (np.zeros((3, 2, 2 * RATE_HZ)) for _ in range(3))
+        dry[..., LATENCY] = 1.0
+        reflections[..., LATENCY + 1200] = 0.2
+        reflections[0, :, LATENCY + 2304] = 0.1  # 2 ms before the tail, and only the centre has it
+        tail[..., late:] = (self.noise * 10.0 ** (-3.0 * self.seconds / 0.5))[:, :-late]
+        tail *= 0.5 / np.sqrt(np.sum(tail[0, 0] ** 2))
+        tail[..., late] = tail.max()
+        room = SimpleNamespace(dry=dry, reflections=reflections, tail=tail, full=dry + reflections + tail, speakers=speakers)
+        room.of = lambda responses, speaker: responses[speakers.index(speaker)]
+        measured = figures.measure(room)
+        found = figures.single_figures(room, measured)
+        self.assertAlmostEqual(found["reflections"], 10.0 * np.log10(0.05), places=6)
+        self.assertAlmostEqual(found["direct_to_reflections"], 13.0, delta=0.5)
+        self.assertAlmostEqual(found["direct_to_tail"], 6.0, delta=0.7)
+        self.assertAlmostEqual(found["direct_to_all"], 5.2, delta=0.7)
+        np.testing.assert_allclose([found["tail_edt"], found["tail_t20"]], 0.5, rtol=0.12)
+        self.assertGreater(found["edt"], 0.6)  # its fall begins 50 ms after the direct sound
+        np.testing.assert_allclose([found["gap"], found["gap_least"], found["gap_largest"]], [2.0, 2.0, 25.0])
+        self.assertLess(np.abs(measured.balance[2:]).max(), 1.5)
 
 
 class ReportTest(unittest.TestCase):

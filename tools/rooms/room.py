@@ -106,3 +106,8 @@ def render(preset, speakers=None, dry=None, early=None):
         early = reflected(preset, speakers)
     full = responses(preset, speakers, samples) if preset.get("reverb.enable", 1.0) else padded(early)
     return Room(preset, speakers, padded(dry), padded(early), full)
+
+
+def presets(names):
+    """The Rooms of presets by their names."""
+    return {name: render(read_preset(PRESETS / f"{name}.preset")) for name in names}

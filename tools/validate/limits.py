@@ -9,6 +9,8 @@ give: they hold what is there and show a table, a layout or a ramp that changed.
 from dataclasses import dataclass
 
 from measure.constants import LATENCY, MAX_ORDER
+from measure.levels import EQUAL_DB
+from rooms import design
 
 
 @dataclass(frozen=True)
@@ -48,6 +50,7 @@ DATA = "data: a little above what the impulse responses give"
 EVEN = "data: the more loudspeakers and the higher, the evener"
 WIDEST_AVERAGE_DB = 5.5  # for a layout that has no limit of its own below
 AVERAGE = "largest distance of the average from the diffuse field"
+BALANCE_SLACK_DB = 0.25  # of the ears of a preset's tail, beyond the target
 
 _ROWS = [
     *((f"rotation.order_{n}", f"worst error of a turned plane wave, order {n}", "dB", None, -110.0, ROUNDING)
@@ -126,16 +129,68 @@ _ROWS = [
     *((f"turns.stepped_{block}", f"the same for a pose every 10 ms, blocks of {block}", "dB", None, at_most,
        "data: a head that turns in steps; host programs interpolate poses") for block, at_most in
       ((64, -57.0), (256, -75.0), (1024, -82.0))),
+    ("rooms.dry", "difference of the preset dry from loudspeakers without any room", "dB", None, EQUAL_DB,
+     "exact: they are the same"),
     ("blocks.dry", "difference between block lengths, 7.1 without a room", "dB", None, -110.0, ROUNDING),
     ("blocks.room", "the same for 7.1.4 in a room", "dB", None, -110.0, ROUNDING),
     ("blocks.large", "the same for 22.2 without a room", "dB", None, -110.0, ROUNDING),
 ]  # fmt: skip
 
+# Why the presets have their limits; the targets are in tools/rooms/design.py.
+TARGET = "target of the design"
+CHANCE = "target of the design, and what chance leaves"
+CUT = "target of the design; the envelope ends 22 to 28 dB below its start, which T20 sees"
+LEAD = "direct sound over all else, off its target"
+ROOM_EDT_S = {"studio": (0.2, 0.3), "living-room": (0.3, 0.45), "cinema": (0.8, 0.95), "hall": (1.55, 1.8)}
+# In place of the limits of _room_rows.
+ROOM_EXCEPTIONS = {
+    ("living-room", "lead_8k"): (-3.5, 2.0, "data: early reflections have no filter and are too loud there"),
+    ("cinema", "gap_largest"): (None, 15.0, "data: the sides' and the back's later reflections are too quiet to count"),
+    ("studio", "density"): (0.85, None, "data: the design wants 0.9, and the tail has few pulses left by then"),
+    ("living-room", "density"): (0.75, None, "data: the design wants 0.9, and the tail has few pulses left by then"),
+    ("hall", "loudness"): (-1.0, 1.2, "data: the target is 1 LU"),
+}
+
+
+def _room_rows(name, wanted):
+    """Rows of one preset, front centre where no other loudspeaker is named."""
+    times = lambda factor: round(factor * wanted.decay_s, 4)
+    lowest, highest = wanted.clarity_db
+    balance = design.BALANCE_LIMIT_DB + BALANCE_SLACK_DB
+    rows = [
+        ("lead", f"{LEAD}, mean of octaves from 125 Hz to 4 kHz", "dB", -1.0, 1.0, TARGET),
+        ("lead_octave", f"{LEAD}, largest of these octaves", "dB", -2.0, 2.0, CHANCE),
+        ("lead_8k", f"{LEAD}, octave of 8 kHz", "dB", -2.0, 2.0, CHANCE),
+        ("reflections", "early reflections against the direct sound, white impulse", "dB", wanted.reflections_db - 3.0,
+         wanted.reflections_db + 1.0, f"data: the design aims at {wanted.reflections_db:g} dB"),
+        ("tail_edt", "EDT of the tail alone, 500 Hz to 2 kHz", "s", times(0.9), times(1.1), TARGET),
+        ("tail_edt_octave", "EDT of the tail alone off its target, largest octave from 250 Hz", "%", -15.0, 15.0, CHANCE),
+        ("tail_t20", "T20 of the tail alone, 500 Hz to 2 kHz", "s", times(0.7), times(1.05), CUT),
+        ("edt", "EDT of reflections and tail, 500 Hz to 2 kHz", "s", *ROOM_EDT_S[name],
+         "data: early reflections first, and the tail only 20 to 43 ms after the direct sound"),
+        ("t20", "T20 of reflections and tail, 500 Hz to 2 kHz", "s", times(0.8), times(1.05), CUT),
+        ("c80", "C80 of a white impulse", "dB", lowest, highest + 0.5, "target of the design, and half a decibel"),
+        ("gap", "last reflection to first pulse of the tail", "ms", 0.0, 5.0, TARGET),
+        ("gap_least", "the same, loudspeaker of the least", "ms", -4.0, None, "data: all loudspeakers share the tail's begin"),
+        ("gap_largest", "the same, loudspeaker of the largest", "ms", None, 5.0, TARGET),
+        ("single", "colour of a loudspeaker of 7.1.4, worst octave of the worst one", "dB", None, design.SINGLE_LIMIT_DB, TARGET),
+        ("phantom", "colour of a phantom centre, worst octave", "dB", -design.PHANTOM_LIMIT_DB, design.PHANTOM_LIMIT_DB, TARGET),
+        ("balance", "left over right ear of the tail, worst octave from 250 Hz", "dB", -balance, balance, CHANCE),
+        ("loudness", "loudness of a 7.1.4 bed against dry", "LU", -design.LOUDNESS_LIMIT, design.LOUDNESS_LIMIT, TARGET),
+        ("density", "echo density 80 ms after the direct sound", "", design.DENSITY_WANTED - 0.02, None, CHANCE),
+        ("coherence", "interaural coherence of the early reflections, 500 Hz to 2 kHz", "", None, 0.65,
+         f"data: the design wants {design.COHERENCE_LIMIT:g}; six directions give more"),
+    ]  # fmt: skip
+    for figure, what, unit, *limit in rows:
+        yield Limit(f"rooms.{name}_{figure}", f"{name}: {what}", unit, *ROOM_EXCEPTIONS.get((name, figure), limit))
+
 
 def limits(layouts):
-    """All limits by their ids, one for each of the layouts among them."""
+    """All limits by their ids, those of each layout and of each preset among them."""
     table = {row[0]: Limit(*row) for row in _ROWS}
     for name in layouts:
         key = f"loudspeakers.average_{name}"
         table.setdefault(key, Limit(key, f"{AVERAGE}, {name}", "dB", None, WIDEST_AVERAGE_DB, EVEN))
+    for name, wanted in design.DESIGNS.items():
+        table |= {limit.id: limit for limit in _room_rows(name, wanted)}
     return table
