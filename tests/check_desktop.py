@@ -229,6 +229,7 @@ def live_sink_survives(build, folder):
         desktop.stop("wireplumber")
         desktop.stop("pipewire", signal.SIGKILL)
         desktop.wait_for("notice of the loss", lambda: "1 server gone" in desktop.log("orvane-live"))
+        desktop.wait_for("a line that says so", lambda: "is not running" in desktop.log("orvane-live"))
         desktop.start_server()
         desktop.wait_for("the sink, again", lambda: desktop.node(kLive))
         desktop.wait_for("the ears, again", lambda: f"{kLive}.ears:output_FR" in desktop.links())

@@ -134,7 +134,7 @@ TEST_F(LiveProgramTest, FollowsTheHeadWithinOnePeriod) {
   EXPECT_LE(delays[kTurns / 2], kLong);  // on a busy machine one may be late
 }
 
-TEST_F(LiveProgramTest, PlaysOnWhenItsEarsAreConnectedAgain) {
+TEST_F(LiveProgramTest, PlaysOnAfterANewPeriodAndWhenItsEarsAreConnectedAgain) {
   write_bed("5.1", ORVANE_SAMPLE_RATE);
   ASSERT_NO_FATAL_FAILURE(start_server(kPeriod));
   JackProbe ears(0);
@@ -149,6 +149,10 @@ TEST_F(LiveProgramTest, PlaysOnWhenItsEarsAreConnectedAgain) {
   jack_status_t status = {};
   jack_client_t* hand = jack_client_open("hand", JackNoStartServer, &status);
   ASSERT_NE(nullptr, hand);
+  ASSERT_EQ(0, jack_set_buffer_size(hand, 2 * kPeriod));
+  const size_t before = ears.recorded_frames();
+  EXPECT_TRUE(wait_until([&] { return ears.recorded_frames() > before + 20 * kPeriod; }));
+  EXPECT_TRUE(is_heard(true));
   const char* right = "orvane-live:right";
   const char** inputs = jack_port_get_all_connections(hand, jack_port_by_name(hand, right));
   ASSERT_NE(nullptr, inputs);

@@ -2,8 +2,12 @@
 // orvane-live with fake senders of every protocol of head trackers. ORVANE_LIVE_PROGRAM is its
 // path.
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -45,6 +49,7 @@ class TrackerProgramTest : public ::testing::Test {
   }
 
   void start(const std::string& arguments) {
+    std::filesystem::remove(folder_ / "out");
     program_ = std::make_unique<ChildProcess>(
         "exec " ORVANE_LIVE_PROGRAM " --watch --osc-port 0 --opentrack 0 " + arguments,
         folder_ / "out", folder_ / "errors");
@@ -71,18 +76,61 @@ class TrackerProgramTest : public ::testing::Test {
   int osc_ = 0, opentrack_ = 0;
 };
 
-TEST_F(TrackerProgramTest, ShowsWhatEveryTrackerSends) {
-  ASSERT_NO_FATAL_FAILURE(start("--tracker webcam"));
-  // A webcam tracker: yaw grows to the right, pitch upwards, roll to the right.
-  EXPECT_TRUE(shows(opentrack_, opentrack(30, 0, 0), "yaw  -30.0 right"));
-  EXPECT_TRUE(shows(opentrack_, opentrack(0, 15, 0), "pitch  -15.0 up"));
-  EXPECT_TRUE(shows(opentrack_, opentrack(0, 0, 20), "roll  +20.0 right"));
-  program_->send(SIGUSR1);
-  EXPECT_TRUE(
-      shows(opentrack_, opentrack(0, 0, 20), "yaw   +0.0 -      pitch   +0.0 -     roll   +0.0"));
+// A turn to the left, nose down, and to the right shoulder, as right-handed turns about +z, +y and
+// +x: what a tracker's numbers mean shows in the words beside them.
+TEST_F(TrackerProgramTest, EveryPresetShowsWhatItsTrackerSends) {
+  using Datagrams = std::array<std::string, 3>;  // that turn about one axis each
+  const Datagrams udp = {opentrack(30, 0, 0), opentrack(0, 15, 0), opentrack(0, 0, 20)};
+  const Datagrams orientation = {osc("/orientation", {30, 0, 0}), osc("/orientation", {0, 15, 0}),
+                                 osc("/orientation", {0, 0, 20})};
+  const Datagrams angles = {osc("/ypr", {30, 0, 0}), osc("/ypr", {0, 15, 0}),
+                            osc("/ypr", {0, 0, 20})};
+  const auto scene = [](float x, float y, float z) {
+    return osc("/SceneRotator/quaternions", {std::sqrt(1.0f - x * x - y * y - z * z), x, y, z});
+  };
+  const Datagrams scenes = {scene(0, 0, 0.258819f), scene(0, 0.1305262f, 0),
+                            scene(0.1736482f, 0, 0)};
+  const Datagrams to_right = {"yaw  -30.0 right", "pitch  -15.0 up", "roll  +20.0 right"};
+  const Datagrams to_left = {"yaw  +30.0 left", "pitch  +15.0 down", "roll  +20.0 right"};
+  const Datagrams inverse = {"yaw  -30.0 right", "pitch  -15.0 up", "roll  -20.0 left"};
+  const struct {
+    const char* preset;
+    const Datagrams &sent, &shown;
+  } cases[] = {{"opentrack", udp, to_right},    {"aitrack", udp, to_right},
+               {"webcam", udp, to_right},       {"phone", orientation, to_right},
+               {"supperware", angles, to_left}, {"nvsonic", scenes, inverse}};
+  for (const auto& c : cases) {
+    ASSERT_NO_FATAL_FAILURE(start(std::string("--tracker ") + c.preset));
+    const int port = &c.sent == &udp ? opentrack_ : osc_;
+    for (size_t axis = 0; axis < 3; ++axis) {
+      EXPECT_TRUE(shows(port, c.sent[axis], c.shown[axis])) << c.preset << text("out");
+    }
+    program_->send(SIGUSR1);
+    EXPECT_TRUE(shows(port, c.sent[2], "yaw   +0.0 -      pitch   +0.0 -     roll   +0.0"));
+    program_->terminate();
+    EXPECT_EQ(0, program_->wait());
+  }
+}
 
-  program_->terminate();
-  EXPECT_EQ(0, program_->wait());
+TEST_F(TrackerProgramTest, TheKeyAtItsTerminalRecentres) {
+  int terminal = -1;
+  const std::string command = "exec " ORVANE_LIVE_PROGRAM " --watch --osc-port 0 >" +
+                              (folder_ / "out").string() + " 2>" + (folder_ / "errors").string();
+  const pid_t program = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (program == 0) {
+    execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+    _exit(127);
+  }
+  ASSERT_GT(program, 0);
+  EXPECT_TRUE(wait_until([&] { return (osc_ = port_after("osc     port ")) > 0; }));
+  EXPECT_TRUE(shows(osc_, osc("/ypr", {30, 0, 0}), "yaw  +30.0 left"));
+  EXPECT_EQ(2, write(terminal, "xc", 2));
+  EXPECT_TRUE(shows(osc_, "", "yaw   +0.0"));
+  kill(program, SIGTERM);
+  int status = 0;
+  EXPECT_EQ(program, waitpid(program, &status, 0));
+  EXPECT_EQ(0, status);
+  close(terminal);
 }
 
 TEST_F(TrackerProgramTest, TakesSignsAndRecentresOverOsc) {
