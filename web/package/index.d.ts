@@ -79,7 +79,8 @@ export class OrvaneRenderer {
   reset(): void;
   /**
    * Renders channels of equal length at 48 kHz, in the layout's order; a missing one is silent. Returns `ears`, left
-   * and right. Long signals go in blocks of `block` samples, at most 1024.
+   * and right; without `ears` new ones, as long as the channels, and a RangeError is thrown where no channel is there.
+   * Long signals go in blocks of `block` samples, at most 1024.
    */
   process(channels: (Float32Array | undefined)[], ears?: Float32Array[], block?: number): Float32Array[];
 }

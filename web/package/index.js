@@ -16,7 +16,16 @@ export function hasVectors() {
   return WebAssembly.validate(kVectorProbe);
 }
 
-const loading = new Map();
+/** What `load` promises, asked for once per key. A failure is forgotten, so that the next call tries again. */
+function once(cache, key, load) {
+  if (!cache.has(key)) {
+    cache.set(key, load());
+    cache.get(key).catch(() => cache.delete(key));
+  }
+  return cache.get(key);
+}
+
+const loading = new Map();  // name of a module -> the promise of its bytes
 
 /** The bytes of a module beside this file. */
 async function loadBytes(name) {
@@ -32,8 +41,7 @@ async function loadBytes(name) {
 
 function bytesOf(vectors = hasVectors()) {
   const name = vectors ? './orvane.wasm' : './orvane-plain.wasm';
-  if (!loading.has(name)) loading.set(name, loadBytes(name));
-  return loading.get(name);
+  return once(loading, name, () => loadBytes(name));
 }
 
 export class OrvaneRenderer extends Renderer {
@@ -43,6 +51,17 @@ export class OrvaneRenderer extends Renderer {
 }
 
 const addedTo = new WeakMap();  // context -> the promise of its processor
+let failures = 0;
+
+/** A worklet remembers an address that could not be loaded, so another try has another address. */
+async function addProcessor({ audioWorklet }) {
+  try {
+    await audioWorklet.addModule(new URL(`./processor.js${failures ? `?${failures}` : ''}`, import.meta.url));
+  } catch (error) {
+    ++failures;
+    throw error;
+  }
+}
 
 export class OrvaneNode extends (globalThis.AudioWorkletNode ?? class {}) {
   #values = defaults();
@@ -75,10 +94,8 @@ export class OrvaneNode extends (globalThis.AudioWorkletNode ?? class {}) {
     if (context.sampleRate !== sampleRate) {
       throw new RangeError(`the renderer works at ${sampleRate} Hz, and the context at ${context.sampleRate}`);
     }
-    if (!addedTo.has(context)) {
-      addedTo.set(context, context.audioWorklet.addModule(new URL('./processor.js', import.meta.url)));
-    }
-    const [bytes] = await Promise.all([bytesOf(vectors), addedTo.get(context)]);
+    const added = once(addedTo, context, () => addProcessor(context));
+    const [bytes] = await Promise.all([bytesOf(vectors), added]);
     return new OrvaneNode(context, bytes, settings);
   }
 

@@ -37,6 +37,13 @@ export function layoutIndex(name) {
   return index;
 }
 
+/** Ears as long as the first channel that is there. */
+function emptyEars(channels) {
+  const present = channels.find(Boolean);
+  if (!present) throw new RangeError('without ears, one channel has to be there');
+  return [0, 1].map(() => new Float32Array(present.length));
+}
+
 export class OrvaneRenderer {
   #wasm;
   #room = [];  // changes of the room that wait for the reflections to be computed
@@ -121,7 +128,7 @@ export class OrvaneRenderer {
    * Renders channels in the layout's order, of equal length, into two ears. Missing channels are silent. Any length
    * will do; it goes in blocks of `block` samples.
    */
-  process(channels, ears = [0, 1].map(() => new Float32Array(channels[0].length)), block = Infinity) {
+  process(channels, ears = emptyEars(channels), block = Infinity) {
     const frames = ears[0].length;
     for (let start = 0; start < frames;) {
       const views = this.#memory();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the controls do and the figures show.
 import { descriptions, presets, sampleRate } from './orvane/index.js';
-import { bedOfFile, findLayout, layoutsFor } from './beds.js';
+import { bedOfFile, fileChannels, findLayout, layoutsFor } from './beds.js';
 import { Head } from './head.js';
 import { decibels, readPeaks } from './levels.js';
 import { Player, measureDelay } from './player.js';
@@ -17,6 +17,9 @@ const sliders = new RoomSliders(at('detail'));
 const beds = new Map();  // scene -> the promise of its bed
 let file;  // { name, decoded }
 let waiting = 0;  // of the latest wish to play
+let reading = 0;  // of the latest file that was chosen
+
+const channelCounts = `${fileChannels.slice(0, -1).join(', ')} or ${fileChannels.at(-1)} channels`;
 
 function say(text) {
   at('message').textContent = text;
@@ -90,17 +93,19 @@ function setPreset(name) {
 
 async function openFile(chosen) {
   if (!chosen) return;
+  const turn = ++reading;
   stop(`Reading ${chosen.name} …`);
   let decoded;
   try {
     decoded = await player.context.decodeAudioData(await chosen.arrayBuffer());
   } catch {
-    say(`${chosen.name} is nothing that this browser can decode. WAV and FLAC work everywhere.`);
+    if (turn === reading) say(`${chosen.name} is nothing that this browser can decode. WAV and FLAC work everywhere.`);
     return;
   }
+  if (turn !== reading) return;
   const fitting = layoutsFor(decoded.numberOfChannels);
   if (fitting.length === 0) {
-    say(`${chosen.name} has ${decoded.numberOfChannels} channels, for which there are no loudspeakers.`);
+    say(`${chosen.name} has ${decoded.numberOfChannels} channels, and files of ${channelCounts} can be played.`);
     return;
   }
   file = { name: chosen.name, decoded };
@@ -136,7 +141,9 @@ function onPose() {
     document.querySelector(`output[for=${name}]`).textContent = texts[name];
   }
   at('view').setAttribute('aria-valuenow', Math.round(-yaw));
-  at('view').setAttribute('aria-valuetext', texts.yaw);
+  const nod = texts.pitch === 'level' ? '' : `, nod ${texts.pitch}`;
+  const lean = texts.roll === 'level' ? '' : `, lean ${texts.roll}`;
+  at('view').setAttribute('aria-valuetext', texts.yaw + nod + lean);
 }
 
 const minus = text => text.replace('-', '−');
@@ -207,7 +214,7 @@ function connectControls() {
     toggle(at('device'), head.hasDevice);
   };
   addEventListener('keydown', event => {
-    if (event.key !== 'b' || event.ctrlKey || event.metaKey || event.altKey) return;
+    if (event.key.toLowerCase() !== 'b' || event.ctrlKey || event.metaKey || event.altKey) return;
     const other = document.querySelector('[name=how]:not(:checked)');
     other.checked = true;
     player.setHow(other.value);
@@ -227,6 +234,7 @@ function connectDrop() {
   });
 }
 
+at('channels').textContent = channelCounts;
 fill(at('scene'), scenes.map(({ id, name }) => [id, name]));
 fill(at('preset'), [['', 'As a device starts'], ...Object.keys(presets).map(name => [name, nameOfRoom(name)])]);
 connectControls();
@@ -239,6 +247,7 @@ head.addEventListener('nodevice', () => {
 });
 sliders.addEventListener('change', ({ values }) => tryRoom(() => player.setParameters(values)));
 player.addEventListener('load', ({ load }) => { at('load').textContent = `${(100 * load).toFixed(1)} %`; });
+player.addEventListener('failure', ({ message }) => stop(`The renderer has stopped: ${message || 'the browser says no more.'}`));
 player.addEventListener('level', ({ level }) => {
   at('level').textContent = minus(`${level > 1 ? '+' : ''}${decibels(level).toFixed(1)} dB`);
 });

@@ -13,6 +13,11 @@ export function emptyBed(layoutName, seconds) {
   return { layout, buffer, channel };
 }
 
+/** How many channels a file can have: those of a layout, or of what is played without labels. Ascending. */
+export const fileChannels = [...new Set([
+  ...Object.keys(unlabelled).map(Number), ...layouts.map(({ loudspeakers }) => loudspeakers.length),
+])].sort((a, b) => a - b);
+
 /** The layouts that a file of so many channels can be, the usual one first. */
 export function layoutsFor(channels) {
   const usual = unlabelled[channels]?.layout;

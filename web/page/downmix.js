@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// The plain stereo downmix to compare with: what a player does that knows nothing of directions.
+// The plain stereo downmix to compare with: what a player does that knows nothing of directions. Rec. ITU-R BS.775 gives
+// the surround channels at -3 dB and leaves out the LFE; heights and the rest of 22.2 are at -3 dB by this page's choice.
 
-const kBehind = Math.SQRT1_2;  // of all but the front, as Rec. ITU-R BS.775 has it
+const kBehind = Math.SQRT1_2;  // of all but the front
 
 /** Gains of a loudspeaker in the left and the right channel; an LFE is left out. */
 export function downmixGains({ isLfe, x, y, z }) {

@@ -75,11 +75,12 @@ export class Head extends EventTarget {
     for (const end of ['pointerup', 'pointercancel']) view.addEventListener(end, () => { grabbed = undefined; });
     view.addEventListener('keydown', event => {
       const { yaw, pitch, roll } = this.pose;
+      const key = event.key.length === 1 ? event.key.toLowerCase() : event.key;  // also with Shift or Caps Lock
       const change = {
         ArrowLeft: { yaw: yaw + kStep }, ArrowRight: { yaw: yaw - kStep },
         ArrowUp: { pitch: pitch - kStep }, ArrowDown: { pitch: pitch + kStep },
         q: { roll: roll - kStep }, e: { roll: roll + kStep }, Home: { yaw: 0, pitch: 0, roll: 0 },
-      }[event.key];
+      }[key];
       if (!change || event.ctrlKey || event.metaKey || event.altKey) return;
       event.preventDefault();
       this.set(change);

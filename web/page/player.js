@@ -26,22 +26,25 @@ async function renderOffline(buffer, connect) {
   return context.startRendering();
 }
 
-const renderSpatial = (bed, room) => renderOffline(bed.buffer, async (context, source) =>
+export const renderSpatial = (bed, room) => renderOffline(bed.buffer, async (context, source) =>
   source.connect(await OrvaneNode.create(context, { layout: bed.layout.name, ...room })));
 
-const renderPlain = bed => renderOffline(bed.buffer, (context, source) => {
+export const renderPlain = bed => renderOffline(bed.buffer, (context, source) => {
   const splitter = splitterOf(context, bed.layout.loudspeakers.length);
   return connectDownmix(context, source.connect(splitter), bed.layout);
 });
 
 /** The gain that makes the bed as loud as all others without clipping, and the one that the downmix needs on top. */
-async function findGains(bed, room) {
+export async function findGains(bed, room) {
   const [spatial, plain] = (await Promise.all([renderSpatial(bed, room), renderPlain(bed)])).map(measure);
   const gain = (to, from) => (Number.isFinite(to) && Number.isFinite(from) ? 10 ** ((to - from) / 20) : 1);
   const match = gain(spatial.loudness, plain.loudness);
   const peak = Math.max(spatial.peak, match * plain.peak);
   return { level: Math.min(gain(kLoudness, spatial.loudness), kCeiling / peak, kMostGain), match };
 }
+
+/** The gains of the two ways while one of them is heard. */
+export const gainsOf = (how, match) => ({ spatial: how === 'spatial' ? 1 : 0, plain: how === 'plain' ? match : 0 });
 
 /** Frames from a click in front to its loudest moment at an ear. */
 export async function measureDelay(bed) {
@@ -59,6 +62,7 @@ export class Player extends EventTarget {
   room = {};  // preset, and parameters on top of it, as OrvaneNode.create takes them
   how = 'spatial';
   #chain;
+  #turn = 0;  // of the latest call that plays or stops
 
   constructor() {
     super();
@@ -75,16 +79,52 @@ export class Player extends EventTarget {
     return analyser;
   }
 
-  get playing() { return Boolean(this.#chain); }
+  get playing() { return Boolean(this.#chain?.started); }
   get loudspeakers() { return this.#chain?.loudspeakers ?? []; }
 
-  /** Plays a bed from its beginning, over and over. */
+  /**
+   * Plays a bed from its beginning, over and over. A later call of play or stop takes the place of one that still gets
+   * ready, which then returns without a sound.
+   */
   async play(bed) {
-    const { context } = this;
-    await context.resume();
-    const node = await OrvaneNode.create(context, { layout: bed.layout.name, ...this.room, pose: this.pose });
+    const turn = ++this.#turn;
+    await this.context.resume();
+    if (turn !== this.#turn) return;
+    const node = await this.#makeNode(bed);
+    if (turn !== this.#turn) {
+      node.close();
+      return;
+    }
+    this.#close();
+    const chain = { bed, node, match: 1, started: false, ...this.#connect(bed, node) };
+    this.#chain = chain;
+    await this.matchLoudness();
+    if (turn !== this.#turn) return;  // whoever came later has closed the chain
+    chain.source.start();
+    chain.started = true;
+  }
+
+  /** A node in the room and with the pose of now, also where these change while it is made. */
+  async #makeNode({ layout }) {
+    const { room } = this;
+    const node = await OrvaneNode.create(this.context, { layout: layout.name, ...room, pose: this.pose });
     node.addEventListener('load', ({ load }) => this.dispatchEvent(Object.assign(new Event('load'), { load })));
-    this.stop();
+    // Not by addEventListener: Chromium calls this event `error`.
+    node.onprocessorerror = ({ message }) => {
+      if (node !== this.#chain?.node) return;
+      this.stop();
+      this.dispatchEvent(Object.assign(new Event('failure'), { message }));
+    };
+    node.setPose(this.pose);
+    if (room !== this.room) {
+      node.setPreset(this.room.preset);
+      node.setParameters(this.room.parameters ?? {});
+    }
+    return node;
+  }
+
+  #connect(bed, node) {
+    const { context } = this;
     const channels = bed.layout.loudspeakers.length;
     const source = new AudioBufferSourceNode(context, { buffer: bed.buffer, loop: true, ...explicit(channels) });
     const splitter = splitterOf(context, channels);
@@ -93,15 +133,18 @@ export class Player extends EventTarget {
     source.connect(splitter);
     source.connect(node).connect(gains.spatial).connect(this.level);
     connectDownmix(context, splitter, bed.layout).connect(gains.plain).connect(this.level);
-    this.#chain = { bed, source, node, gains, loudspeakers, match: 1 };
-    await this.matchLoudness();
-    source.start();
+    return { source, gains, loudspeakers };
   }
 
   stop() {
+    ++this.#turn;
+    this.#close();
+  }
+
+  #close() {
     if (!this.#chain) return;
-    const { source, node, gains } = this.#chain;
-    source.stop();
+    const { source, node, gains, started } = this.#chain;
+    if (started) source.stop();
     source.disconnect();
     node.close();
     for (const gain of Object.values(gains)) gain.disconnect();
@@ -128,8 +171,7 @@ export class Player extends EventTarget {
     this.how = how;
     if (!this.#chain) return;
     const { gains, match } = this.#chain;
-    this.#fade(gains.spatial.gain, how === 'spatial' ? 1 : 0);
-    this.#fade(gains.plain.gain, how === 'plain' ? match : 0);
+    for (const [way, gain] of Object.entries(gainsOf(how, match))) this.#fade(gains[way].gain, gain);
   }
 
   async setPreset(preset) {

@@ -10,11 +10,12 @@ import { pathToFileURL } from 'node:url';
 
 const packageFolder = process.env.ORVANE_WEB_PACKAGE;
 const references = process.env.ORVANE_WEB_REFERENCES;
-const { OrvaneRenderer, hasVectors, parameters, poseFromDevice, presets, responseShape } =
-  await import(pathToFileURL(join(packageFolder, 'index.js')));
+const everything = await import(pathToFileURL(join(packageFolder, 'index.js')));
+const { OrvaneRenderer, hasVectors, parameters, poseFromDevice, presets, responseShape } = everything;
 
 const kLargest = 1e-6;  // of orvane-render, at full scale 1
 const kMostBytes = 250e3;
+const kSizeDrift = 0.02;  // of what docs/performance.md shows
 
 function readChannels(path, frames) {
   const file = readFileSync(path);
@@ -49,9 +50,34 @@ for (const { name, settings, frames } of JSON.parse(readFileSync(join(references
 
 test('this engine takes the module with vectors', () => assert.ok(hasVectors()));
 
-test('modules are small', () => {
+test('modules are small, and as large as the document shows', () => {
+  const shown = readFileSync(new URL('../../docs/performance.md', import.meta.url), 'utf8');
   for (const name of ['orvane.wasm', 'orvane-plain.wasm']) {
-    assert.ok(statSync(join(packageFolder, name)).size < kMostBytes, name);
+    const { size } = statSync(join(packageFolder, name));
+    assert.ok(size < kMostBytes, `${name}: ${size}`);
+    const documented = Number(shown.match(new RegExp(`\\| \`${name}\` \\| (\\d+) \\|`))?.[1]);
+    assert.ok(Math.abs(size / documented - 1) < kSizeDrift, `${name}: ${size}, and ${documented} in docs/performance.md`);
+  }
+});
+
+/** The names that a file of types exports as values. */
+function declaredExports(types) {
+  const lists = [...types.matchAll(/^export \{([^}]*)\}/gm)].flatMap(([, names]) => names.split(',').map(name => name.trim()));
+  return [...lists, ...[...types.matchAll(/^export (?:class|function|const) (\w+)/gm)].map(([, name]) => name)].sort();
+}
+
+test('types and module export the same names, and classes have the methods that are declared', async () => {
+  const tables = await import(pathToFileURL(join(packageFolder, 'tables.js')));
+  for (const [name, module] of [['index.d.ts', everything], ['tables.d.ts', tables]]) {
+    const types = readFileSync(join(packageFolder, name), 'utf8');
+    assert.deepEqual(declaredExports(types), Object.keys(module).sort(), name);
+    for (const [, what, body] of types.matchAll(/^export class (\w+)[^{]*\{\n(.*?)^\}/gms)) {
+      const declared = [...body.matchAll(/^  (static )?(\w+)\(/gm)].filter(([, , method]) => method !== 'addEventListener');
+      assert.ok(declared.length > 3, what);
+      for (const [, isStatic, method] of declared) {
+        assert.equal(typeof (isStatic ? module[what] : module[what].prototype)[method], 'function', `${what}.${method}`);
+      }
+    }
   }
 });
 
@@ -118,8 +144,10 @@ test('own responses take the place of the built-in ones, and give it back', asyn
 
 test('a head that turns to the left hears a voice from ahead at the right ear', async () => {
   const renderer = await OrvaneRenderer.create({ layout: '5.1', preset: 'dry', pose: { yaw: 90 } });
-  const [left, right] = renderer.process([undefined, undefined, noise()], [0, 1].map(() => new Float32Array(4800)));
+  const [left, right] = renderer.process([undefined, undefined, noise()]);
+  assert.equal(left.length, 4800);
   assert.ok(energy(right) > 2 * energy(left));
+  assert.throws(() => renderer.process([undefined]), RangeError);
 });
 
 test('a phone held upright faces its back, and turning it to the left is yaw', () => {
