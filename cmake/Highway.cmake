@@ -33,7 +33,8 @@ endif()
 target_compile_definitions(orvane_objects PUBLIC ${hwy_static})
 if(HWY_ROOT OR ANDROID)
   find_path(HWY_INCLUDE_DIR hwy/highway.h PATHS ${HWY_ROOT} PATH_SUFFIXES include
-    NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)  # never the host's own headers
+    NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH  # never the host's own headers
+    NO_CACHE)
   if(NOT HWY_INCLUDE_DIR)
     message(FATAL_ERROR "HWY_ROOT has to be the folder that holds hwy/highway.h")
   endif()

@@ -10,7 +10,8 @@ namespace lv2_plugin {
 namespace {
 
 constexpr char kText[] =
-    R"conf(# "Headphones (orvane %s)": a sink of %u channels, made by PipeWire's filter chain from the plug-in
+    R"conf(# SPDX-License-Identifier: Apache-2.0
+# "Headphones (orvane %s)": a sink of %u channels, made by PipeWire's filter chain from the plug-in
 # %s. For ~/.config/pipewire/pipewire.conf.d, see docs/desktop.md.
 context.modules = [
   { name = libpipewire-module-filter-chain

@@ -10,9 +10,10 @@
 
 namespace lv2_plugin {
 
-// Declares every prefix that the words below and turtle.cpp use.
+// The head of a file: its licence, and every prefix that the words below and turtle.cpp use.
 inline constexpr char kPrefixes[] =
-    R"(@prefix atom: <http://lv2plug.in/ns/ext/atom#> .
+    R"(# SPDX-License-Identifier: Apache-2.0
+@prefix atom: <http://lv2plug.in/ns/ext/atom#> .
 @prefix doap: <http://usefulinc.com/ns/doap#> .
 @prefix lv2: <http://lv2plug.in/ns/lv2core#> .
 @prefix patch: <http://lv2plug.in/ns/ext/patch#> .

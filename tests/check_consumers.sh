@@ -1,7 +1,7 @@
 #!/bin/sh
 # Programs in C11 and C++20 use the library in each way that there is, with g++ and with clang++, and all of them hear
 # the same: the installed CMake package, its archive, pkg-config, the archive through pkg-config, add_subdirectory and
-# FetchContent. The preset release has to be built.
+# FetchContent, there with the headers of Highway alone. The preset release has to be built.
 set -eu
 # SPDX-License-Identifier: Apache-2.0
 cd "$(dirname "$0")/.."
@@ -56,7 +56,9 @@ done
 cc=gcc cxx=g++
 by_cmake subdirectory -DORVANE_SOURCE="$source" -DORVANE_LOG=none
 cc=clang cxx=clang++
-by_cmake fetched -DORVANE_SOURCE="$source" -DORVANE_LOG=stderr
+mkdir "$work/highway"  # as in a project that carries its headers
+cp -r "$(pkg-config --variable=includedir libhwy)/hwy" "$work/highway/"
+by_cmake fetched -DORVANE_SOURCE="$source" -DORVANE_LOG=stderr -DHWY_ROOT="$work/highway"
 python3 - "$lines" <<END
 import sys
 lines = [[float(word) for word in line.split()] for line in open(sys.argv[1])]

@@ -15,10 +15,10 @@ LINE = "SPDX-License-Identifier: " + "Apache-2.0"
 
 # By the end of a file's name, or the whole of it: what a comment begins and ends with.
 COMMENTS = {
-    **dict.fromkeys((".c", ".cpp", ".h", ".hpp", ".inc", ".js", ".mjs", ".bp"), ("// ", "")),
+    **dict.fromkeys((".c", ".cpp", ".h", ".hpp", ".inc", ".js", ".mjs", ".ts", ".bp"), ("// ", "")),
     **dict.fromkeys((".py", ".sh", ".cmake", ".in", ".mk", ".dict", "CMakeLists.txt", ".toml"), ("# ", "")),
     **dict.fromkeys((".css", ".map"), ("/* ", " */")),
-    **dict.fromkeys((".html", ".xml"), ("<!-- ", " -->")),
+    **dict.fromkeys((".html", ".jinja", ".xml"), ("<!-- ", " -->")),
 }
 FIRST = re.compile(r"#!|<\?xml|<!doctype", re.IGNORECASE)  # lines before which nothing may stand
 

@@ -12,6 +12,7 @@ import re
 import subprocess
 import sys
 
+LICENCE = "# SPDX-License-Identifier: " + "Apache-2.0"
 OPTION = re.compile(r"^  (?:(-\w),)?(--[\w-]+)(?: (?!Needs:|Excludes:)([^ ]+))?(?: REQUIRED)?(?: (?:Needs|Excludes): [^ ]+)*(?:  +(.*))?$")
 
 
@@ -29,6 +30,7 @@ def options_of(program, words):
 
 
 def bash(name, programs):
+    print(LICENCE)
     print(f"_{name.replace('-', '_')}() {{")
     print('  local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} options')
     print("  case $prev in")
@@ -59,6 +61,7 @@ def quoted(text):
 
 def zsh(name, programs):
     print(f"#compdef {name}")
+    print(LICENCE)
     print("case $words[2] in")
     for word, options in sorted(programs.items(), reverse=True):  # the program's own last
         print(f"  {word or '*'})\n    _arguments \\")

@@ -23,6 +23,10 @@
 
 namespace {
 
+const std::string kHead =
+    "// SPDX-License-Identifier: Apache-2.0\n"
+    "// Made by orvane-web-tables from the tables of the library and of orvane-render.\n";
+
 // The texts of the tables have no character that JSON would escape.
 std::string quoted(const std::string& text) {
   return std::string(1, '"').append(text).append("\"");
@@ -133,9 +137,7 @@ std::string description(const std::string& name) {
 }
 
 std::string module_text() {
-  return "// Made by orvane-web-tables from the tables of the library and of orvane-render.\n"
-         "export const sampleRate = " +
-         std::to_string(ORVANE_SAMPLE_RATE) +
+  return kHead + "export const sampleRate = " + std::to_string(ORVANE_SAMPLE_RATE) +
          ";\n"
          "export const responseShape = {taps:" +
          std::to_string(BINAURALIZER_TAPS) +
@@ -159,9 +161,7 @@ std::string module_text() {
 
 std::string types_text() {
   const auto name_of = [](const auto& row) { return quoted(row.name); };
-  return "// Made by orvane-web-tables from the tables of the library and of orvane-render.\n"
-         "export type LayoutName = " +
-         joined(orvane_layouts, " | ", name_of) +
+  return kHead + "export type LayoutName = " + joined(orvane_layouts, " | ", name_of) +
          ";\n"
          "export type ParameterName = " +
          joined(orvane_parameters, " | ", name_of) +

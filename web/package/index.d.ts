@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import type { LayoutName, Layout, ParameterName, PresetName } from './tables.js';
 
 export type {
