@@ -63,8 +63,11 @@ bool has_rows(const float* const* matrix, uint32_t rows) {
 
 // As many lengths as blocks of `max_frame_size` need, or all.
 uint32_t make_transforms(binauralizer_t* b, uint32_t max_frame_size) {
-  if (!b->fft_setup) b->fft_setup = alloc_zeroed<binauralizer_transforms_t>(1u);
-  if (!b->fft_setup) return UBR_MISSING;
+  if (!b->fft_setup) {
+    b->fft_setup = alloc_zeroed<binauralizer_transforms_t>(1u);
+    if (!b->fft_setup) return UBR_MISSING;
+    b->fft_setup->responses_number = binauralizer_number_responses();
+  }
   uint32_t shorter = 0;
   for (const uint32_t size : kTransformSizes) {
     binauralizer_transform_t& t = b->fft_setup->lengths[b->fft_setup->count++];

@@ -57,7 +57,8 @@ ORVANE_API uint32_t binauralizer_init(binauralizer_t* binauralizer, uint32_t ord
 // Renders one block.
 //
 //   sh_in       num_sh_channels channels of `frame_size` samples, ACN/SN3D
-//   ears_out    left and right, `frame_size` samples each, overwritten
+//   ears_out    left and right, `frame_size` samples each, overwritten; they may overlap sh_in in
+//               blocks of up to ORVANE_MAX_FRAME_SIZE + 1 samples
 //   frame_size  1 to the maximum given at init, in any mix; above fft_size it aborts
 //
 // A sample that is not finite spoils the output until hrir_length samples after its block, not

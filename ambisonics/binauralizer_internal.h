@@ -17,7 +17,7 @@
 
 constexpr uint32_t kResponseOverlap = SH_HRIR_TAPS - 1;  // samples that a block sounds on for
 
-constexpr uint32_t kNumEars = 2;
+constexpr uint32_t kNumEars = ORVANE_NUM_EARS;
 
 // Transform lengths, for blocks of up to 257, 513 and 1025 samples.
 constexpr uint32_t kTransformSizes[] = {512, 768, 1280};
@@ -40,7 +40,7 @@ struct binauralizer_transforms_t {
   // rebuild, even one that fails.
   float* responses;
   bool has_two_ears;
-  uint32_t num_changes;  // how often responses were set
+  uint32_t responses_number;  // see binauralizer_responses_number
 };
 
 // Whether every buffer of a successful binauralizer_init exists. Growing a binauralizer reports no
@@ -96,9 +96,12 @@ void binauralizer_release_response_buffers(binauralizer_t* binauralizer);
 // Fills the rows with the spectra of the responses, at every length.
 void binauralizer_transform_responses(binauralizer_t* binauralizer);
 
-// How often the responses of a binauralizer that is built were set. What was made of them before
-// is no longer valid.
-uint32_t binauralizer_count_changes(const binauralizer_t& binauralizer);
+// A number that no other responses of this process have had, those of a binauralizer that is built.
+// What was made of responses is valid while their number stays.
+uint32_t binauralizer_responses_number(const binauralizer_t& binauralizer);
+
+// The next such number, for responses that are new. Any thread may ask.
+uint32_t binauralizer_number_responses();
 
 // Length of the transform that renders a block of `frames`; 0 when it takes several, or when the
 // record is not built.

@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <atomic>
 #include <utility>
 
 #include "ambisonics/binauralizer.h"
@@ -138,7 +139,14 @@ float* binauralizer_find_responses(const binauralizer_t& b,
          batch_size(transform.shorter) * count_batches(num_channels);
 }
 
-uint32_t binauralizer_count_changes(const binauralizer_t& b) { return b.fft_setup->num_changes; }
+uint32_t binauralizer_responses_number(const binauralizer_t& b) {
+  return b.fft_setup->responses_number;
+}
+
+uint32_t binauralizer_number_responses() {
+  static std::atomic<uint32_t> last{0};
+  return ++last;
+}
 
 uint32_t binauralizer_set_responses(binauralizer_t* b, const float* left, const float* right) {
   if (!b || !binauralizer_is_built(*b)) return UBR_MISSING;
@@ -149,7 +157,7 @@ uint32_t binauralizer_set_responses(binauralizer_t* b, const float* left, const 
   fresh.fft_setup = &transforms;
   fresh.spectrum_buffer = nullptr;
   fresh.hrtf_spectra = nullptr;
-  ++transforms.num_changes;
+  transforms.responses_number = binauralizer_number_responses();
   uint32_t code = copy_responses(&transforms, left, right);
   if (code == UBR_OK) code = binauralizer_make_response_buffers(&fresh);
   if (code == UBR_OK) {

@@ -95,7 +95,7 @@ void encode_staged(const encoder_t& e, const pass_t& p, const channels_t<float>&
   for (uint32_t c = 0; c < out.count; ++c) {
     float* const output = out.rows[c];
     for (uint32_t t = 0; t < p.frames; ++t) {
-      output[t] = (accumulate ? output[t] : 0.0f) + staged[c][t];
+      output[t] = accumulate ? output[t] + staged[c][t] : staged[c][t];
     }
   }
 }
@@ -106,6 +106,7 @@ void encode(encoder_t* e, const float* const* inputs, float* const* outputs, uin
   pass.sources = gather_sources(e, inputs, is_selected);
   if (with_lfe) pass.lfe = gather_lfe(*e, inputs, pass.sources.count);
   const channels_t<float> out = {outputs, e->ambisonics->num_channels};
+  if (out.count == 0) return;
   const channels_t<const float> read = {selected_rows(*e), pass.sources.count + pass.lfe.count};
   const bool can_stage = e->output_matrix && frames <= e->padded_frame;
   if (can_stage && channels_overlap(read, out, frames)) {

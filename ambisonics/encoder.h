@@ -89,7 +89,8 @@ ORVANE_API uint32_t encoder_process(encoder_t* encoder, const float* const* inpu
 // Encodes the head-tracked sources (types 0 and 1) of one block.
 //
 //   outputs     may overlap the inputs in any way
-//   frames      at most max_frame_size; the caller guarantees it
+//   frames      at most max_frame_size; the caller guarantees it. More frames are encoded only
+//               where no output overlaps an input
 //   accumulate  0 overwrites the outputs, anything else adds to them
 //
 // outputs[c][t] = sum over the selected sources, in index order, of beam[c] * inputs[s][t],

@@ -203,6 +203,7 @@ void rotator_end_ramp(rotator_t* r) {
 void rotator_clear_ramp(rotator_t* r) {
   const float* const d = r->delta_matrix;
   const size_t bytes = rotator_matrix_bytes(*r);
+  if (bytes == 0) return;
   const bool is_clear = d[0] == 0.0f && memcmp(d, d + 1, bytes - sizeof(float)) == 0;
   if (!is_clear) memset(r->delta_matrix, 0, bytes);
 }

@@ -67,7 +67,8 @@ ORVANE_API uint32_t rotator_reset(rotator_t* rotator);
 ORVANE_API uint32_t rotator_reset_max_frame_size(rotator_t* rotator, uint32_t max_frame_size);
 
 // Rotates one block of num_channels channels from `inputs` to `outputs`, which are overwritten.
-// They may overlap the inputs in any way. Returns UBR_OK, or UBR_MISSING, nothing touched, for more
+// They may overlap the inputs in any way. A block of 0 frames ends a turn, too: the next one starts
+// at the new orientation. Returns UBR_OK, or UBR_MISSING, nothing touched, for more
 // than max_frame_size frames. Allocates nothing.
 ORVANE_API uint32_t rotator_process(rotator_t* rotator, const float* const* inputs,
                                     float* const* outputs, uint32_t frames);

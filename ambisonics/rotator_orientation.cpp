@@ -24,8 +24,8 @@ constexpr float kDegreesToCounterTurn = -0.017453292f;  // -pi/180: the scene tu
 constexpr float kCounterPitchBelowPole = -1.5533431f;   // 89 degrees after conversion
 
 // Converts the pitch and keeps it at least one degree from the pole.
-// Deliberate: only around +90 degrees, not at exactly 90 and not near -90. Hosts that send angles
-// know it so.
+// Deliberate: only around +90 degrees, not at exactly 90 and not near -90, because hosts that send
+// angles would turn the scene elsewhere for the same angles.
 float counter_pitch(float degrees) {
   if (degrees > 89.0f && degrees < 90.0f) return kCounterPitchBelowPole;
   if (degrees > 90.0f && degrees < 91.0f) degrees = 91.0f;

@@ -6,6 +6,7 @@
 enum {
   ORVANE_MAX_ORDER = 4,  // ambisonic order
   ORVANE_MAX_CHANNELS = (ORVANE_MAX_ORDER + 1) * (ORVANE_MAX_ORDER + 1),
+  ORVANE_NUM_EARS = 2,
   ORVANE_MAX_FRAME_SIZE = 1024,  // samples of the longest block
   ORVANE_SAMPLE_RATE = 48000,    // Hz: of the impulse responses, delays and times in seconds
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Subnormal numbers, below 1.2e-38, take a processor up to a hundred times as long as others, and
-// nobody hears them: rendering does without.
+// nobody hears them. Rendering counts them as zeros.
 #ifndef ORVANE_BASE_SUBNORMALS_H_
 #define ORVANE_BASE_SUBNORMALS_H_
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int32_t kNumOutputs = 2;
+constexpr int32_t kNumOutputs = ORVANE_NUM_EARS;
 
 int32_t check_state(const orvane_module_s* module) {
   switch (orvane_state(module)) {

@@ -48,27 +48,13 @@ void init(Input* input, Renderer* renderer) {
   if (!renderer->is_built) renderer->cleanup();
 }
 
-// One more module for a renderer whose mode does without it.
+// A module anew, or one more for a renderer whose mode does without it.
 void build_module(Input* input, Renderer* renderer) {
-  ubr_t* r = &renderer->r;
-  uint32_t code = UBR_OK;
-  switch (input->below(5)) {
-    case 0:
-      if (!r->rotator) code = ubr_init_rotator(r);
-      break;
-    case 1:
-      if (!r->binauralizer) code = ubr_init_binauralizer(r);
-      break;
-    case 2:
-      if (!r->reflections) code = ubr_init_reflections(r);
-      break;
-    case 3:
-      if (!r->reverb) code = ubr_init_reverb(r);
-      break;
-    default:
-      code = ubr_set_downmix_coefficients(r);
-  }
-  renderer->require_code(code);
+  constexpr uint32_t (*kSteps[])(ubr_t*) = {
+      ubr_init_rotator, ubr_init_binauralizer,        ubr_init_reflections,
+      ubr_init_reverb,  ubr_set_downmix_coefficients, ubr_init_ambisonics,
+      ubr_init_encoder};
+  renderer->require_code(input->pick(kSteps)(&renderer->r));
 }
 
 void grow(Input* input, Renderer* renderer) {
@@ -189,14 +175,18 @@ void process_step(Input* input, Renderer* renderer) {
   const bool is_field = step == 2, is_tail = step == 3;
   const uint32_t frames =
       step < 2 ? r->frame_size : std::min(1 + input->below(1100), r->max_frame_size);
-  Planar in(is_field ? channels : is_tail ? 1 : r->num_inputs, frames);
+  // Now and then through the function for the other input, which may read a field.
+  const bool is_other = step == 0 && input->below(8) == 7;
+  const uint32_t read = is_other ? std::max(channels, r->num_inputs) : r->num_inputs;
+  Planar in(is_field ? channels : is_tail ? 1 : read, frames);
   const bool is_tame = fill_planar(input, &in);
   const Planar before = in;
   Planar out(is_field ? channels : step == 0 ? r->num_outputs : 2, frames);
   uint32_t code = UBR_MISSING;
   if (step == 0) {
-    code = r->input_type == UBR_INPUT_AMBISONICS ? ubr_process_hoa(r, in.data(), out.data())
-                                                 : ubr_process_sources(r, in.data(), out.data());
+    code = (r->input_type == UBR_INPUT_AMBISONICS) != is_other
+               ? ubr_process_hoa(r, in.data(), out.data())
+               : ubr_process_sources(r, in.data(), out.data());
   } else if (step == 1) {
     code = ubr_downmix(r, in.data(), out.data());
   } else if (is_field) {

@@ -28,8 +28,8 @@ struct lane_transform_t {
 };
 
 // Prepares transforms of `size` samples: a power of two from 32 on, or three or five times one, up
-// to 65536. Returns UBR_OK, UBR_INVALID for another size or UBR_NO_MEMORY. What a
-// failure leaves, lane_transform_cleanup frees.
+// to 65536. Returns UBR_OK, UBR_INVALID for another size or UBR_NO_MEMORY.
+// lane_transform_cleanup frees what a failure leaves.
 uint32_t lane_transform_init(lane_transform_t* transform, uint32_t size);
 
 // Frees what the record owns and zeroes it; half-built records are accepted.

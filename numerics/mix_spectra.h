@@ -27,8 +27,9 @@ void unpack_spectra(const lane_transform_t& transform, float* batch, float scale
 
 // Multiplies every lane of a packed batch with its own response, `responses` being a batch of
 // spectra. `product` is a packed batch four times as large as the product of these signals; with
-// responses scaled by 0.5 / transform.size, lane_transform_inverse makes of it the convolution of
-// channel and response, around the transform's size. It may be `packed` itself. Allocates nothing.
+// responses scaled by 0.5 / transform.size, lane_transform_inverse turns it into the convolution of
+// channel and response, which wraps around at the transform's size. It may be `packed` itself.
+// Allocates nothing.
 void multiply_spectra(const lane_transform_t& transform, const float* packed,
                       const float* responses, float* product);
 

@@ -24,8 +24,7 @@ constexpr uint32_t pair_spectrum_size(uint32_t size) { return size + 2; }
 constexpr size_t pair_work_size(uint32_t size) { return batch_size(size / 4); }
 
 // Prepares transforms of `size` samples: four times a size that lane_transform_init takes.
-// Returns UBR_OK, UBR_INVALID or UBR_NO_MEMORY. What a failure leaves, pair_transform_cleanup
-// frees.
+// Returns UBR_OK, UBR_INVALID or UBR_NO_MEMORY. pair_transform_cleanup frees what a failure leaves.
 uint32_t pair_transform_init(pair_transform_t* transform, uint32_t size);
 
 // Frees what the record owns and zeroes it; half-built records are accepted.

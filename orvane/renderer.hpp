@@ -126,7 +126,8 @@ class Renderer {
   // Metres: +x ahead, +y left, +z up.
   Result<void> set_source(uint32_t index, encoder_source_type type,
                           const std::array<float, 3>& position) {
-    const uint32_t code = ubr_set_source_type(get(), index, type);  // it shapes what follows
+    const uint32_t code =
+        ubr_set_source_type(get(), index, type);  // the position's gain depends on it
     if (code != UBR_OK) return Result<void>(code);
     return set_source_position(index, position);
   }

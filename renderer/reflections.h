@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Early reflections in the ambisonic domain. The field is decoded to virtual loudspeakers 1 m
 // around the listener; each stands in a shoebox room as a source, and its six first-order
-// reflections are delayed, attenuated copies of its signal, encoded back into the field from where
-// they arrive.
+// reflections are delayed, attenuated copies of its signal, which are encoded into the field again,
+// each from its own direction.
 //
 // A new room, listener or mode is heard from the next ubr_compute_reflections (renderer/ubr.h) on.
 // Deliberate: there is no crossfade, because a compute also clears the delay lines that the earlier

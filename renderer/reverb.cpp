@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr uint32_t kNumOutputs = 2;
+constexpr uint32_t kNumOutputs = ORVANE_NUM_EARS;
 constexpr float kWetGain = 0.2f;
 
 // Deliberate: hosts number the parameters in another order than the settings are stored in.

@@ -9,7 +9,24 @@
 
 #include <stdint.h>
 
+#include "renderer/reflections_internal.h"
 #include "renderer/ubr.h"
+
+// Whether blocks of the renderer's mode pass the rotator. A renderer of another mode may have been
+// given one later, which it does not use.
+inline bool is_tracked(const ubr_t& r) {
+  return r.render_mode == UBR_MODE_AMBISONIC_TRACKED || r.render_mode == UBR_MODE_BINAURAL_TRACKED;
+}
+
+// Whether blocks of the renderer's mode end at two ears.
+inline bool is_binaural(const ubr_t& r) {
+  return r.render_mode == UBR_MODE_BINAURAL_TRACKED || r.render_mode == UBR_MODE_BINAURAL;
+}
+
+// Whether blocks of sources pass the early reflections.
+inline bool is_reflected(const ubr_t& r) {
+  return r.render_mode == UBR_MODE_BINAURAL_TRACKED && !reflections_are_off(r.reflections);
+}
 
 struct block_t {
   const float* const* inputs;  // num_inputs rows

@@ -30,14 +30,6 @@ constexpr float kHalfPower = 0.707f;
 
 bool takes_ambisonics(const ubr_t& r) { return r.input_type == UBR_INPUT_AMBISONICS; }
 
-bool is_tracked(const ubr_t& r) {
-  return r.render_mode == UBR_MODE_AMBISONIC_TRACKED || r.render_mode == UBR_MODE_BINAURAL_TRACKED;
-}
-
-bool is_binaural(const ubr_t& r) {
-  return r.render_mode == UBR_MODE_BINAURAL_TRACKED || r.render_mode == UBR_MODE_BINAURAL;
-}
-
 // Order of a field of `num_channels` channels, or 0, which no caller accepts, if that is not the
 // number of channels of a full order.
 uint32_t order_of_channels(uint32_t num_channels) {
@@ -99,13 +91,39 @@ uint32_t build_modules(ubr_t* r) {
   if (is_binaural(*r)) {
     if (const uint32_t code = ubr_init_binauralizer(r)) return code;
     if (const uint32_t code = ubr_init_reflections(r)) return code;
-    if (const uint32_t code = ubr_init_reverb(r)) return code;
+    return ubr_init_reverb(r);
   }
-  return routes_init(r);
+  return UBR_OK;
 }
 
-uint32_t init_hoa_buffer(const ubr_t& r, float*** buffer) {
-  return ubr_init_float_matrix(buffer, r.ambi_config.num_channels, r.max_frame_size);
+// Frees a module with what it owns; null is accepted.
+template <typename Module, typename Cleanup>
+void discard(Module*& module, Cleanup cleanup) {
+  cleanup(module);
+  release(module);
+}
+
+// Builds a module in place of the one that may be there. Null after a failure.
+template <typename Module, typename Cleanup, typename Init>
+uint32_t build(Module*& module, Cleanup cleanup, Init init) {
+  discard(module, cleanup);
+  module = alloc_zeroed<Module>(1u);
+  if (!module) return UBR_NO_MEMORY;
+  const uint32_t code = init(module);
+  if (code != UBR_OK) discard(module, cleanup);
+  return code;
+}
+
+void discard_field(const ubr_t& r, float*** field) {
+  ubr_free_float_matrix(*field, r.ambi_config.num_channels);
+  *field = nullptr;
+}
+
+uint32_t build_field(const ubr_t& r, float*** field) {
+  discard_field(r, field);
+  const uint32_t code = ubr_init_float_matrix(field, r.ambi_config.num_channels, r.max_frame_size);
+  if (code != UBR_OK) discard_field(r, field);
+  return code;
 }
 
 }  // namespace
@@ -122,53 +140,54 @@ uint32_t ubr_init(ubr_t* renderer, uint32_t input_type, uint32_t num_inputs, uin
 
 uint32_t ubr_init_ambisonics(ubr_t* renderer) {
   if (!renderer) return UBR_MISSING;
-  renderer->ambisonics = alloc_zeroed<ambisonics_base_t>(1u);
-  return ambisonics_base_init(renderer->ambisonics, renderer->ambi_config);
+  if (renderer->ambisonics) return UBR_OK;  // the other modules refer to it
+  return build(renderer->ambisonics, ambisonics_base_cleanup, [=](ambisonics_base_t* base) {
+    return ambisonics_base_init(base, renderer->ambi_config);
+  });
 }
 
 uint32_t ubr_init_encoder(ubr_t* renderer) {
   if (!renderer || !renderer->ambisonics) return UBR_MISSING;
-  renderer->encoder = alloc_zeroed<encoder_t>(1u);
-  return encoder_init(renderer->encoder, renderer->ambisonics, renderer->num_inputs,
-                      renderer->max_frame_size);
+  return build(renderer->encoder, encoder_cleanup, [=](encoder_t* encoder) {
+    return encoder_init(encoder, renderer->ambisonics, renderer->num_inputs,
+                        renderer->max_frame_size);
+  });
 }
 
 uint32_t ubr_init_rotator(ubr_t* renderer) {
   if (!renderer || !renderer->ambisonics) return UBR_MISSING;
-  renderer->rotator = alloc_zeroed<rotator_t>(1u);
-  if (const uint32_t code =
-          rotator_init(renderer->rotator, renderer->ambisonics, renderer->max_frame_size)) {
-    return code;
-  }
+  const uint32_t code = build(renderer->rotator, rotator_cleanup, [=](rotator_t* rotator) {
+    return rotator_init(rotator, renderer->ambisonics, renderer->max_frame_size);
+  });
   // An ambisonic input is itself the field before rotation.
-  return takes_ambisonics(*renderer) ? uint32_t{UBR_OK}
-                                     : init_hoa_buffer(*renderer, &renderer->hoa_buffer_a);
+  if (code != UBR_OK || takes_ambisonics(*renderer)) return code;
+  return build_field(*renderer, &renderer->hoa_buffer_a);
 }
 
 uint32_t ubr_init_binauralizer(ubr_t* renderer) {
   if (!renderer) return UBR_MISSING;
-  renderer->binauralizer = alloc_zeroed<binauralizer_t>(1u);
-  if (const uint32_t code = binauralizer_init(renderer->binauralizer, renderer->ambi_config.order,
-                                              static_cast<int32_t>(renderer->max_frame_size))) {
-    return code;
-  }
+  const uint32_t code = build(renderer->binauralizer, binauralizer_cleanup, [=](binauralizer_t* b) {
+    return binauralizer_init(b, renderer->ambi_config.order,
+                             static_cast<int32_t>(renderer->max_frame_size));
+  });
   // An ambisonic input that is not rotated is itself the field that enters the binauralizer.
-  return takes_ambisonics(*renderer) && !is_tracked(*renderer)
-             ? uint32_t{UBR_OK}
-             : init_hoa_buffer(*renderer, &renderer->hoa_buffer_b);
+  const bool takes_field = takes_ambisonics(*renderer) && !is_tracked(*renderer);
+  if (code != UBR_OK || takes_field) return code;
+  return build_field(*renderer, &renderer->hoa_buffer_b);
 }
 
+// The record of the reflections holds the memory of the routes, too.
 uint32_t ubr_init_reflections(ubr_t* renderer) {
   if (!renderer) return UBR_MISSING;
-  renderer->reflections = alloc_zeroed<ubr_reflections_t>(1u);
-  return renderer->reflections ? reflections_init(renderer->reflections) : uint32_t{UBR_NO_MEMORY};
+  routes_cleanup(renderer);
+  const uint32_t code = build(renderer->reflections, reflections_cleanup, reflections_init);
+  return code == UBR_OK ? routes_init(renderer) : code;
 }
 
 uint32_t ubr_init_reverb(ubr_t* renderer) {
   if (!renderer) return UBR_MISSING;
-  renderer->reverb = alloc_zeroed<ubr_reverb_t>(1u);
-  return renderer->reverb ? reverb_init(renderer->reverb, renderer->max_frame_size)
-                          : uint32_t{UBR_NO_MEMORY};
+  return build(renderer->reverb, reverb_cleanup,
+               [=](ubr_reverb_t* reverb) { return reverb_init(reverb, renderer->max_frame_size); });
 }
 
 uint32_t ubr_set_downmix_coefficients(ubr_t* renderer) {
@@ -210,15 +229,14 @@ uint32_t ubr_cleanup(ubr_t* renderer) {
   if (!renderer) return UBR_MISSING;
   ubr_t& r = *renderer;
   routes_cleanup(renderer);
-  binauralizer_cleanup(r.binauralizer);
-  rotator_cleanup(r.rotator);
-  encoder_cleanup(r.encoder);
-  ambisonics_base_cleanup(r.ambisonics);
-  reflections_cleanup(r.reflections);
-  reverb_cleanup(r.reverb);
-  release(r.binauralizer, r.rotator, r.encoder, r.ambisonics, r.reflections, r.reverb);
-  ubr_free_float_matrix(r.hoa_buffer_a, r.ambi_config.num_channels);
-  ubr_free_float_matrix(r.hoa_buffer_b, r.ambi_config.num_channels);
+  discard(r.binauralizer, binauralizer_cleanup);
+  discard(r.rotator, rotator_cleanup);
+  discard(r.encoder, encoder_cleanup);
+  discard(r.ambisonics, ambisonics_base_cleanup);
+  discard(r.reflections, reflections_cleanup);
+  discard(r.reverb, reverb_cleanup);
+  discard_field(r, &r.hoa_buffer_a);
+  discard_field(r, &r.hoa_buffer_b);
   const uint32_t input_type = r.input_type, render_mode = r.render_mode;
   r = {};
   // Deliberate: these two stay, because the caller chose them and a clean-up undoes what was built.

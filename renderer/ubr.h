@@ -42,16 +42,20 @@ enum {
   UBR_DOWNMIX_INPUTS = 8,
 };
 
-// The fields hoa_buffer_a and hoa_buffer_b keep an older block where this one took a shortcut:
+// The fields hoa_buffer_a and hoa_buffer_b exist where a mode needs them, and keep an older block
+// where this one took a shortcut:
 //
-//   discrete sources, reflections on         both are current
-//   discrete sources, static scene           neither, but for channel 0 of hoa_buffer_b while the
-//                                            reverb is on
-//   discrete sources, turning head           hoa_buffer_b, but not hoa_buffer_a
-//   ambisonic input, UBR_MODE_BINAURAL_TRACKED  hoa_buffer_b, the only one
+//   input       render mode                 hoa_buffer_a      hoa_buffer_b
+//   sources     UBR_MODE_AMBISONIC_TRACKED  not while the     -
+//                                           head turns
+//   sources     UBR_MODE_BINAURAL_TRACKED   with reflections  with reflections, or while the head
+//                                                             turns
+//   sources     UBR_MODE_BINAURAL           -                 not in a static scene
+//   ambisonics  UBR_MODE_BINAURAL_TRACKED   -                 always
 //
-// Whether a block of discrete sources without reflections takes a shortcut depends on its length
-// and on the number of sources; if it takes none, both are current.
+// In a static scene channel 0 of hoa_buffer_b is current while the reverb is on. Whether a block
+// takes a shortcut depends on its length and on the number of sources, too: if it takes none, every
+// field that exists is current.
 typedef struct ubr_t {
   uint32_t input_type;   // ubr_input_type
   uint32_t render_mode;  // ubr_render_mode
@@ -88,9 +92,10 @@ ORVANE_API uint32_t ubr_init(ubr_t* renderer, uint32_t input_type, uint32_t num_
                              uint32_t render_mode, uint32_t max_frame_size, uint32_t order);
 
 // The steps of ubr_init: each builds one module and the buffers that come with it, from the fields
-// that ubr_init has set. Reflections start switched off, the reverb with its defaults. Return
-// UBR_OK, UBR_MISSING for a null renderer or a missing channel set, UBR_NO_MEMORY or the module's
-// code.
+// that ubr_init has set. Reflections start switched off, the reverb with its defaults. A module
+// that exists is replaced, but for the channel set, which stays; after a failure it is missing.
+// Return UBR_OK, UBR_MISSING for a null renderer or a missing channel set, UBR_NO_MEMORY or the
+// module's code.
 ORVANE_API uint32_t ubr_init_ambisonics(ubr_t* renderer);
 ORVANE_API uint32_t ubr_init_encoder(ubr_t* renderer);
 ORVANE_API uint32_t ubr_init_rotator(ubr_t* renderer);
@@ -176,7 +181,8 @@ ORVANE_API uint32_t ubr_set_user_orientation(ubr_t* renderer, const float orient
 
 // Replaces the responses of the ears, from the next block on: see binauralizer_set_responses, whose
 // tables and codes these are. They stay through ubr_reset and ubr_set_max_frame_size, until they
-// are replaced or the renderer is cleaned up. Reverb and reflections follow no ears of their own.
+// are replaced or the renderer is cleaned up. Reflections are heard through them; the tail of the
+// reverb is the same for all ears.
 // UBR_MISSING stands also for a renderer without binauralizer.
 ORVANE_API uint32_t ubr_set_responses(ubr_t* renderer, const float* left, const float* right);
 

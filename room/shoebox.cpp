@@ -61,7 +61,8 @@ float to_float(int32_t value, float steps) { return static_cast<float>(value) * 
 }  // namespace
 
 shoebox_params_t* shoebox_config_init(shoebox_params_t* p) {
-  // Deliberate: not the size of a fresh room model, because callers know these defaults apart.
+  // Deliberate: not the size of a fresh room model, because callers that leave it out get this
+  // room.
   *p = default_params(3.0f, 4.0f, 5.0f);
   return p;
 }

@@ -41,8 +41,8 @@ void clamp_into_room(const shoebox_config_t* room, float position[3]) {
 
 void spherical_to_cartesian(const shoebox_config_t* room, const float source[3],
                             float position[3]) {
-  // Deliberate: degrees scale the distance along with the angles, because callers in degrees have
-  // their distances set to suit.
+  // Deliberate: degrees scale the distance along with the angles, because callers in degrees
+  // have chosen their distances for it.
   const float scale = room->angles_in_radians == 0.0f ? kRadiansPerDegree : 1.0f;
   const float azimuth = source[0] * scale;
   const float elevation = source[1] * scale;
@@ -59,7 +59,8 @@ void place_source(shoebox_config_t* room, uint32_t index, const float source[3],
     spherical_to_cartesian(room, source, position);
   } else {
     memcpy(position, source, 3 * sizeof(float));
-    // Deliberate: heights relative to the listener are lowered too, as callers expect.
+    // Deliberate: heights relative to the listener are lowered too, because positions that callers
+    // have stored count from there.
     lower_to_room_axes(room, position);
   }
   memcpy(room->source_positions + size_t{3} * index, position, 3 * sizeof(float));

@@ -12,7 +12,7 @@
 
 struct sparse_tap_t;
 
-constexpr int32_t kVnOutputs = 2;
+constexpr int32_t kVnOutputs = ORVANE_NUM_EARS;
 
 // What vn_state_t's fft_setup points to: the response in the form in which it is applied.
 struct vn_convolver_t {
@@ -21,7 +21,8 @@ struct vn_convolver_t {
   sparse_tap_t* pulses;  // tone filter; then, per channel, corrections and pulses. Or null
   int32_t tone_reach;    // samples that the tone filter reaches to either side
   int32_t num_pulses[kVnOutputs];
-  // Any other, whose spectra are num_batches batches, each of four partitions for either channel:
+  // A response with more pulses is kept as num_batches batches of spectra. A batch holds four
+  // partitions of either channel:
   lane_transform_t transform;
   int32_t partition_length;  // samples
   int32_t num_batches;

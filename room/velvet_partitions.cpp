@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Responses with many pulses: a convolution in partitions, each with spectra of its own.
 #include <math.h>
 
 #include <algorithm>
@@ -125,7 +126,7 @@ void add(const float* samples, int32_t count, float* sums) {
 }
 
 // Adds samples of a convolution from `first` on, which may be negative, to the ring of a channel.
-// Nothing before the block or after the convolution length is heard.
+// Samples before the block and after the convolution length are left out.
 void add_to_ring(const vn_state_t& s, int32_t channel, const float* samples, int32_t first,
                  int32_t count) {
   const int32_t begin = std::max(first, 0);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Responses with few pulses: every pulse is added by itself, after the tone filter.
 
 #include <math.h>
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Draws a response: pulses, their decay, and the tone filter that colours them.
 #include <math.h>
 
 #include <algorithm>

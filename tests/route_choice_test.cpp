@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tests/support/responses.h"
 #include "tests/support/test_renderer.h"
 
 namespace {
@@ -76,6 +77,38 @@ TEST(AtRestTest, SeesARotationThatChangedOutsideThePipeline) {
   }
 }
 
+// Modules may be built anew between blocks, also with other ears or other numbers of sources.
+TEST(AtRestTest, SeesModulesThatAreBuiltAnew) {
+  const Planar silence(3, 256), input = planar_noise(3, 256, 1);
+  TestRenderer test(UBR_INPUT_SOURCES, 3, UBR_MODE_BINAURAL_TRACKED, 256, 1);
+  TestRenderer fresh(UBR_INPUT_SOURCES, 3, UBR_MODE_BINAURAL_TRACKED, 256, 1);
+  test.dry();
+  fresh.dry();
+  EXPECT_EQ(UBR_OK, ubr_set_responses(&test.r, noise_responses(1).data(), nullptr));
+  for (int block = 0; block < 3; ++block) test.render(silence, {256});
+  EXPECT_EQ(UBR_OK, ubr_init_binauralizer(&test.r));
+  for (TestRenderer* renderer : {&test, &fresh}) {
+    EXPECT_EQ(UBR_OK, ubr_set_responses(&renderer->r, noise_responses(2).data(), nullptr));
+  }
+  for (int block = 0; block < 3; ++block) {
+    expect_same_signal(fresh.render(input, {256}), test.render(input, {256}), 2e-6f);
+  }
+  encoder_t* const encoder = test.r.encoder;
+  encoder_cleanup(encoder);
+  EXPECT_EQ(UBR_OK, encoder_init(encoder, test.r.ambisonics, 1, 256));
+  for (int block = 0; block < 3; ++block) test.render(input, {256});
+  for (auto step : {ubr_init_ambisonics, ubr_init_encoder, ubr_init_rotator, ubr_init_reflections,
+                    ubr_init_reverb}) {
+    EXPECT_EQ(UBR_OK, step(&test.r));
+  }
+  test.dry();
+  for (TestRenderer* renderer : {&test, &fresh}) {
+    for (int block = 0; block < 3; ++block) renderer->render(silence, {256});
+  }
+  expect_same_signal(fresh.render(input, {256}), test.render(input, {256}), 2e-6f);
+}
+
+// Both shortcuts are for blocks of this length.
 TEST(TurningTest, LeavesOtherModesAlone) {
   const float pose[3] = {0.2f, 0.0f, 1.0f};
   const Planar input = planar_noise(2, 256, 1);
@@ -86,7 +119,9 @@ TEST(TurningTest, LeavesOtherModesAlone) {
     EXPECT_EQ(UBR_OK, ubr_set_user_orientation(&given.r, pose, ROTATOR_ROTATION_VECTOR));
     for (TestRenderer* test : {&plain, &given}) test->place(1, 1, 0.0f, 1.0f, 0.5f);
     SCOPED_TRACE(mode);
-    expect_same_signal(plain.render(input, {256}), given.render(input, {256}), 0.0f);
+    for (int block = 0; block < 3; ++block) {
+      expect_same_signal(plain.render(input, {256}), given.render(input, {256}), 0.0f);
+    }
   }
 }
 

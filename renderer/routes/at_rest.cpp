@@ -12,7 +12,6 @@
 #include "base/memory.h"
 #include "base/result.h"
 #include "numerics/mix_channels.h"
-#include "renderer/reflections_internal.h"
 #include "renderer/reverb_internal.h"
 #include "renderer/routes/route.h"
 
@@ -22,9 +21,10 @@ namespace {
 struct memory_t {
   uint32_t num_sources;
   encoder_source_t* sources;  // num_sources
-  float* rotation;            // the rotator's matrix; null without head tracking
+  uint32_t rotation_width;    // channels of the rotator's matrix, padded; 0 without head tracking
+  float* rotation;            // that matrix, or null
   uint32_t transform_size;
-  uint32_t response_changes;  // of the binauralizer
+  uint32_t responses_number;  // of the binauralizer
   bool is_computed;           // whether the fields below belong to that scene
   float* gains;  // num_sources rows of AMBISONICS_MAX_CHANNELS: weights of the audible sources
                  // in the field that would enter the binauralizer
@@ -34,31 +34,36 @@ struct memory_t {
 
 size_t source_bytes(const memory_t& m) { return m.num_sources * sizeof(encoder_source_t); }
 
-// The rotator that a block passes: a renderer without head tracking may have been given one later,
-// which it does not use.
-const rotator_t* rotator_of(const ubr_t& r) {
-  return r.render_mode == UBR_MODE_BINAURAL_TRACKED ? r.rotator : nullptr;
-}
+// The rotator that a block passes.
+const rotator_t* rotator_of(const ubr_t& r) { return is_tracked(r) ? r.rotator : nullptr; }
 
 // With as many sources as channels, a transform per source is no less work than one per channel.
 // This is settled when the renderer is built, so that no memory is taken where it never fits.
 bool has_few_sources(const ubr_t& r) {
-  return r.encoder && r.num_inputs < r.ambi_config.num_channels;
+  return is_binaural(r) && r.encoder && r.num_inputs < r.ambi_config.num_channels;
+}
+
+// Whether the modules have the sizes that the memory was made for. Their owner may have built them
+// anew since.
+bool has_same_sizes(const memory_t& m, const ubr_t& r) {
+  const rotator_t* const rotator = rotator_of(r);
+  return m.num_sources == r.encoder->num_sources &&
+         m.num_sources < r.binauralizer->num_sh_channels &&
+         m.rotation_width == (rotator ? rotator->padded_channels : 0);
 }
 
 // Nothing between encoder and ears moves in this block or adds to the field.
 bool is_static(const ubr_t& r, const block_t& block) {
   if (!encoder_takes(r, block) || !r.binauralizer || !r.hoa_buffer_b) return false;
-  if (r.render_mode == UBR_MODE_BINAURAL) return true;
-  return r.render_mode == UBR_MODE_BINAURAL_TRACKED && r.rotator &&
-         block.frames <= r.rotator->max_frame_size && rotator_is_static(*r.rotator) &&
-         reflections_are_off(r.reflections);
+  if (is_reflected(r)) return false;
+  return !is_tracked(r) ||
+         (r.rotator && block.frames <= r.rotator->max_frame_size && rotator_is_static(*r.rotator));
 }
 
 bool is_same_scene(const memory_t& m, const ubr_t& r, uint32_t transform_size) {
   const rotator_t* const rotator = rotator_of(r);
   return m.transform_size == transform_size &&
-         m.response_changes == binauralizer_count_changes(*r.binauralizer) &&
+         m.responses_number == binauralizer_responses_number(*r.binauralizer) &&
          memcmp(m.sources, r.encoder->sources, source_bytes(m)) == 0 &&
          (!rotator ||
           memcmp(m.rotation, rotator->current_matrix, rotator_matrix_bytes(*rotator)) == 0);
@@ -66,7 +71,7 @@ bool is_same_scene(const memory_t& m, const ubr_t& r, uint32_t transform_size) {
 
 void remember_scene(memory_t* m, const ubr_t& r, uint32_t transform_size) {
   m->transform_size = transform_size;
-  m->response_changes = binauralizer_count_changes(*r.binauralizer);
+  m->responses_number = binauralizer_responses_number(*r.binauralizer);
   memcpy(m->sources, r.encoder->sources, source_bytes(*m));
   if (const rotator_t* const rotator = rotator_of(r)) {
     memcpy(m->rotation, rotator->current_matrix, rotator_matrix_bytes(*rotator));
@@ -78,7 +83,7 @@ void remember_scene(memory_t* m, const ubr_t& r, uint32_t transform_size) {
 // lasts one block.
 bool fits(const ubr_t& r, const block_t& block, void* memory) {
   auto* const m = static_cast<memory_t*>(memory);
-  if (!m || !is_static(r, block)) return false;
+  if (!m || !is_static(r, block) || !has_same_sizes(*m, r)) return false;
   const uint32_t size = binauralizer_transform_size(*r.binauralizer, block.frames);
   if (size == 0) return false;
   if (is_same_scene(*m, r, size)) return true;
@@ -159,7 +164,8 @@ uint32_t init(const ubr_t& r, void** memory) {
   m->hrirs.spectra = alloc_aligned<float>(count_folded_floats(m->num_sources));
   if (!m->sources || !m->gains || !m->audible || !m->hrirs.spectra) return UBR_NO_MEMORY;
   if (!rotator_of(r)) return UBR_OK;
-  m->rotation = alloc_zeroed<float>(r.rotator->padded_channels, r.rotator->padded_channels);
+  m->rotation_width = r.rotator->padded_channels;
+  m->rotation = alloc_zeroed<float>(m->rotation_width, m->rotation_width);
   return m->rotation ? UBR_OK : UBR_NO_MEMORY;
 }
 

@@ -15,7 +15,7 @@ uint32_t encode_all_sources(const ubr_t& r, const block_t& block, float* const* 
 uint32_t encode_around_rotation(const ubr_t& r, const block_t& block, float* const* turned) {
   float* const* const field = r.hoa_buffer_a;
   if (const uint32_t code = encode_room_sources(r, block, field)) return code;
-  if (r.render_mode == UBR_MODE_BINAURAL_TRACKED) {
+  if (is_binaural(r)) {
     if (const uint32_t code = add_reflections(r, block, field)) return code;
   }
   if (const uint32_t code = rotate_field(r, block, field, turned)) return code;

@@ -35,8 +35,9 @@ extern const route_t kAtRestRoute, kTurningRoute, kPlainRoute;
 extern const route_t* const kRoutes[];
 extern const uint32_t kNumRoutes;
 
-// Makes what the routes keep between blocks, once all modules are built. Returns UBR_OK or
-// UBR_NO_MEMORY; a renderer without room records has nowhere to keep it and needs nothing.
+// Makes what the routes keep between blocks, once all modules but the reverb are built. Returns
+// UBR_OK or UBR_NO_MEMORY; a renderer without room records has nowhere to keep it and needs
+// nothing.
 uint32_t routes_init(ubr_t* renderer);
 
 // Frees it; renderers without it are accepted.

@@ -8,7 +8,6 @@
 #include "base/result.h"
 #include "numerics/mix_channels.h"
 #include "numerics/overlap.h"
-#include "renderer/reflections_internal.h"
 #include "renderer/routes/route.h"
 
 namespace {
@@ -20,7 +19,7 @@ constexpr uint32_t kMaxPaddedChannels = round_up_to_4(AMBISONICS_MAX_CHANNELS);
 using rotated_weights_t = float[kMaxSources][kMaxPaddedChannels];
 
 float* const* field_of(const ubr_t& r, const block_t& block) {
-  return r.render_mode == UBR_MODE_BINAURAL_TRACKED ? r.hoa_buffer_b : block.outputs;
+  return is_binaural(r) ? r.hoa_buffer_b : block.outputs;
 }
 
 // A weight that ramps takes two multiply-adds. This route ramps every weight of every source. The
@@ -28,12 +27,6 @@ float* const* field_of(const ubr_t& r, const block_t& block) {
 // weights at one multiply-add each. So this route pays for few sources only.
 bool has_few_sources(const ubr_t& r) {
   return encoder_count_dynamic(*r.encoder) <= r.ambi_config.num_channels / 2;
-}
-
-// A renderer of another mode may have been given a rotator later, which it does not use.
-bool is_tracked_without_reflections(const ubr_t& r) {
-  if (r.render_mode == UBR_MODE_AMBISONIC_TRACKED) return true;
-  return r.render_mode == UBR_MODE_BINAURAL_TRACKED && reflections_are_off(r.reflections);
 }
 
 // The caller's outputs may overlap its inputs. One product cannot read what it overwrites.
@@ -44,7 +37,7 @@ bool can_write_over(float* const* field, const ubr_t& r, const block_t& block) {
 
 bool fits(const ubr_t& r, const block_t& block, void*) {
   float* const* const field = field_of(r, block);
-  return r.rotator && field && encoder_takes(r, block) && is_tracked_without_reflections(r) &&
+  return is_tracked(r) && !is_reflected(r) && r.rotator && field && encoder_takes(r, block) &&
          block.frames >= kMinFrames && block.frames <= r.rotator->max_frame_size &&
          !rotator_is_static(*r.rotator) && has_few_sources(r) && can_write_over(field, r, block);
 }
@@ -77,7 +70,7 @@ uint32_t render(const ubr_t& r, const block_t& block, void*) {
   float* const* const field = field_of(r, block);
   encode_turned(r.encoder, r.rotator, block, field);
   if (const uint32_t code = add_head_locked_sources(r, block, field)) return code;
-  if (r.render_mode == UBR_MODE_AMBISONIC_TRACKED) return UBR_OK;
+  if (!is_binaural(r)) return UBR_OK;
   if (const uint32_t code = binauralize_field(r, block, field)) return code;
   return add_reverberation(r, block, field);
 }
