@@ -5,6 +5,8 @@
 #include <exception>
 #include <fstream>
 
+#include "ambisonics/sh_hrir.h"
+#include "base/limits.h"
 #include "tools/ears/ears.h"
 #include "tools/render/failure.h"
 #include "tools/render/shared_options.h"
@@ -24,7 +26,9 @@ command line.)";
 
 void write_table(const std::string& path, const ears::EarTables& tables) {
   std::ofstream file(path, std::ios::binary);
-  std::string header = "{'descr': '<f4', 'fortran_order': False, 'shape': (2, 256, 25), }";
+  std::string header = "{'descr': '<f4', 'fortran_order': False, 'shape': (" +
+                       std::to_string(ORVANE_NUM_EARS) + ", " + std::to_string(SH_HRIR_TAPS) +
+                       ", " + std::to_string(SH_HRIR_CHANNELS) + "), }";
   header.resize(117, ' ');  // so that the samples begin at a multiple of 64 bytes
   header += '\n';
   const char length[] = {static_cast<char>(header.size()), 0};
