@@ -68,10 +68,14 @@ done
 # Bash by the file that it would load, zsh by the keys that a user presses.
 offered=$(bash -c '. /usr/share/bash-completion/completions/orvane-render
   COMP_WORDS=(orvane-render identify --layout "") COMP_CWORD=3; _orvane_render; printf "%s\n" "${COMPREPLY[@]}"')
-layouts=$(tests/zsh_completion.zsh 'orvane-render identify --layout ')
-[ "$offered" = "$layouts" ] || fail "bash completes layouts to $offered, zsh to $layouts"
-echo "$layouts" | grep -qx 7.1.4 || fail "the layouts are completed to $layouts"
-tests/zsh_completion.zsh 'orvane-live --tra' | grep -qx -e --tracker || fail "zsh completes nothing for orvane-live"
+echo "$offered" | grep -qx 7.1.4 || fail "bash completes layouts to $offered"
+layouts=$(tests/zsh_completion.zsh 'orvane-render identify --layout ') && code=0 || code=$?
+if [ $code = 77 ]; then
+  echo "NOT TRIED: what zsh completes, as there is no pseudo-terminal" >&2
+else
+  [ "$layouts" = "$offered" ] || fail "bash completes layouts to $offered, zsh to $layouts"
+  tests/zsh_completion.zsh 'orvane-live --tra' | grep -qx -e --tracker || fail "zsh completes nothing for orvane-live"
+fi
 
 # shellcheck disable=SC2086
 apt purge $theirs

@@ -3,6 +3,8 @@
 # What zsh offers for a command line when its user presses the tabulator key, one word a line.
 #
 #   zsh_completion.zsh LINE [FOLDER]    the completions in FOLDER besides those that are installed
+#
+# Exit status 77: the machine has no pseudo-terminal (/dev/pts), without which zsh takes no keys.
 zmodload zsh/zpty
 export ZDOTDIR=$(mktemp -d) ZSH_COMPLETIONS=$2 TERM=dumb
 cat >$ZDOTDIR/.zshrc <<'END'
@@ -23,7 +25,7 @@ zle -N complete-and-tell
 bindkey '^I' complete-and-tell
 PROMPT='ready>'
 END
-zpty shell exec zsh -i || { print -u2 'there is no terminal for zsh'; exit 1 }
+zpty shell exec zsh -i || { rm -rf $ZDOTDIR; exit 77 }
 zpty -r shell output '*ready>*'
 zpty -w -n shell $1$'\t'
 for ((tries = 0; tries < 200; ++tries)); do
