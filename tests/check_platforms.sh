@@ -29,8 +29,8 @@ refused little-endian s390x-linux-gnu powerpc64-linux-gnu aarch64_be-linux-gnu
 [ -z "$(answer x86_64-linux-gnu)$(answer aarch64-linux-gnu)" ]
 
 work=$(mktemp -d)
-export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all  # a folder of its own for what Wine keeps
-trap '/usr/lib/wine/wineserver64 -k || true; rm -rf "$work"' EXIT
+export WINEPREFIX="$PWD/build/wine" WINEDEBUG=-all  # where Wine keeps 0.7 GB, no longer than it is needed
+trap 'for option in -k -w; do /usr/lib/wine/wineserver64 $option || true; done; rm -rf "$work" "$WINEPREFIX"' EXIT
 program="-std=c11 -I. tests/consumer/consumer.c"  # a list of words
 # shellcheck disable=SC2086
 {
