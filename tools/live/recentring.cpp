@@ -5,6 +5,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <optional>
@@ -17,7 +18,8 @@ namespace {
 constexpr int kPollMs = 20;
 constexpr char kKey = 'c';
 
-volatile std::sig_atomic_t g_asked = 0;
+std::atomic<bool> g_asked = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
 
 // A terminal that hands over every key at once; it is put back in the end.
 class Keys {
@@ -52,8 +54,8 @@ class Keys {
 }  // namespace
 
 Recentring::Recentring(HeadInput* input) : input_(input) {
-  g_asked = 0;
-  std::signal(SIGUSR1, [](int) { g_asked = 1; });
+  g_asked = false;
+  std::signal(SIGUSR1, [](int) { g_asked = true; });
   thread_ = std::thread([this] { watch(); });
 }
 
@@ -66,11 +68,9 @@ Recentring::~Recentring() {
 void Recentring::watch() {
   Keys keys;
   while (!stop_) {
-    if (keys.take()) g_asked = 1;
+    const bool is_pressed = keys.take();
     input_->settle(steady_seconds());
-    if (g_asked == 0) continue;
-    g_asked = 0;
-    input_->recentre();
+    if (g_asked.exchange(false) || is_pressed) input_->recentre();
   }
 }
 
