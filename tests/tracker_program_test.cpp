@@ -121,6 +121,9 @@ TEST_F(TrackerProgramTest, TheKeyAtItsTerminalRecentres) {
     execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
     _exit(127);
   }
+  if (program < 0 && access("/dev/pts/ptmx", F_OK) != 0) {
+    GTEST_SKIP() << "no pseudo-terminals here";
+  }
   ASSERT_GT(program, 0);
   EXPECT_TRUE(wait_until([&] { return (osc_ = port_after("osc     port ")) > 0; }));
   EXPECT_TRUE(shows(osc_, osc("/ypr", {30, 0, 0}), "yaw  +30.0 left"));
