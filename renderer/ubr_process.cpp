@@ -7,6 +7,14 @@
 #include "renderer/routes/route.h"
 #include "renderer/ubr.h"
 
+namespace {
+
+// There is no field to work in before a configuration and after a clean-up, whichever modules have
+// been built since.
+bool has_field(const ubr_t& r) { return r.ambi_config.num_channels > 0; }
+
+}  // namespace
+
 uint32_t ubr_process(ubr_t* renderer, const float* const* inputs, uint32_t num_inputs,
                      float* const* outputs, uint32_t num_outputs, uint32_t frames) {
   if (!renderer) return UBR_MISSING;
@@ -22,11 +30,12 @@ uint32_t ubr_process_sources(ubr_t* renderer, const float* const* inputs, float*
   if (!renderer) return UBR_MISSING;
   const FlushSubnormals flush;
   if (renderer->render_mode == UBR_MODE_DOWNMIX) return ubr_downmix(renderer, inputs, outputs);
+  if (!has_field(*renderer)) return UBR_MISSING;
   return routes_render(*renderer, {inputs, outputs, renderer->frame_size});
 }
 
 uint32_t ubr_process_hoa(ubr_t* renderer, const float* const* inputs, float* const* outputs) {
-  if (!renderer || renderer->num_inputs == 0) return UBR_MISSING;  // nothing has been built
+  if (!renderer || !has_field(*renderer) || renderer->num_inputs == 0) return UBR_MISSING;
   const FlushSubnormals flush;
   return plain_render_ambisonics(*renderer, {inputs, outputs, renderer->frame_size});
 }

@@ -55,13 +55,21 @@ INSTANTIATE_TEST_SUITE_P(Arguments, RendererInitTest,
                                            InitCase{"FieldIsNotDownmixed", 1, 16, 4, 64, 4, 0}),
                          [](const auto& test) { return std::string(test.param.name); });
 
-TEST(RendererLifecycleTest, AModuleThatIsBuiltAfterCleanUpRendersNoField) {
-  ubr_t r = {};
-  ASSERT_EQ(UBR_OK, ubr_init(&r, UBR_INPUT_AMBISONICS, 4, UBR_MODE_BINAURAL, 64, 1));
-  ASSERT_EQ(UBR_OK, ubr_cleanup(&r));  // input type and mode stay
-  ASSERT_EQ(UBR_OK, ubr_init_binauralizer(&r));
-  EXPECT_EQ(UBR_MISSING, ubr_process_hoa(&r, nullptr, nullptr));
-  ubr_cleanup(&r);
+TEST(RendererLifecycleTest, ModulesThatAreBuiltAfterCleanUpRenderNothing) {
+  for (const uint32_t input_type : {UBR_INPUT_SOURCES, UBR_INPUT_AMBISONICS}) {
+    for (const uint32_t mode : {UBR_MODE_BINAURAL_TRACKED, UBR_MODE_BINAURAL}) {
+      ubr_t r = {};
+      ASSERT_EQ(UBR_OK, ubr_init(&r, input_type, 4, mode, 64, 1));
+      ASSERT_EQ(UBR_OK, ubr_cleanup(&r));  // input type and mode stay
+      r.max_frame_size = 64;
+      for (auto step : {ubr_init_ambisonics, ubr_init_encoder, ubr_init_rotator,
+                        ubr_init_binauralizer, ubr_init_reverb}) {
+        ASSERT_EQ(UBR_OK, step(&r));
+      }
+      EXPECT_EQ(UBR_MISSING, ubr_process(&r, nullptr, 0, nullptr, 0, 64)) << mode;
+      EXPECT_EQ(UBR_OK, ubr_cleanup(&r));
+    }
+  }
 }
 
 TEST(RendererLifecycleTest, AMissingOrUnconfiguredRendererIsSafeInEveryCall) {
