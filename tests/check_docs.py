@@ -16,6 +16,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 
 kRoot = pathlib.Path(__file__).resolve().parent.parent
 kSpan = re.compile(r"(scripts/|\.ci/|tests/check_|(cmake|ctest) --preset |(build/release/)?orvane-\w+ )")
@@ -119,9 +120,10 @@ def main():
                 if reason:
                     skipped.append(f"{where}\n    ({reason})")
                     continue
-                print(where, flush=True)
+                start = time.monotonic()
                 if not run(command, scratch):
                     failed.append(where)
+                print(f"{time.monotonic() - start:4.0f} s  {where}", flush=True)
     print("\nnot run:", *skipped, sep="\n")
     if failed:
         sys.exit("\n".join(["", "failed:", *failed]))

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The parts of orvane-live: what messages mean, how a pose travels, and the audio callback.
+// The parts of orvane-live: what messages mean, and the audio callback.
 // ORVANE_LIBRARY is the path of the library.
 #include <gtest/gtest.h>
 #include <linux/seccomp.h>
@@ -16,7 +16,6 @@
 #include <new>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/support/counted_new.h"
@@ -111,28 +110,6 @@ TEST(HeadMessagesTest, OneAngleKeepsTheOthersWhateverSetThem) {
     EXPECT_FALSE(messages.read(message.path, message.values)) << message.path;
   }
   expect({0, -5, 100}, messages.read("/yaw", std::array{0.0}));
-}
-
-TEST(PoseSlotThreadsTest, HandsOverTheNewestPoseAndNeverHalfOfOne) {
-  constexpr int kPoses = 200000;
-  PoseSlot slot;
-  EXPECT_EQ(nullptr, slot.take());
-  std::thread writer([&] {
-    for (int i = 1; i <= kPoses; ++i) {
-      const double value = i;
-      slot.write({value, value, value, value});
-    }
-  });
-  double last = 0.0;
-  while (last < kPoses) {
-    const Rotation* pose = slot.take();
-    if (!pose) continue;
-    ASSERT_LT(last, pose->w);
-    last = pose->w;
-    for (const double value : {pose->x, pose->y, pose->z}) ASSERT_EQ(last, value);
-  }
-  writer.join();
-  EXPECT_EQ(nullptr, slot.take());
 }
 
 double yaw_degrees(const Rotation& head) { return pose_from_rotation(head).yaw_deg; }
