@@ -10,16 +10,6 @@ namespace {
 
 using ChildProgramTest = RenderProgramTest;
 
-std::vector<float> noise(size_t samples) {
-  std::vector<float> made(samples);
-  uint32_t state = 1;
-  for (float& sample : made) {
-    state = state * 1664525 + 1013904223;
-    sample = static_cast<float>(state >> 8) / 33554432.0f - 0.25f;
-  }
-  return made;
-}
-
 // A service may start a program without standard streams; pipes then get their numbers.
 TEST_F(ChildProgramTest, NeedsNoStandardStreamsOfItsOwn) {
   const pid_t child = fork();
@@ -50,7 +40,7 @@ TEST_F(ChildProgramTest, SoundComesOutWhileMoreIsAwaited) {
 }
 
 TEST_F(ChildProgramTest, FilesWithAnyNameAreReadAndNothingElseIsOpened) {
-  write("-f.wav", "5.1", 48000, noise(6 * 480));
+  write("-f.wav", "5.1", 48000, quiet_noise(6 * 480));
   for (const char* name : {"-v.mka", "a\nb.mka", "a%d:b'.mka"}) {
     Subprocess ffmpeg({"ffmpeg", "-v", "error", "-i", "file:" + path("-f.wav"), "-c:a", "flac",
                        "file:" + path(name)},
@@ -72,7 +62,7 @@ TEST_F(ChildProgramTest, FilesWithAnyNameAreReadAndNothingElseIsOpened) {
 }
 
 TEST_F(ChildProgramTest, TheDecoderEndsWithTheProgram) {
-  write("bed.wav", "5.1", 48000, noise(6 * 48000));
+  write("bed.wav", "5.1", 48000, quiet_noise(6 * 48000));
   ASSERT_EQ(0, std::system(("cd " + folder_.string() +
                             " && ffmpeg -v error -stream_loop 600 -i bed.wav -c:a flac long.mka")
                                .c_str()));

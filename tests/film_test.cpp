@@ -178,11 +178,8 @@ TEST_F(FilmTest, DamageIsAWarningAndWithStrictAFailure) {
 
 TEST_F(FilmTest, LoudnessAndTruePeakAreWhatWasAskedFor) {
   std::vector<float> bed(6 * 48000 * 2);
-  uint32_t state = 1;
-  for (size_t i = 0; i < bed.size(); i += 6) {
-    state = state * 1664525 + 1013904223;
-    bed[i] = bed[i + 1] = static_cast<float>(state >> 8) / 167772160.0f;
-  }
+  const std::vector<float> random = noise(bed.size() / 6, 1);
+  for (size_t i = 0; i < random.size(); ++i) bed[6 * i] = bed[6 * i + 1] = 0.05f * random[i];
   write("bed.wav", "5.1", 48000, bed);
   const auto measured = [&](const std::string& arguments) {
     EXPECT_EQ(0, run("bed.wav out.wav " + arguments)) << errors_;

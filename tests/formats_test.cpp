@@ -73,12 +73,11 @@ class FormatsTest : public RenderProgramTest {
   // One burst per channel: noise, or a low tone from an LFE.
   void write_raw(const std::vector<Speaker>& speakers) {
     std::vector<float> bed(speakers.size() * speakers.size() * kSlot);
-    uint32_t state = 1;
     for (size_t c = 0; c < speakers.size(); ++c) {
+      const std::vector<float> random = noise(kBurst, static_cast<uint32_t>(c));
       float low = 0.0f;
       for (size_t i = 0; i < kBurst; ++i) {
-        state = state * 1664525 + 1013904223;
-        low += 0.3f * (static_cast<float>(state >> 8) / 16777216.0f - 0.5f - low);
+        low += 0.3f * (0.5f * random[i] - low);
         const float fade = std::min(1.0f, 0.005f * static_cast<float>(std::min(i, kBurst - i)));
         const float tone = 0.3f * std::sin(0.00785f * static_cast<float>(i));
         bed[(c * kSlot + kSlot / 4 + i) * speakers.size() + c] =

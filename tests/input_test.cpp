@@ -16,16 +16,6 @@ namespace {
 
 using PipeTest = RenderProgramTest;
 
-std::vector<float> noise(size_t samples) {
-  std::vector<float> made(samples);
-  uint32_t state = 1;
-  for (float& sample : made) {
-    state = state * 1664525 + 1013904223;
-    sample = static_cast<float>(state >> 8) / 33554432.0f - 0.25f;
-  }
-  return made;
-}
-
 std::string with_size(std::string wav, uint32_t size) {
   const size_t at = wav.find("data");
   std::memcpy(wav.data() + at + 4, &size, sizeof(size));
@@ -33,7 +23,7 @@ std::string with_size(std::string wav, uint32_t size) {
 }
 
 TEST_F(PipeTest, WhateverLengthTheHeaderSaysAllIsHeard) {
-  const std::vector<float> bed = noise(6 * 5000);
+  const std::vector<float> bed = quiet_noise(6 * 5000);
   write("bed.wav", "5.1", 48000, bed);
   ASSERT_EQ(0, run("bed.wav plain.wav --dry")) << errors_;
   const std::vector<float> plain = read("plain.wav");
@@ -117,7 +107,7 @@ TEST_F(PipeTest, TheEndOfTheSamplesIsFound) {
 }
 
 TEST_F(PipeTest, RawSamplesAndPipesOnBothSidesSoundAsFiles) {
-  const std::vector<float> bed = noise(6 * 5000);
+  const std::vector<float> bed = quiet_noise(6 * 5000);
   write("bed.wav", "5.1", 48000, bed);
   std::ofstream(path("bed.f32"), std::ios::binary)
       .write(reinterpret_cast<const char*>(bed.data()),
@@ -149,7 +139,7 @@ TEST_F(PipeTest, RawSamplesAndPipesOnBothSidesSoundAsFiles) {
 
 // However early the program ends: ffmpeg, and what feeds it, are waiting for somebody to read on.
 TEST_F(PipeTest, AnEarlyEndDoesNotWaitForTheRestOfAFilm) {
-  write("bed.wav", "5.1", 48000, noise(6 * 48000));
+  write("bed.wav", "5.1", 48000, quiet_noise(6 * 48000));
   ASSERT_EQ(0, std::system(("cd " + folder_.string() +
                             " && ffmpeg -v error -stream_loop 20 -i bed.wav -c:a pcm_f32le big.mka")
                                .c_str()));
@@ -191,7 +181,7 @@ TEST_F(PipeTest, LayoutsThatAreUnknownAreNotGuessed) {
       {"\0\0\0\0", "channel 1 is layout tag 0"},  // no descriptions follow
   };
   for (const char* name : {"bed.caf", "bed.aiff"}) {
-    write(name, "5.1", 48000, noise(6 * 480));
+    write(name, "5.1", 48000, quiet_noise(6 * 480));
     const std::string bytes = text_of(name);
     const bool is_caf = name == std::string("bed.caf");
     const size_t at = is_caf ? bytes.find("chan") + 12 : bytes.find("CHAN") + 8;

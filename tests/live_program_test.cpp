@@ -35,6 +35,16 @@ void expect_same(const std::vector<float>& expected, const JackProbe& probe) {
   EXPECT_EQ(0u, different) << "of " << expected.size();
 }
 
+// Plays `bed` to the program's ports, from where the ears are to hear `expected`.
+void expect_heard(JackProbe* player, const std::vector<float>& bed,
+                  const std::vector<float>& expected, const JackProbe& ears) {
+  ASSERT_TRUE(player->connect_to("orvane-live"));
+  const size_t before = ears.recorded_frames();
+  player->play(bed, false);
+  wait_until([&] { return ears.recorded_frames() > before + expected.size() / 2 + 8 * kPeriod; });
+  expect_same(expected, ears);
+}
+
 TEST_F(LiveProgramTest, PlaysAFileBitForBitAsTheOfflineRenderer) {
   ASSERT_NO_FATAL_FAILURE(start_server(kPeriod));
   const struct {
@@ -68,11 +78,7 @@ TEST_F(LiveProgramTest, RendersItsPortsBitForBitAsTheOfflineRenderer) {
   EXPECT_EQ("orvane-live:FL", ports[0]);
   EXPECT_EQ("orvane-live:LFE2", ports[9]);
   EXPECT_EQ("orvane-live:BFR", ports[23]);
-  ASSERT_TRUE(player.connect_to("orvane-live"));
-  const size_t before = ears.recorded_frames();
-  player.play(bed, false);
-  wait_until([&] { return ears.recorded_frames() > before + expected.size() / 2 + 8 * kPeriod; });
-  expect_same(expected, ears);
+  ASSERT_NO_FATAL_FAILURE(expect_heard(&player, bed, expected, ears));
   live_->terminate();
   EXPECT_EQ(0, live_->wait());
 }
@@ -181,11 +187,7 @@ TEST_F(LiveProgramTest, JoinsAServerThatComesBack) {
     ASSERT_NO_FATAL_FAILURE(start_server(kPeriod));
     JackProbe ears(0), player(6);
     ASSERT_TRUE(wait_until([&] { return ears.hear("orvane-live"); }));
-    ASSERT_TRUE(player.connect_to("orvane-live"));
-    const size_t before = ears.recorded_frames();
-    player.play(bed, false);
-    wait_until([&] { return ears.recorded_frames() > before + expected.size() / 2 + 8 * kPeriod; });
-    expect_same(expected, ears);
+    ASSERT_NO_FATAL_FAILURE(expect_heard(&player, bed, expected, ears));
   }
   live_->terminate();
   EXPECT_EQ(0, live_->wait());

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/signals.h"
 #include "tools/render/audio_reader.h"
 #include "tools/render/audio_writer.h"
 #include "tools/render/channel_map.h"
@@ -29,6 +30,13 @@ inline double energy(const std::vector<float>& ears, size_t ear, size_t begin, s
   double sum = 0.0;
   for (size_t i = begin; i < end; ++i) sum += std::pow(static_cast<double>(ears[2 * i + ear]), 2);
   return sum;
+}
+
+// Without a sample that clips in what the program makes of it.
+inline std::vector<float> quiet_noise(size_t samples) {
+  std::vector<float> made = noise(samples, 1);
+  for (float& sample : made) sample *= 0.25f;
+  return made;
 }
 
 class RenderProgramTest : public ::testing::Test {
