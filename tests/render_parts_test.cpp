@@ -216,7 +216,7 @@ TEST(AudioWriterTest, FileAppearsOnlyWhenComplete) {
   const std::filesystem::path folder =
       std::filesystem::path(::testing::TempDir()) / ("orvane_writer" + std::to_string(getpid()));
   std::filesystem::create_directory(folder);
-  const std::string path = folder / "out.wav";
+  const std::string path = (folder / "out.wav").string();
   const float frame[2] = {0.5f, -2.0f};
   { AudioWriter(path, {}).write(frame, 1); }
   EXPECT_TRUE(std::filesystem::is_empty(folder));

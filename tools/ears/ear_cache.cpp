@@ -12,6 +12,7 @@
 #include <type_traits>
 
 #include "tools/render/failure.h"
+#include "tools/render/files.h"
 #include "tools/render/text.h"
 
 namespace ears {
@@ -29,7 +30,7 @@ constexpr size_t kFileBytes =
 
 // FNV-1a of 64 bits: files are the user's own, so that nobody gains by a collision.
 uint64_t hash_file(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(render::file_path(path), std::ios::binary);
   if (!file) throw render::Failure(path, "cannot be read");
   uint64_t hash = 0xcbf29ce484222325u;
   std::array<char, 65536> buffer;
@@ -95,7 +96,8 @@ std::optional<Ears> ear_cache_read(const fs::path& place) {
 void ear_cache_write(const fs::path& place, const Ears& ears) {
   std::error_code error;
   fs::create_directories(place.parent_path(), error);
-  const fs::path temporary = place.string() + "." + std::to_string(getpid());
+  fs::path temporary = place;
+  temporary += render::text_format(".%lld", static_cast<long long>(getpid()));
   {
     std::ofstream file(temporary, std::ios::binary);
     write_bytes(&file, kMagic.data(), kMagic.size());

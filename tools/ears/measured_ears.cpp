@@ -23,7 +23,6 @@ constexpr size_t kMinDirections = 36;  // the fit has 25 channels
 constexpr size_t kMaxDirections = 30000, kMinTaps = 32, kMaxTaps = 65536;
 constexpr double kMinRateHz = 8000.0, kMaxRateHz = 384000.0, kMaxDelayS = 1.0;
 constexpr double kSameDirectionCosine = 1.0 - 5e-7;  // closer than 0.06 degrees
-constexpr double kMinReach = 10.0 * kDegree;
 constexpr size_t kCoveragePoints = 2000;
 constexpr double kMinCoverage = 0.6;
 constexpr float kOnsetLevel = 0.1f;  // of the response's peak
@@ -209,20 +208,6 @@ std::string reason_of(int error) {
 }
 
 }  // namespace
-
-double reach_of(std::span<const Direction> directions) {
-  std::vector<Vector> vectors;
-  for (const Direction& d : directions) vectors.push_back(unit_vector(d));
-  std::vector<double> cosines;
-  for (size_t i = 0; i < vectors.size(); ++i) {
-    std::swap(vectors[i], vectors.back());
-    cosines.push_back(nearest_cosine(vectors.back(), {vectors.data(), vectors.size() - 1}));
-    std::swap(vectors[i], vectors.back());
-  }
-  const auto middle = cosines.begin() + static_cast<ptrdiff_t>(cosines.size() / 2);
-  std::nth_element(cosines.begin(), middle, cosines.end());
-  return std::max(std::acos(std::clamp(*middle, -1.0, 1.0)), kMinReach);
-}
 
 MeasuredEars measured_ears_from(const MYSOFA_HRTF& hrtf, const std::string& path) {
   check_convention(hrtf, path);

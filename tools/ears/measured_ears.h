@@ -39,9 +39,6 @@ MeasuredEars measured_ears_read(const std::string& path);
 // The same from a record that libmysofa has read. `path` is for the Failure.
 MeasuredEars measured_ears_from(const MYSOFA_HRTF& hrtf, const std::string& path);
 
-// How far from a direction, in radians, the sphere counts as measured.
-double reach_of(std::span<const Direction> directions);
-
 }  // namespace ears
 
 #endif  // ORVANE_TOOLS_EARS_MEASURED_EARS_H_

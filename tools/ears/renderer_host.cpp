@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/ears/renderer_host.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <utility>
 
 #include "renderer/loudspeaker_layouts.h"
 #include "renderer/parameters.h"
+#include "tools/dynamic_library.h"
 #include "tools/render/failure.h"
 
 namespace ears {

@@ -10,6 +10,7 @@ namespace ears {
 namespace {
 
 constexpr double kPi = std::numbers::pi;
+constexpr double kMinReach = 10.0 * kPi / 180.0;
 constexpr size_t kAreaPoints = 20000;
 constexpr size_t kMaxOrder = 5;
 
@@ -103,6 +104,20 @@ double nearest_cosine(const Vector& vector, std::span<const Vector> others) {
   double highest = -1.0;
   for (const Vector& other : others) highest = std::max(highest, dot(vector, other));
   return highest;
+}
+
+double reach_of(std::span<const Direction> directions) {
+  std::vector<Vector> vectors;
+  for (const Direction& d : directions) vectors.push_back(unit_vector(d));
+  std::vector<double> cosines;
+  for (size_t i = 0; i < vectors.size(); ++i) {
+    std::swap(vectors[i], vectors.back());
+    cosines.push_back(nearest_cosine(vectors.back(), {vectors.data(), vectors.size() - 1}));
+    std::swap(vectors[i], vectors.back());
+  }
+  const auto middle = cosines.begin() + static_cast<ptrdiff_t>(cosines.size() / 2);
+  std::nth_element(cosines.begin(), middle, cosines.end());
+  return std::max(std::acos(std::clamp(*middle, -1.0, 1.0)), kMinReach);
 }
 
 Cholesky::Cholesky(size_t size, std::vector<double> matrix)

@@ -39,6 +39,9 @@ std::vector<double> area_weights(std::span<const Direction> directions);
 // Largest cosine between `vector` and any of `others`.
 double nearest_cosine(const Vector& vector, std::span<const Vector> others);
 
+// How far from a direction, in radians, the sphere counts as measured.
+double reach_of(std::span<const Direction> directions);
+
 // A symmetric positive definite matrix of size x size, row after row, of which the lower half is
 // read; factored on construction.
 class Cholesky {

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/render/audio_input.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +9,7 @@
 #include "tools/render/audio_reader.h"
 #include "tools/render/failure.h"
 #include "tools/render/ffmpeg_input.h"
+#include "tools/render/files.h"
 #include "tools/render/stream_input.h"
 #include "tools/render/wav_header.h"
 
@@ -21,22 +20,18 @@ constexpr size_t kMagicBytes = 40;  // beginning of a file that tells its format
 
 // Throws Failure with the system's words; a directory and the like are none of ours.
 int open_path(const std::string& path, bool* is_regular) {
-  const int fd = path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
-                             : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  struct stat status = {};
-  if (fd < 0 || fstat(fd, &status) != 0) throw Failure(path, errno);
-  *is_regular = S_ISREG(status.st_mode) && path != "-";
-  if (*is_regular || S_ISREG(status.st_mode) || S_ISFIFO(status.st_mode) ||
-      S_ISSOCK(status.st_mode) || S_ISCHR(status.st_mode)) {
-    return fd;
-  }
+  const int fd = path == "-" ? file_open_standard_input() : file_open(path);
+  if (fd < 0) throw Failure(path, errno);
+  const FileKind kind = file_kind(fd);
+  *is_regular = kind == FileKind::kRegular && path != "-";
+  if (kind != FileKind::kOther) return fd;
   close(fd);
   throw Failure(path, "is neither a file nor a pipe");
 }
 
 std::string first_bytes(int fd) {
   std::string bytes(kMagicBytes, '\0');
-  const ssize_t size = pread(fd, bytes.data(), bytes.size(), 0);
+  const int64_t size = file_read_at(fd, bytes.data(), bytes.size(), 0);
   bytes.resize(size > 0 ? static_cast<size_t>(size) : 0);
   return bytes;
 }

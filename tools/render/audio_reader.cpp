@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/render/audio_reader.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +8,7 @@
 #include <iterator>
 
 #include "tools/render/failure.h"
+#include "tools/render/files.h"
 #include "tools/render/header_labels.h"
 #include "tools/render/wav_header.h"
 
@@ -18,10 +17,9 @@ namespace {
 
 // Opened here and not by libsndfile for the system's own words when it fails.
 int open_regular(const std::string& path) {
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);  // no wait for a pipe
+  const int fd = file_open(path, false);
   if (fd < 0) throw Failure(path, errno);
-  struct stat status = {};
-  if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+  if (file_kind(fd) != FileKind::kRegular) {
     close(fd);
     throw Failure(path, "is not a regular file");
   }
@@ -60,18 +58,18 @@ ChannelLabels read_labels(SNDFILE* file, int fd, int format, size_t channels) {
 bool is_cut_off(int fd) {
   uint64_t offset = 0;
   const ReadBytes read = [&](void* data, size_t size) {
-    const ssize_t done = pread(fd, data, size, static_cast<off_t>(offset));
+    const int64_t done = file_read_at(fd, data, size, offset);
     offset += size;
-    return done == static_cast<ssize_t>(size);
+    return done == static_cast<int64_t>(size);
   };
-  struct stat status = {};
-  if (fstat(fd, &status) != 0) return false;
+  const int64_t size = file_size(fd);
+  if (size < 0) return false;
   char begin[16] = {};
-  if (pread(fd, begin, sizeof(begin), 0) < 0) return false;
+  if (file_read_at(fd, begin, sizeof(begin), 0) < 0) return false;
   if (!wav_header_begins(std::string_view(begin, sizeof(begin)))) return false;
   try {
     const WavHeader header = wav_header_read(read);
-    return header.data_bytes && offset + *header.data_bytes > static_cast<uint64_t>(status.st_size);
+    return header.data_bytes && offset + *header.data_bytes > static_cast<uint64_t>(size);
   } catch (const BadText&) {
     return false;
   }
@@ -96,9 +94,9 @@ AudioReader::AudioReader(const std::string& path)
 bool AudioReader::reads(const std::string& path) {
   constexpr std::string_view kMagics[] = {"RIFF", "RIFX", "RF64", "caff", "fLaC", "FORM", ".snd"};
   char begin[4] = {};
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  const int fd = file_open(path, false);
   if (fd < 0) return false;
-  const ssize_t size = pread(fd, begin, sizeof(begin), 0);
+  const int64_t size = file_read_at(fd, begin, sizeof(begin), 0);
   close(fd);
   return size == sizeof(begin) &&
          std::find(std::begin(kMagics), std::end(kMagics),

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/render/byte_source.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,14 +9,10 @@
 #include <utility>
 
 #include "tools/render/failure.h"
+#include "tools/render/files.h"
 #include "tools/render/interrupt.h"
 
 namespace render {
-namespace {
-
-constexpr int kLookMs = 50;  // how often to look for a signal while waiting
-
-}  // namespace
 
 ByteSource::ByteSource(std::string name, int fd) : name_(std::move(name)), fd_(fd) {}
 
@@ -26,9 +21,8 @@ ByteSource::~ByteSource() { close(fd_); }
 size_t ByteSource::wait_and_read(char* data, size_t size) {
   while (!stop_) {
     interrupt_check();
-    pollfd look = {fd_, POLLIN, 0};
-    if (poll(&look, 1, kLookMs) <= 0) continue;
-    const ssize_t count = ::read(fd_, data, size);
+    if (!file_wait_readable(fd_, kInterruptLookMs)) continue;
+    const int64_t count = file_read(fd_, data, size);
     if (count >= 0) return static_cast<size_t>(count);
     if (errno != EINTR && errno != EAGAIN) throw Failure(name_, errno);
   }

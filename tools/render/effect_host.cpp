@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/render/effect_host.h"
 
-#include <dlfcn.h>
-
 #include <filesystem>
 
+#include "tools/dynamic_library.h"
 #include "tools/ears/ears.h"
 #include "tools/render/failure.h"
+#include "tools/render/files.h"
 #include "tools/render/host_log.h"
 #include "tools/render/program_path.h"
 
@@ -36,7 +36,7 @@ std::string effect_library_find(const std::string& requested) {
   namespace fs = std::filesystem;
   if (!requested.empty()) {
     // A bare name would make the loader search its own path.
-    return fs::path(requested).has_parent_path() ? requested : "./" + requested;
+    return file_path(requested).has_parent_path() ? requested : "./" + requested;
   }
   const fs::path installed = fs::path(ORVANE_LIBRARY_DIR_FROM_PROGRAM) / kLibraryName;
   const fs::path found = program_path_find({kLibraryName, installed});

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/render/ffmpeg_input.h"
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include <utility>
 
 #include "tools/render/failure.h"
+#include "tools/render/files.h"
 #include "tools/render/interrupt.h"
 #include "tools/render/text.h"
 
@@ -45,8 +45,8 @@ std::vector<std::string> command(const std::string& input, const MediaStream& st
 // A probe of the first bytes, which stay in `pipe`.
 MediaInfo probe_pipe(const std::string& path, ByteSource* pipe) {
   const std::string_view begin = pipe->peek(kProbeBytes);
-  const int copy = memfd_create("begin", MFD_CLOEXEC);
-  if (copy < 0 || write(copy, begin.data(), begin.size()) < 0) throw Failure(path, errno);
+  const int copy = file_open_scratch();
+  if (copy < 0 || file_write(copy, begin.data(), begin.size()) < 0) throw Failure(path, errno);
   lseek(copy, 0, SEEK_SET);
   try {
     MediaInfo info = probe_file(path, copy);

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/render/header_labels.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -10,6 +8,8 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+
+#include "tools/render/files.h"
 
 namespace render {
 namespace {
@@ -21,7 +21,7 @@ constexpr int kMostBlocks = 4096;                    // of a header; more are no
 // Fewer bytes at the end of the file.
 std::string bytes_at(int fd, uint64_t offset, size_t size) {
   std::string bytes(size, '\0');
-  const ssize_t done = pread(fd, bytes.data(), size, static_cast<off_t>(offset));
+  const int64_t done = file_read_at(fd, bytes.data(), size, offset);
   bytes.resize(done > 0 ? static_cast<size_t>(done) : 0);
   return bytes;
 }

@@ -6,6 +6,8 @@
 
 namespace render {
 
+constexpr int kInterruptLookMs = 50;  // how often to ask while waiting for something else
+
 // Thrown by interrupt_check; on its way destructors remove unfinished files.
 struct Interrupted {
   int signal;
@@ -17,6 +19,9 @@ void interrupt_install();
 
 // Throws Interrupted once a signal has come.
 void interrupt_check();
+
+// Throws Interrupted for a pipe that nobody reads any more, which ends other programs silently.
+[[noreturn]] void interrupt_closed_pipe();
 
 // Ends the process as `signal` would have.
 [[noreturn]] void interrupt_die(int signal);

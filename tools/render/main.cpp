@@ -11,11 +11,13 @@
 #include "tools/render/info.h"
 #include "tools/render/interrupt.h"
 #include "tools/render/options.h"
+#include "tools/render/program_start.h"
 #include "tools/render/render.h"
 #include "tools/render/subprocess.h"
 
 int main(int argc, char** argv) {
   try {
+    render::program_start(&argc, &argv);
     int exit_status = 0;
     const std::optional<render::Options> options = render::options_parse(argc, argv, &exit_status);
     if (!options) return exit_status;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/render/pipe_writer.h"
 
-#include <poll.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,12 +10,11 @@
 #include <cstring>
 
 #include "tools/render/failure.h"
+#include "tools/render/files.h"
 #include "tools/render/interrupt.h"
 
 namespace render {
 namespace {
-
-constexpr int kLookMs = 50;  // how often to look for a signal while waiting
 
 size_t sample_bytes(SampleFormat format) {
   return format == SampleFormat::kFloat32 ? 4 : format == SampleFormat::kInt24 ? 3 : 2;
@@ -46,7 +43,9 @@ uint32_t sample_bits(float sample, SampleFormat format) {
 
 PipeWriter::PipeWriter(const AudioSpec& spec)
     : channels_(spec.channels), format_(spec.sample_format.value_or(SampleFormat::kFloat32)) {
-  if (isatty(STDOUT_FILENO)) throw Failure("-", "standard output is a terminal, not a pipe");
+  if (file_is_terminal(STDOUT_FILENO)) {
+    throw Failure("-", "standard output is a terminal, not a pipe");
+  }
   write_header(spec);
 }
 
@@ -90,11 +89,11 @@ void PipeWriter::write_bytes(const unsigned char* bytes, size_t size) {
   size_t done = 0;
   while (done < size) {
     interrupt_check();
-    pollfd look = {STDOUT_FILENO, POLLOUT, 0};
-    if (poll(&look, 1, kLookMs) <= 0) continue;
-    const ssize_t count = ::write(STDOUT_FILENO, bytes + done, std::min<size_t>(size - done, 4096));
+    if (!file_wait_writable(STDOUT_FILENO, kInterruptLookMs)) continue;
+    const int64_t count =
+        file_write(STDOUT_FILENO, bytes + done, std::min<size_t>(size - done, 4096));
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-    if (count < 0 && errno == EPIPE) throw Interrupted{SIGPIPE};
+    if (count < 0 && errno == EPIPE) interrupt_closed_pipe();
     if (count < 0) throw Failure("-", errno);
     done += static_cast<size_t>(count);
   }

@@ -34,14 +34,14 @@ std::string preset_find(const std::string& name) {
   if (std::find(names.begin(), names.end(), name) == names.end()) {
     throw BadText("there is no preset " + name + ": it may be " + text_choices(names));
   }
-  return preset_folder() / (name + kExtension);
+  return (preset_folder() / (name + kExtension)).string();
 }
 
 std::vector<std::string> preset_names() {
   std::vector<std::string> names;
   std::error_code error;
   for (const auto& entry : fs::directory_iterator(preset_folder(), error)) {
-    if (entry.path().extension() == kExtension) names.push_back(entry.path().stem());
+    if (entry.path().extension() == kExtension) names.push_back(entry.path().stem().string());
   }
   std::sort(names.begin(), names.end());
   return names;

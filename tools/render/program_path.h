@@ -8,6 +8,9 @@
 
 namespace render {
 
+// This program's own file; empty where the system does not tell.
+std::filesystem::path program_path();
+
 // The first of `candidates`, relative to the program's own folder, that exists; empty if none does.
 std::filesystem::path program_path_find(std::initializer_list<std::filesystem::path> candidates);
 

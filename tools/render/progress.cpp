@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+#include "tools/render/files.h"
+
 namespace render {
 namespace {
 
@@ -15,7 +17,7 @@ constexpr std::chrono::milliseconds kInterval(100);
 Progress::Progress(uint64_t total, int rate_hz)
     : total_(total),
       rate_hz_(rate_hz),
-      shown_(isatty(STDERR_FILENO) != 0),
+      shown_(file_is_terminal(STDERR_FILENO)),
       start_(Clock::now()),
       next_(start_ + kInterval) {}
 

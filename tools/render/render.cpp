@@ -14,6 +14,7 @@
 #include "tools/render/bed_source.h"
 #include "tools/render/decibels.h"
 #include "tools/render/failure.h"
+#include "tools/render/files.h"
 #include "tools/render/interrupt.h"
 #include "tools/render/loudness.h"
 #include "tools/render/rate_output.h"
@@ -30,7 +31,7 @@ const std::vector<Speaker> kEars = {Speaker::kFrontLeft, Speaker::kFrontRight};
 void refuse_same_file(const std::string& input, const std::string& output) {
   std::error_code error;
   if (input == "-" || output == "-") return;  // pipes, whatever files are called so
-  if (std::filesystem::equivalent(input, output, error)) {
+  if (std::filesystem::equivalent(file_path(input), file_path(output), error)) {
     throw Failure(output, "is the input file as well");
   }
 }
@@ -175,7 +176,8 @@ void run_leveled(const Options& options, RenderPass* pass, size_t skip, Report* 
 OutputSource source_of(const InputRequest& request, const AudioInput& input) {
   OutputSource source;
   std::error_code error;
-  const bool is_file = request.path != "-" && std::filesystem::is_regular_file(request.path, error);
+  const bool is_file =
+      request.path != "-" && std::filesystem::is_regular_file(file_path(request.path), error);
   if (is_file && !request.raw) source.path = request.path;
   source.media = input.media();
   source.stream = input.stream();

@@ -9,7 +9,7 @@
 namespace render {
 namespace {
 
-constexpr std::chrono::milliseconds kLook(50);  // how often to look for a signal while waiting
+constexpr std::chrono::milliseconds kLook(kInterruptLookMs);
 
 }  // namespace
 

@@ -1,36 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/render/spool.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 
 #include "tools/render/failure.h"
+#include "tools/render/files.h"
 
 namespace render {
 namespace {
 
-// Not /tmp, which may be in memory.
 std::string folder_of(const std::string& path) {
-  if (path != "-") {
-    const std::filesystem::path parent = std::filesystem::path(path).parent_path();
-    return parent.empty() ? "." : parent.string();
-  }
-  const char* folder = std::getenv("TMPDIR");
-  return folder && *folder ? folder : "/var/tmp";
+  if (path == "-") return file_temporary_folder();
+  const std::filesystem::path parent = file_path(path).parent_path();
+  return parent.empty() ? "." : parent.string();
 }
 
 int open_nameless(const std::string& folder) {
-  const int fd = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-  if (fd >= 0) return fd;
-  std::string name = folder + "/.orvane-render.XXXXXX";  // for file systems without the above
-  const int named = mkostemp(name.data(), O_CLOEXEC);
-  if (named < 0) throw Failure(folder, errno);
-  unlink(name.c_str());
-  return named;
+  const int fd = file_open_nameless(folder);
+  if (fd < 0) throw Failure(folder, errno);
+  return fd;
 }
 
 }  // namespace
@@ -43,7 +34,7 @@ void Spool::write(const float* samples, size_t count) {
   const char* bytes = reinterpret_cast<const char*>(samples);
   size_t left = count * sizeof(float);
   while (left > 0) {
-    const ssize_t done = ::write(fd_, bytes, left);
+    const int64_t done = file_write(fd_, bytes, left);
     if (done < 0 && errno == EINTR) continue;
     if (done <= 0) throw Failure(path_, done < 0 ? errno : EIO);
     bytes += done;
@@ -56,12 +47,12 @@ size_t Spool::read(float* samples, size_t count) {
   const size_t size = count * sizeof(float);
   size_t done = 0;
   while (done < size) {
-    const ssize_t part = pread(fd_, bytes + done, size - done, read_at_);
+    const int64_t part = file_read_at(fd_, bytes + done, size - done, read_at_);
     if (part < 0 && errno == EINTR) continue;
     if (part < 0) throw Failure(path_, errno);
     if (part == 0) break;
     done += static_cast<size_t>(part);
-    read_at_ += part;
+    read_at_ += static_cast<uint64_t>(part);
   }
   return done / sizeof(float);
 }

@@ -4,6 +4,7 @@
 #define ORVANE_TOOLS_RENDER_SPOOL_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace render {
@@ -25,7 +26,7 @@ class Spool {
  private:
   std::string path_;
   int fd_;
-  long long read_at_ = 0;  // bytes
+  uint64_t read_at_ = 0;  // bytes
 };
 
 }  // namespace render

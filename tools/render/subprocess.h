@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,7 @@ class Subprocess {
   Subprocess& operator=(const Subprocess&) = delete;
 
   // Its process id, while it has not been waited for.
-  pid_t pid() const { return pid_; }
+  pid_t pid() const;
 
   // Bytes of its output; fewer than `size` only at its end. Throws Interrupted.
   size_t read(void* data, size_t size);
@@ -46,11 +47,13 @@ class Subprocess {
   std::vector<std::string> errors() const;
 
  private:
-  void kill_and_reap();
+  struct Child;  // the system's own: subprocess_posix.cpp or subprocess_windows.cpp
 
-  pid_t pid_ = -1;  // -1 when it has been waited for
-  int status_ = 0;
-  int input_ = -1, output_ = -1, errors_ = -1;
+  static constexpr size_t kMostErrors = size_t{1} << 16;  // bytes that are looked at
+
+  std::string error_text() const;
+
+  std::unique_ptr<Child> child_;
 };
 
 // For --verbose: the command as a shell would take it.
@@ -58,6 +61,9 @@ std::string command_text(const std::vector<std::string>& command);
 
 // Shows every command that is started on standard error from now on.
 void subprocess_set_verbose(bool verbose);
+
+// Shows a command that is to be started, if that is wanted.
+void subprocess_show(const std::vector<std::string>& command);
 
 }  // namespace render
 

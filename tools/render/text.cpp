@@ -8,10 +8,10 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 
 #include "tools/render/failure.h"
+#include "tools/render/files.h"
 
 namespace render {
 
@@ -64,7 +64,7 @@ std::string text_choices(const std::vector<std::string>& words) {
 }
 
 std::string text_extension(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
+  std::string extension = file_path(path).extension().string();
   for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return extension;
 }
@@ -84,7 +84,7 @@ std::string text_format(const char* format, ...) {
 
 void text_file_read(const std::string& path, const std::function<void(std::string_view)>& use) {
   errno = 0;
-  std::ifstream file(path);
+  std::ifstream file(file_path(path));
   if (!file) throw Failure(path, errno);
   std::string line;
   for (size_t number = 1; std::getline(file, line); ++number) {
@@ -100,7 +100,7 @@ void text_file_read(const std::string& path, const std::function<void(std::strin
 }
 
 void text_file_write(const std::string& path, std::string_view text) {
-  std::ofstream file(path);
+  std::ofstream file(file_path(path), std::ios::binary);
   file << text;
   file.close();
   if (!file) throw Failure(path, "cannot be written");

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/render/host_log.h"
-
 #include <cstdarg>
 #include <cstdio>
 #include <utility>
+
+#include "tools/render/host_log.h"
 
 namespace render {
 namespace {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/render/interrupt.h"
-
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <initializer_list>
+
+#include "tools/render/interrupt.h"
 
 namespace render {
 namespace {
@@ -28,6 +28,8 @@ void interrupt_install() {
 void interrupt_check() {
   if (g_signal != 0) throw Interrupted{g_signal};
 }
+
+void interrupt_closed_pipe() { throw Interrupted{SIGPIPE}; }
 
 void interrupt_die(int signal) {
   std::signal(signal, SIG_DFL);
