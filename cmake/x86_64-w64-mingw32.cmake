@@ -6,15 +6,18 @@ set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 set(CMAKE_CROSSCOMPILING_EMULATOR /usr/lib/wine/wine64)
-set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
+set(libraries ${CMAKE_CURRENT_LIST_DIR}/../build/mingw-libraries)  # what scripts/windows-libraries builds
+set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 ${libraries})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_LIBDIR} ${libraries}/lib/pkgconfig)
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)  # programs run without the compiler's libraries beside them
 
-# Highway's headers lie among those of the host's system, which must stay out of sight.
-set(highway ${CMAKE_CURRENT_LIST_DIR}/../build/mingw-highway)
-file(MAKE_DIRECTORY ${highway})
-file(CREATE_LINK /usr/include/hwy ${highway}/hwy SYMBOLIC)
-set(HWY_ROOT ${highway} CACHE PATH "Folder that holds hwy/highway.h")
+# Headers that need no library lie among those of the host's system, which must stay out of sight.
+file(MAKE_DIRECTORY ${libraries}/include ${libraries}/share/cmake)
+foreach(shared IN ITEMS include/hwy include/CLI share/cmake/CLI11)
+  file(CREATE_LINK /usr/${shared} ${libraries}/${shared} SYMBOLIC)
+endforeach()
+set(HWY_ROOT ${libraries}/include CACHE PATH "Folder that holds hwy/highway.h")

@@ -1,8 +1,9 @@
 #!/bin/sh
 # Systems and processors besides those that the tests run on. The compiler refuses processors that the library is not
 # for. For musl, the C library, the preset of that name builds a library that passes orvane-selftest. For Windows the
-# preset mingw builds one that passes it and the library's tests, under Wine. C programs that use each of these, the
-# archives among them, hear what they hear through the library of the preset release, which has to be built.
+# preset mingw builds one that passes it and the library's tests, under Wine, and an orvane-render that passes the tests
+# of its parts and renders what the one of the preset release renders, which has to be built. C programs that use each
+# of these libraries, the archives among them, hear what they hear through that preset's.
 set -eu
 # SPDX-License-Identifier: Apache-2.0
 cd "$(dirname "$0")/.."
@@ -43,6 +44,7 @@ program="-std=c11 -I. tests/consumer/consumer.c"  # a list of words
   musl-gcc -static $program build/musl/liborvane.a -o "$work/musl"
   "$work/musl" >>"$work/heard"
 
+  scripts/windows-libraries
   cmake --preset mingw
   cmake --build --preset mingw
   x86_64-w64-mingw32-gcc-posix $program build/mingw/liborvane.dll.a -o build/mingw/shared.exe
@@ -55,6 +57,8 @@ windows orvane-selftest.exe build/mingw/orvane.dll
 windows shared.exe >>"$work/heard"
 windows archive.exe >>"$work/heard"
 windows tests/orvane_tests.exe --gtest_brief=1
+windows tests/orvane_render_tests.exe --gtest_brief=1 2>/dev/null  # the library's lines about what it has to refuse
+timeout 300 tests/check_windows.py build/release/orvane-render build/mingw/orvane-render.exe
 
 python3 - "$work/heard" <<END
 import sys
