@@ -17,7 +17,6 @@ set(CMAKE_EXE_LINKER_FLAGS_INIT -static)  # programs run without the compiler's 
 
 # Headers that need no library lie among those of the host's system, which must stay out of sight.
 file(MAKE_DIRECTORY ${libraries}/include ${libraries}/share/cmake)
-foreach(shared IN ITEMS include/hwy include/CLI share/cmake/CLI11)
+foreach(shared IN ITEMS include/CLI share/cmake/CLI11)
   file(CREATE_LINK /usr/${shared} ${libraries}/${shared} SYMBOLIC)
 endforeach()
-set(HWY_ROOT ${libraries}/include CACHE PATH "Folder that holds hwy/highway.h")

@@ -43,27 +43,44 @@ program="-std=c11 -I. tests/consumer/consumer.c"  # a list of words
   build/musl/orvane-selftest build/musl/liborvane.so
   musl-gcc -static $program build/musl/liborvane.a -o "$work/musl"
   "$work/musl" >>"$work/heard"
-
-  scripts/windows-libraries
-  cmake --preset mingw
-  cmake --build --preset mingw
-  x86_64-w64-mingw32-gcc-posix $program build/mingw/liborvane.dll.a -o build/mingw/shared.exe
-  x86_64-w64-mingw32-gcc-posix -static $program build/mingw/liborvane.a -lpthread -o build/mingw/archive.exe
 }
 
-unset DISPLAY
-windows() { timeout 300 /usr/lib/wine/wine64 "build/mingw/$@"; }
-windows orvane-selftest.exe build/mingw/orvane.dll
-windows shared.exe >>"$work/heard"
-windows archive.exe >>"$work/heard"
-windows tests/orvane_tests.exe --gtest_brief=1
-windows tests/orvane_render_tests.exe --gtest_brief=1 2>/dev/null  # the library's lines about what it has to refuse
-timeout 300 tests/check_windows.py build/release/orvane-render build/mingw/orvane-render.exe
+check_windows() {
+  cmake --preset mingw
+  cmake --build --preset mingw
+  # shellcheck disable=SC2086
+  x86_64-w64-mingw32-gcc-posix $program build/mingw/liborvane.dll.a -o build/mingw/shared.exe
+  # shellcheck disable=SC2086
+  x86_64-w64-mingw32-gcc-posix -static $program build/mingw/liborvane.a \
+    build/mingw-libraries/lib/libhwy.a -lpthread -o build/mingw/archive.exe
+  unset DISPLAY
+  windows() { timeout 300 /usr/lib/wine/wine64 "build/mingw/$@"; }
+  windows orvane-selftest.exe build/mingw/orvane.dll
+  windows shared.exe >>"$work/heard"
+  windows archive.exe >>"$work/heard"
+  windows tests/orvane_tests.exe --gtest_brief=1
+  for target in lowest SSE4 AVX2; do
+    (
+      export ORVANE_TEST_TARGET=$target
+      windows tests/orvane_tests.exe --gtest_brief=1 --gtest_filter='*MixChannels*:*Transform*:*Route*-*EveryLength*'
+    )
+  done
+  windows tests/orvane_render_tests.exe --gtest_brief=1 2>/dev/null  # the library's lines about what it has to refuse
+  timeout 300 tests/check_windows.py build/release/orvane-render build/mingw/orvane-render.exe
+}
+
+status=0
+scripts/windows-libraries || status=$?
+case $status in
+  0) check_windows ;;
+  3) echo "Windows is left out: its libraries cannot be fetched" ;;
+  *) exit 1 ;;
+esac
 
 python3 - "$work/heard" <<END
 import sys
 first, *others = ([float(word) for word in line.split()] for line in open(sys.argv[1]))
-assert len(others) == 3 and max(map(abs, first[2:])) > 0.01
+assert others and max(map(abs, first[2:])) > 0.01
 worst = max(abs(a - b) for other in others for a, b in zip(first, other, strict=True))
 assert worst < 1e-6, worst
 print(f"programs on other systems hear the same within {worst:.1e}")
