@@ -17,8 +17,8 @@ elseif(HWY_ROOT OR ANDROID)
 else()
   find_package(hwy QUIET)
   if(NOT hwy_FOUND)
-    message(FATAL_ERROR "Highway is missing: install it (Debian: libhwy-dev), or give -DHWY_ROOT= the folder "
-      "that holds hwy/highway.h")
+    message(FATAL_ERROR "Highway is missing: install it (Debian: libhwy-dev; for MinGW: scripts/windows-libraries), "
+      "or give -DHWY_ROOT= the folder that holds hwy/highway.h")
   endif()
   set(ORVANE_HWY_LIBRARY hwy::hwy)
   target_link_libraries(orvane_objects PUBLIC ${ORVANE_HWY_LIBRARY})

@@ -46,7 +46,7 @@ program="-std=c11 -I. tests/consumer/consumer.c"  # a list of words
 }
 
 check_windows() {
-  cmake --preset mingw
+  cmake --fresh --preset mingw
   cmake --build --preset mingw
   # shellcheck disable=SC2086
   x86_64-w64-mingw32-gcc-posix $program build/mingw/liborvane.dll.a -o build/mingw/shared.exe
@@ -63,24 +63,25 @@ check_windows() {
     (
       export ORVANE_TEST_TARGET=$target
       windows tests/orvane_tests.exe --gtest_brief=1 --gtest_filter='*MixChannels*:*Transform*:*Route*-*EveryLength*'
-    )
+    ) || [ $? = 77 ]  # no such processor
   done
   windows tests/orvane_render_tests.exe --gtest_brief=1 2>/dev/null  # the library's lines about what it has to refuse
   timeout 300 tests/check_windows.py build/release/orvane-render build/mingw/orvane-render.exe
 }
 
+systems=1
 status=0
 scripts/windows-libraries || status=$?
 case $status in
-  0) check_windows ;;
+  0) check_windows; systems=3 ;;
   3) echo "Windows is left out: its libraries cannot be fetched" ;;
   *) exit 1 ;;
 esac
 
-python3 - "$work/heard" <<END
+python3 - "$work/heard" "$systems" <<END
 import sys
 first, *others = ([float(word) for word in line.split()] for line in open(sys.argv[1]))
-assert others and max(map(abs, first[2:])) > 0.01
+assert len(others) == int(sys.argv[2]) and max(map(abs, first[2:])) > 0.01
 worst = max(abs(a - b) for other in others for a, b in zip(first, other, strict=True))
 assert worst < 1e-6, worst
 print(f"programs on other systems hear the same within {worst:.1e}")

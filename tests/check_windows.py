@@ -58,14 +58,23 @@ def rendered(name, limit, *arguments):
     return sounds[0]
 
 
-def interrupted():
+def cut_off():
+    """Nobody reads on: the program ends and says nothing, as with SIGPIPE."""
+    program = subprocess.Popen([WINE, windows, *RAW, "long.f32", "-"], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    assert program.stdout.read(4096)
+    program.stdout.close()
+    errors = program.stderr.read()
+    assert program.wait() == 1 and not errors, (program.returncode, errors)
+
+
+def interrupted(output):
     """Ctrl-C at a terminal, once the file has been begun. Returns the exit status, or None without pseudo-terminals."""
     try:
         child, terminal = pty.fork()
     except OSError:
         return None
     if child == 0:
-        os.execv(WINE, [WINE, windows, *RAW, "long.f32", "never.wav"])
+        os.execv(WINE, [WINE, windows, *RAW, "long.f32", output])
     try:
         while select.select([terminal], [], [], 60)[0] and os.read(terminal, 4096):
             if any(name.startswith(".orvane-render") for name in os.listdir()):
@@ -111,9 +120,11 @@ def main():
     before = sorted(os.listdir())
     with open("long.f32", "wb") as file:
         file.truncate(1 << 30)  # a quarter of an hour, which takes no room
-    status = interrupted()
+    cut_off()
+    for output in "never.wav", "never.ogg":
+        status = interrupted(output)
+        assert status in (CONTROL_C_EXIT, None), status
     os.remove("long.f32")
-    assert status in (CONTROL_C_EXIT, None), status
     assert sorted(os.listdir()) == before, os.listdir()
     print("Ctrl-C was not tried: there are no pseudo-terminals" if status is None else "Ctrl-C leaves nothing behind")
 

@@ -6,14 +6,23 @@
 #ifdef _WIN32
 #include <windows.h>
 
+#include <cwchar>
+
 enum { RTLD_LOCAL = 0, RTLD_NOW = 2 };
 
-// `path` is in UTF-8, or in the system's code page as the arguments of main() are.
+// `path` is in UTF-8, or in the system's code page as the arguments of main() are. As on other
+// systems, one with a folder in it is that file: Windows would look in the program's own folder
+// first.
 inline void* dlopen(const char* path, int /*mode*/) {
-  wchar_t wide[MAX_PATH];
-  const bool is_utf8 =
-      MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, wide, MAX_PATH) > 0;
-  return is_utf8 ? LoadLibraryW(wide) : LoadLibraryA(path);
+  constexpr int kLongest = 32767;  // of a path, as Windows has it
+  static wchar_t wide[kLongest + 1], whole[kLongest + 1];
+  if (MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, wide, kLongest) == 0 &&
+      MultiByteToWideChar(CP_ACP, 0, path, -1, wide, kLongest) == 0) {
+    return nullptr;
+  }
+  const bool has_folder = std::wcspbrk(wide, L"/\\") != nullptr;
+  const bool is_whole = has_folder && GetFullPathNameW(wide, kLongest, whole, nullptr) > 0;
+  return LoadLibraryW(is_whole ? whole : wide);
 }
 inline void* dlsym(void* library, const char* name) {
   return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));

@@ -74,13 +74,18 @@ int file_open(const std::string& path, bool /*waits*/) {
 }
 
 int file_open_standard_input() {
+  const HANDLE standard = GetStdHandle(STD_INPUT_HANDLE);
   HANDLE own = nullptr;
-  if (!DuplicateHandle(GetCurrentProcess(), GetStdHandle(STD_INPUT_HANDLE), GetCurrentProcess(),
-                       &own, 0, FALSE, DUPLICATE_SAME_ACCESS)) {
+  // Without a standard input the value stands for this process, which can be duplicated, too.
+  if (standard == INVALID_HANDLE_VALUE ||
+      !DuplicateHandle(GetCurrentProcess(), standard, GetCurrentProcess(), &own, 0, FALSE,
+                       DUPLICATE_SAME_ACCESS)) {
     errno = EBADF;
     return -1;
   }
-  return _open_osfhandle(reinterpret_cast<intptr_t>(own), _O_RDONLY | kBytesOfOurOwn);
+  const int fd = _open_osfhandle(reinterpret_cast<intptr_t>(own), _O_RDONLY | kBytesOfOurOwn);
+  if (fd < 0) CloseHandle(own);
+  return fd;
 }
 
 int file_open_new(std::string* path) { return open_new(path, 0); }
@@ -122,7 +127,11 @@ int64_t file_read(int fd, void* data, size_t size) {
 }
 
 int64_t file_write(int fd, const void* data, size_t size) {
-  return _write(fd, data, static_cast<unsigned>(std::min(size, kMostAtOnce)));
+  const int64_t done = _write(fd, data, static_cast<unsigned>(std::min(size, kMostAtOnce)));
+  // The C library calls these an invalid argument.
+  const bool is_closed = _doserrno == ERROR_NO_DATA || _doserrno == ERROR_PIPE_NOT_CONNECTED;
+  if (done < 0 && is_closed) errno = EPIPE;
+  return done;
 }
 
 int64_t file_read_at(int fd, void* data, size_t size, uint64_t offset) {

@@ -32,7 +32,7 @@ void interrupt_check() {
 void interrupt_closed_pipe() { throw Interrupted{kClosedPipe}; }
 
 void interrupt_die(int signal) {
-  std::_Exit(signal == kClosedPipe ? 1 : static_cast<int>(kControlCExit));
+  std::exit(signal == kClosedPipe ? 1 : static_cast<int>(kControlCExit));
 }
 
 }  // namespace render

@@ -7,6 +7,7 @@
 #include <io.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -26,10 +27,16 @@ std::vector<std::string> arguments() {
   return arguments;
 }
 
+UINT g_code_page = 0;  // of the user's console, which stays when the program has ended
+
+void restore_code_page() { SetConsoleOutputCP(g_code_page); }
+
 }  // namespace
 
 void program_start(int* argc, char*** argv) {
   for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) _setmode(fd, _O_BINARY);
+  g_code_page = GetConsoleOutputCP();
+  std::atexit(restore_code_page);
   SetConsoleOutputCP(CP_UTF8);
   const HANDLE console = GetStdHandle(STD_ERROR_HANDLE);
   DWORD mode = 0;

@@ -19,7 +19,8 @@ class Subprocess {
   // Starts `command`, whose first word is looked up in the PATH. Its standard input is a pipe with
   // kInput, else `input`, or nothing where that is negative; its output is a pipe with kOutput,
   // else nothing. Signals of the terminal do not reach it; it dies when this object or the thread
-  // that made it does. Throws Failure where the program cannot be started.
+  // that made it does, on Windows with the program. Throws Failure where the program cannot be
+  // started.
   Subprocess(const std::vector<std::string>& command, unsigned pipes, int input = -1);
   ~Subprocess();
   Subprocess(const Subprocess&) = delete;

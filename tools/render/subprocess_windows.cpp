@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <system_error>
 #include <utility>
 
@@ -184,6 +185,8 @@ bool finish(HANDLE pipe, OVERLAPPED* work, BOOL began, DWORD* count) {
 struct Subprocess::Child {
   ~Child() {
     kill();
+    // Until its end it has its files open, which nobody can remove.
+    if (process) WaitForSingleObject(process.get(), INFINITE);
     if (errors >= 0) _close(errors);
   }
 
@@ -222,7 +225,9 @@ Subprocess::Subprocess(const std::vector<std::string>& command, unsigned pipes, 
   child_->process = Handle(started.hProcess);
   child_->id = started.dwProcessId;
   if (!AssignProcessToJobObject(child_->job.get(), started.hProcess)) {
+    const DWORD error = GetLastError();
     TerminateProcess(started.hProcess, 1);
+    SetLastError(error);
     fail(program);
   }
   ResumeThread(thread.get());

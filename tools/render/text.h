@@ -10,6 +10,12 @@
 #include <string_view>
 #include <vector>
 
+#ifdef _WIN32  // where MinGW's printf() is not the system's
+#define ORVANE_PRINTF gnu_printf
+#else
+#define ORVANE_PRINTF printf
+#endif
+
 namespace render {
 
 // Without the white space at both ends.
@@ -32,13 +38,7 @@ std::string text_choices(const std::vector<std::string>& words);
 std::string text_extension(const std::string& path);
 
 // As printf.
-#ifdef _WIN32  // where MinGW's printf() is not the system's
-[[gnu::format(gnu_printf, 1, 2)]]
-#else
-[[gnu::format(printf, 1, 2)]]
-#endif
-std::string
-text_format(const char* format, ...);
+[[gnu::format(ORVANE_PRINTF, 1, 2)]] std::string text_format(const char* format, ...);
 
 // Hands over the trimmed lines of a text file that are neither blank nor comments (#). A BadText
 // that `use` throws becomes a Failure which names the file and the line.
