@@ -15,6 +15,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import time
 
 WINE = "/usr/lib/wine/wine64"
 CONTROL_C_EXIT = 0xC000013A & 0xFF  # as much of the status as is handed on
@@ -75,11 +76,16 @@ def interrupted(output):
         return None
     if child == 0:
         os.execv(WINE, [WINE, windows, *RAW, "long.f32", output])
+    end, last = time.monotonic() + 60, 0.0
     try:
-        while select.select([terminal], [], [], 60)[0] and os.read(terminal, 4096):
-            if any(name.startswith(".orvane-render") for name in os.listdir()):
+        while time.monotonic() < end:
+            if select.select([terminal], [], [], 0.1)[0]:
+                os.read(terminal, 4096)
+            is_begun = any(name.startswith(".orvane-render") for name in os.listdir())
+            if is_begun and time.monotonic() > last + 1:  # the terminal answers each with what it shows of it
                 os.write(terminal, b"\x03")
-        os.kill(child, signal.SIGKILL)  # silent for so long
+                last = time.monotonic()
+        os.kill(child, signal.SIGKILL)
     except OSError:  # its end
         pass
     return os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
