@@ -138,8 +138,8 @@ ORVANE_API uint32_t ubr_set_max_frame_size(ubr_t* renderer, uint32_t max_frame_s
 //
 // Subnormal samples count as zeros and none is written, because arithmetic with them takes many
 // times as long. Returns UBR_OK; UBR_MISSING for a null renderer, one that is not configured, an
-// unsupported mode or a module that does not exist or is not ready; UBR_INVALID for channel counts or a length that do not
-// match. Allocates nothing.
+// unsupported mode or a module that does not exist or is not ready; UBR_INVALID for channel counts
+// or a length that do not match. Allocates nothing.
 ORVANE_API uint32_t ubr_process(ubr_t* renderer, const float* const* inputs, uint32_t num_inputs,
                                 float* const* outputs, uint32_t num_outputs, uint32_t frames);
 
